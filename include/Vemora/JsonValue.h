@@ -1,0 +1,148 @@
+#pragma once
+
+#include <Vemora/VemoraExport.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <memory>
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+#include <type_traits>
+#include <utility>
+#include <vector>
+
+namespace vemora {
+
+class JsonValue;
+
+/// A mutable JSON object, for building values.
+using JsonDictionary = std::map<std::string, JsonValue, std::less<>>;
+
+/// An immutable JSON value with reference semantics: copying shares, nothing is converted on the way in, and a value may
+/// be read from any thread while other threads copy it.
+///
+///     const JsonValue message = JsonValue::parse(R"({"ads":[{"id":"a"}]})").value_or(nullptr);
+///     for (const JsonValue& ad : message["ads"].elements()) use(ad["id"].asString());
+///
+/// Strings, arrays and objects are shared objects with an identity (`isIdenticalTo`). Strings that come from `parse` or
+/// `internedString` are one object whenever they have the same text, for as long as any of them is in use.
+///
+/// Reading is lenient in the way of the platforms that this SDK was designed on: a key of something that is no object is
+/// null, `true` is a number, a string reads as its leading number, null reads as 0.
+class VEMORA_EXPORT JsonValue {
+ public:
+  enum class Type : std::uint8_t { Null, Boolean, Integer, Unsigned, Double, String, Array, Object };
+  struct Entry;
+
+  JsonValue() noexcept : JsonValue(nullptr) {}
+  JsonValue(std::nullptr_t) noexcept : type_(Type::Null), payload_{} {}
+  template <typename T>
+    requires std::is_arithmetic_v<T>
+  JsonValue(T number) noexcept : payload_{} {
+    if constexpr (std::is_same_v<T, bool>) {
+      type_ = Type::Boolean;
+      payload_.boolean = number;
+    } else if constexpr (std::is_floating_point_v<T>) {
+      type_ = Type::Double;
+      payload_.real = number;
+    } else if constexpr (std::is_unsigned_v<T>) {
+      type_ = Type::Unsigned;
+      payload_.natural = number;
+    } else {
+      type_ = Type::Integer;
+      payload_.integer = number;
+    }
+  }
+  JsonValue(const char* text) : JsonValue(std::string_view(text)) {}
+  JsonValue(const std::string& text) : JsonValue(std::string_view(text)) {}
+  JsonValue(std::string_view text);
+  template <typename T>
+  JsonValue(const std::optional<T>& value) : JsonValue(value ? JsonValue(*value) : JsonValue(nullptr)) {}
+  JsonValue(const JsonDictionary& object);
+  JsonValue(const std::vector<JsonValue>& array);
+
+  JsonValue(const JsonValue& other) noexcept;
+  JsonValue(JsonValue&& other) noexcept;
+  JsonValue& operator=(JsonValue other) noexcept;
+  ~JsonValue();
+
+  /// An object of the given entries, in their order; of entries with the same key the last counts.
+  static JsonValue object(std::vector<Entry> entries);
+  static JsonValue array(std::vector<JsonValue> elements);
+  /// The one shared string object of this text.
+  static JsonValue internedString(std::string_view text);
+
+  /// Reads one JSON text (RFC 8259) in UTF-8. Absent when the text is not exactly one value, is nested deeper than
+  /// `kMaximumDepth`, or is not valid UTF-8. Lone surrogate escapes become U+FFFD. Integers of up to 64 bits are kept
+  /// exactly, signed or unsigned; other numbers become the nearest double.
+  static std::optional<JsonValue> parse(std::string_view text);
+  static constexpr std::size_t kMaximumDepth = 512;
+
+  /// Compact JSON text. Absent when the value holds what JSON cannot carry: a number that is not finite, a string that is
+  /// not UTF-8, or nesting beyond `kMaximumDepth`.
+  std::optional<std::string> serialized() const;
+
+  Type type() const noexcept { return type_; }
+  bool isNull() const noexcept { return type_ == Type::Null; }
+  bool isString() const noexcept { return type_ == Type::String; }
+  bool isArray() const noexcept { return type_ == Type::Array; }
+  bool isObject() const noexcept { return type_ == Type::Object; }
+  /// True for every number and for booleans.
+  bool isNumber() const noexcept { return type_ >= Type::Boolean && type_ <= Type::Double; }
+
+  /// The text of a string; absent for every other type. Valid while any copy of this value lives.
+  std::optional<std::string_view> asString() const noexcept;
+  /// Strings as they are, numbers as their decimal text ("1" for true); absent for every other type.
+  std::optional<std::string> stringValue() const;
+  /// Numbers clamped to the type's range, strings by their leading number, 0 for every other type.
+  std::int64_t integerValue() const noexcept;
+  double doubleValue() const;
+  /// Numbers: not zero. Strings: a leading Y, y, T, t or non-zero digit. False for every other type.
+  bool boolValue() const noexcept;
+
+  /// Entries of an object or elements of an array; absent for every other type.
+  std::optional<std::size_t> count() const noexcept;
+  /// The value of a key; null when this is no object or has no such key.
+  JsonValue operator[](std::string_view key) const;
+  /// The elements of an array; empty for every other type. Valid while any copy of this value lives.
+  std::span<const JsonValue> elements() const noexcept;
+  /// The entries of an object in their order; empty for every other type. Valid while any copy of this value lives.
+  std::span<const Entry> entries() const noexcept;
+
+  /// True when both are the very same string, array or object, or scalars of the same type and value. Null is identical
+  /// to nothing.
+  bool isIdenticalTo(const JsonValue& other) const noexcept;
+
+  /// Deep equality; numbers compare by value, whatever their kind, and booleans equal only booleans.
+  bool operator==(const JsonValue& other) const;
+
+ private:
+  struct Shared;
+  struct StringObject;
+  struct ArrayObject;
+  struct ObjectObject;
+  friend struct JsonValueAccess;
+
+  JsonValue(Type type, Shared* owned) noexcept;
+  bool isShared() const noexcept { return type_ >= Type::String; }
+
+  Type type_;
+  union {
+    bool boolean;
+    std::int64_t integer;
+    std::uint64_t natural;
+    double real;
+    Shared* shared;
+  } payload_;
+};
+
+struct JsonValue::Entry {
+  JsonValue key;  ///< Always a string.
+  JsonValue value;
+};
+
+}  // namespace vemora

@@ -1,0 +1,85 @@
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <string_view>
+
+#include "Foundation/Geometry.h"
+
+namespace vemora {
+
+class View;
+class Window;
+class ViewController;
+
+enum class LayoutAttribute { Leading, Trailing, Top, Bottom, CenterX, CenterY, Width, Height };
+
+/// first.attribute == second.attribute * multiplier + constant. With `toSafeArea` the second item is the second view's
+/// safe-area guide: its bounds less what the system draws over.
+struct LayoutConstraint {
+  std::weak_ptr<View> firstItem;
+  LayoutAttribute firstAttribute;
+  std::weak_ptr<View> secondItem;
+  LayoutAttribute secondAttribute;
+  double multiplier = 1;
+  double constant = 0;
+  bool toSafeArea = false;
+};
+
+/// Hears of changes of the observed keys of a view, "window" and "hidden".
+class KeyValueObserver {
+ public:
+  virtual ~KeyValueObserver() = default;
+  virtual void observeValueForKeyPath(std::string_view keyPath) = 0;
+};
+
+/// A rectangle on the screen that holds other views.
+///
+/// Lifetime: superviews hold subviews strongly; `superview` and `window` point back weakly. Observers and the items of
+/// constraints are held weakly. A constraint goes with the superview that it was added to or with either of its items.
+/// Threads: the main thread, destruction included.
+/// Completion: everything acts at once, save layout, which follows `setNeedsLayout` before the next frame.
+/// Errors: none. Sizes that are not finite or are negative count as 0; constraints between views that share no superview
+/// are ignored.
+class View {
+ public:
+  virtual ~View() = default;
+
+  virtual std::shared_ptr<View> superview() const = 0;
+  virtual std::shared_ptr<Window> window() const = 0;
+  virtual bool isHidden() const = 0;
+  virtual Rect frame() const = 0;   ///< In the superview's coordinates.
+  virtual Rect bounds() const = 0;  ///< In its own coordinates.
+  virtual bool isDescendantOfView(const View& ancestor) const = 0;
+  /// Absent when the two share no window.
+  virtual std::optional<Rect> convertRectToView(const Rect& rect, const View& other) const = 0;
+
+  /// Takes the view out of its old superview first.
+  virtual void addSubview(const std::shared_ptr<View>& view) = 0;
+  virtual void removeFromSuperview() = 0;
+  virtual void setFrame(const Rect& frame) = 0;
+  virtual void setUserInteractionEnabled(bool enabled) = 0;
+  virtual void setOpaque(bool opaque) = 0;
+  virtual void setBackgroundColorBlack() = 0;
+
+  /// While true (as at first), the frame that was set holds; while false, constraints decide.
+  virtual void setTranslatesAutoresizingMaskIntoConstraints(bool translates) = 0;
+  virtual void addConstraint(const std::shared_ptr<LayoutConstraint>& constraint) = 0;
+  virtual void removeConstraint(const std::shared_ptr<LayoutConstraint>& constraint) = 0;
+  virtual void setNeedsLayout() = 0;
+
+  /// With `initial`, the observer hears of the key at once as well.
+  virtual void addObserver(std::weak_ptr<KeyValueObserver> observer, std::string_view keyPath, bool initial) = 0;
+  virtual void removeObserver(const KeyValueObserver* observer, std::string_view keyPath) = 0;
+
+  /// What an outside measurement library is told to watch: the platform's own layer or view.
+  virtual void* layer() const = 0;
+};
+
+/// A view that is a window of the application.
+class Window : public virtual View {
+ public:
+  virtual std::shared_ptr<ViewController> rootViewController() const = 0;
+};
+
+}  // namespace vemora

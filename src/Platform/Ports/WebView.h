@@ -1,0 +1,87 @@
+#pragma once
+
+#include <Vemora/JsonValue.h>
+#include <Vemora/VMRError.h>
+
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "Platform/Ports/URLSession.h"
+#include "Platform/Ports/View.h"
+
+namespace vemora {
+
+/// What the page posted to a named handler. A structured object is decoded as an object; text, numbers, arrays and the
+/// rest come as what they are; what cannot be decoded at all comes as its text.
+struct ScriptMessage {
+  std::string name;
+  JsonValue body;
+};
+
+class ScriptMessageHandler {
+ public:
+  virtual ~ScriptMessageHandler() = default;
+  virtual void userContentControllerDidReceiveScriptMessage(const ScriptMessage& message) = 0;
+};
+
+/// Holds its handlers strongly.
+class UserContentController {
+ public:
+  virtual ~UserContentController() = default;
+  virtual void addScriptMessageHandler(std::shared_ptr<ScriptMessageHandler> handler, std::string_view name) = 0;
+  virtual void removeScriptMessageHandlerForName(std::string_view name) = 0;
+};
+
+struct WebViewConfiguration {
+  std::shared_ptr<UserContentController> userContentController;
+  bool allowsInlineMediaPlayback = false;
+  bool mediaTypesRequireUserAction = true;
+};
+
+class WebViewNavigationDelegate {
+ public:
+  virtual ~WebViewNavigationDelegate() = default;
+  virtual void webViewDidFinishNavigation() = 0;
+  virtual void webViewDidFailProvisionalNavigation(const VMRError& error) = 0;
+  virtual void webViewDidFailNavigation(const VMRError& error) = 0;
+  virtual void webViewWebContentProcessDidTerminate() = 0;
+};
+
+class WebViewUIDelegate {
+ public:
+  virtual ~WebViewUIDelegate() = default;
+  /// The page asked for a new window, which it never gets. Without an address, `url` is absent.
+  virtual void webViewCreateWebView(const std::optional<std::string>& url) = 0;
+  virtual void webViewRunJavaScriptAlertPanel(std::string_view message, std::function<void()> completion) = 0;
+};
+
+struct EdgeInsets {
+  double top = 0, left = 0, bottom = 0, right = 0;
+};
+
+/// A view that shows a web page in a process of its own.
+///
+/// Lifetime: delegates are held weakly. The configuration, with its content controller, is held strongly.
+/// Threads: the main thread, destruction included; every callback comes on it.
+/// Completion: the completion of `evaluateJavaScript` runs exactly once, with an error or none, unless the view goes
+/// first; the value of the script is dropped, and a value that cannot leave the page is no error. Delegates hear of a
+/// navigation's end, never before the call that started it has returned.
+/// Errors: domain and code are the platform's own.
+class WebView : public virtual View {
+ public:
+  virtual const WebViewConfiguration& configuration() const = 0;
+  virtual void setNavigationDelegate(std::weak_ptr<WebViewNavigationDelegate> delegate) = 0;
+  virtual void setUIDelegate(std::weak_ptr<WebViewUIDelegate> delegate) = 0;
+  virtual void loadRequest(const URLRequest& request) = 0;
+  virtual void stopLoading() = 0;
+  virtual void evaluateJavaScript(std::string_view script,
+                                  std::function<void(const std::optional<VMRError>&)> completion) = 0;
+  virtual void setScrollEnabled(bool enabled) = 0;
+  virtual void setContentInsetAdjustmentNever() = 0;
+  virtual void setContentInset(const EdgeInsets& insets) = 0;
+};
+
+}  // namespace vemora
