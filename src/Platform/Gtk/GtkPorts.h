@@ -1,0 +1,21 @@
+#pragma once
+
+#include <memory>
+
+#include "Platform/Ports/Platform.h"
+
+/// The makers of this backend's ports; each is defined beside the class that it makes.
+namespace vemora::gtk {
+
+std::unique_ptr<Dispatch> makeDispatch();
+std::unique_ptr<System> makeSystem();
+std::unique_ptr<Application> makeApplication();
+std::unique_ptr<UserDefaults> makeUserDefaults();
+std::unique_ptr<Bundle> makeBundle();
+std::unique_ptr<Device> makeDevice();
+std::unique_ptr<LocationServices> makeLocationServices();
+std::unique_ptr<NetworkReachabilityFactory> makeNetworkReachability();
+std::unique_ptr<AudioSession> makeAudioSession();
+std::unique_ptr<ClassRegistry> makeClassRegistry();
+
+}  // namespace vemora::gtk

@@ -1,0 +1,3 @@
+# Relative to the backend folder.
+set(VEMORA_GTK_SERVICES_SOURCES
+)
