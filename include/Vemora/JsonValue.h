@@ -22,17 +22,18 @@ class JsonValue;
 /// A mutable JSON object, for building values.
 using JsonDictionary = std::map<std::string, JsonValue, std::less<>>;
 
-/// An immutable JSON value with reference semantics: copying shares, nothing is converted on the way in, and a value may
-/// be read from any thread while other threads copy it.
+/// An immutable JSON value with reference semantics: copying shares, nothing is converted on the way in, and
+/// a value may be read from any thread while other threads copy it.
 ///
 ///     const JsonValue message = JsonValue::parse(R"({"ads":[{"id":"a"}]})").value_or(nullptr);
 ///     for (const JsonValue& ad : message["ads"].elements()) use(ad["id"].asString());
 ///
-/// Strings, arrays and objects are shared objects with an identity (`isIdenticalTo`). Strings that come from `parse` or
-/// `internedString` are one object whenever they have the same text, for as long as any of them is in use.
+/// Strings, arrays and objects are shared objects with an identity (`isIdenticalTo`). Strings that come from
+/// `parse` or `internedString` are one object whenever they have the same text, for as long as any of them is
+/// in use.
 ///
-/// Reading is lenient in the way of the platforms that this SDK was designed on: a key of something that is no object is
-/// null, `true` is a number, a string reads as its leading number, null reads as 0.
+/// Reading is lenient in the way of the platforms that this SDK was designed on: a key of something that is
+/// no object is null, `true` is a number, a string reads as its leading number, null reads as 0.
 class VEMORA_EXPORT JsonValue {
  public:
   enum class Type : std::uint8_t { Null, Boolean, Integer, Unsigned, Double, String, Array, Object };
@@ -41,8 +42,8 @@ class VEMORA_EXPORT JsonValue {
   JsonValue() noexcept : JsonValue(nullptr) {}
   JsonValue(std::nullptr_t) noexcept : type_(Type::Null), payload_{} {}
   template <typename T>
-    requires std::is_arithmetic_v<T>
-  JsonValue(T number) noexcept : payload_{} {
+  requires std::is_arithmetic_v<T> JsonValue(T number)
+  noexcept : payload_{} {
     if constexpr (std::is_same_v<T, bool>) {
       type_ = Type::Boolean;
       payload_.boolean = number;
@@ -76,14 +77,14 @@ class VEMORA_EXPORT JsonValue {
   /// The one shared string object of this text.
   static JsonValue internedString(std::string_view text);
 
-  /// Reads one JSON text (RFC 8259) in UTF-8. Absent when the text is not exactly one value, is nested deeper than
-  /// `kMaximumDepth`, or is not valid UTF-8. Lone surrogate escapes become U+FFFD. Integers of up to 64 bits are kept
-  /// exactly, signed or unsigned; other numbers become the nearest double.
+  /// Reads one JSON text (RFC 8259) in UTF-8. Absent when the text is not exactly one value, is nested deeper
+  /// than `kMaximumDepth`, or is not valid UTF-8. Lone surrogate escapes become U+FFFD. Integers of up to 64
+  /// bits are kept exactly, signed or unsigned; other numbers become the nearest double.
   static std::optional<JsonValue> parse(std::string_view text);
   static constexpr std::size_t kMaximumDepth = 512;
 
-  /// Compact JSON text. Absent when the value holds what JSON cannot carry: a number that is not finite, a string that is
-  /// not UTF-8, or nesting beyond `kMaximumDepth`.
+  /// Compact JSON text. Absent when the value holds what JSON cannot carry: a number that is not finite, a
+  /// string that is not UTF-8, or nesting beyond `kMaximumDepth`.
   std::optional<std::string> serialized() const;
 
   Type type() const noexcept { return type_; }
@@ -100,6 +101,7 @@ class VEMORA_EXPORT JsonValue {
   std::optional<std::string> stringValue() const;
   /// Numbers clamped to the type's range, strings by their leading number, 0 for every other type.
   std::int64_t integerValue() const noexcept;
+  std::uint64_t unsignedValue() const noexcept;
   double doubleValue() const;
   /// Numbers: not zero. Strings: a leading Y, y, T, t or non-zero digit. False for every other type.
   bool boolValue() const noexcept;
@@ -110,11 +112,12 @@ class VEMORA_EXPORT JsonValue {
   JsonValue operator[](std::string_view key) const;
   /// The elements of an array; empty for every other type. Valid while any copy of this value lives.
   std::span<const JsonValue> elements() const noexcept;
-  /// The entries of an object in their order; empty for every other type. Valid while any copy of this value lives.
+  /// The entries of an object in their order; empty for every other type. Valid while any copy of this value
+  /// lives.
   std::span<const Entry> entries() const noexcept;
 
-  /// True when both are the very same string, array or object, or scalars of the same type and value. Null is identical
-  /// to nothing.
+  /// True when both are the very same string, array or object, or scalars of the same type and value. Null is
+  /// identical to nothing.
   bool isIdenticalTo(const JsonValue& other) const noexcept;
 
   /// Deep equality; numbers compare by value, whatever their kind, and booleans equal only booleans.

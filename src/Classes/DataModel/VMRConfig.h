@@ -1,0 +1,31 @@
+#pragma once
+
+#include "Foundation/Locked.h"
+
+#include <Vemora/JsonValue.h>
+
+#include <memory>
+#include <optional>
+#include <string>
+
+namespace vemora {
+
+/// The controller's configuration, kept whole as it came. Any thread.
+class VMRConfig {
+ public:
+  /// Never null; any value is accepted.
+  static std::shared_ptr<VMRConfig> initWithConfigDict(const JsonValue& dictionary);
+
+  /// True only when "features" has a number other than zero under "moat".
+  bool featureMOATEnabled() const;
+  /// The viewability vendor's partner code; absent unless it is a text.
+  std::optional<std::string> moatPartnerCode() const;
+
+  JsonValue configDict() const { return configDict_.get(); }
+  void setConfigDict(JsonValue dictionary) { configDict_.set(std::move(dictionary)); }
+
+ private:
+  Locked<JsonValue> configDict_;
+};
+
+}  // namespace vemora

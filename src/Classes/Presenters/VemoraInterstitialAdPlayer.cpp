@@ -1,0 +1,65 @@
+#include "Foundation/MainThreadRelease.h"
+#include "Private/PlacementLayout.h"
+#include "Private/VemoraAdPlayerBase_p.h"
+#include "Private/Views/VemoraInterstitialViewController.h"
+
+#include <Vemora/VemoraInterstitialAdPlayer.h>
+
+namespace vemora {
+
+namespace {
+
+class VemoraInterstitialAdPlayer_p final : public VemoraAdPlayerBase_p {
+ public:
+  ~VemoraInterstitialAdPlayer_p() override {
+    // A black screen must not outlive the ad that it was for.
+    if (auto presenter = presenter_.exchange(nullptr)) {
+      dispatch().mainAsync([presenter = std::move(presenter)] { presenter->dismissViewController(true); });
+    }
+  }
+
+  std::string placementType() const override { return "interstitial"; }
+
+  void _start(const JsonValue& parameters) override {
+    dispatch().mainAsync([self = sharedSelf(this), parameters] { self->present(parameters); });
+  }
+
+  void shutdown() override {
+    dispatch().mainAsync([self = sharedSelf(this)] {
+      if (const auto presenter = self->presenter_.exchange(nullptr)) presenter->dismissViewController(true);
+    });
+    VemoraAdPlayerBase_p::shutdown();
+  }
+
+ private:
+  void present(const JsonValue& parameters) {
+    const auto webView = _getPlayerView();
+    const auto presenter = topMostController();
+    if (!webView || !presenter) return;
+    presenter_.set(presenter);
+    const auto stage = VemoraInterstitialViewController::init();
+    stage->view()->addSubview(webView);
+    stage->view()->setBackgroundColorBlack();
+    webView->setUserInteractionEnabled(true);
+    webView->setTranslatesAutoresizingMaskIntoConstraints(false);
+    pinEdges(webView, stage->view(), true);
+    // The ad starts once it can be seen; a stage that never comes up never starts it.
+    presenter->presentViewController(stage, true, [self = sharedSelf(this), parameters] {
+      dispatch().globalAsync([self, parameters] { self->VemoraAdPlayerBase_p::_start(parameters); });
+    });
+  }
+
+  Locked<std::shared_ptr<ViewController>> presenter_;
+};
+
+}  // namespace
+
+std::shared_ptr<VemoraInterstitialAdPlayer> VemoraInterstitialAdPlayer::initWithAdPlayerDelegate(
+    std::weak_ptr<VemoraAdPlayerDelegate> delegate) {
+  std::shared_ptr<VemoraInterstitialAdPlayer> player(
+      new VemoraInterstitialAdPlayer(std::make_unique<VemoraInterstitialAdPlayer_p>()));
+  player->setDelegate(std::move(delegate));
+  return player;
+}
+
+}  // namespace vemora

@@ -1,0 +1,17 @@
+#pragma once
+
+#include <optional>
+#include <string>
+
+namespace vemora {
+
+/// What a consent-management platform stored in the application's user defaults, under the keys of the IAB
+/// Transparency and Consent Framework's mobile in-app API, version 1. Absent when nothing is stored. Any
+/// thread.
+class VMRGDPRCMP {
+ public:
+  static std::optional<std::string> isSubjectToGDPR();
+  static std::optional<std::string> consentString();
+};
+
+}  // namespace vemora

@@ -1,0 +1,49 @@
+#pragma once
+
+#include "Foundation/Locked.h"
+
+#include <memory>
+#include <optional>
+#include <string>
+
+namespace vemora {
+
+class VMRContext;
+
+/// The host application and this SDK as ad requests describe them. The fields are set when it is made; each
+/// may be read or written from any thread.
+class VMRAppInfo {
+ public:
+  using Text = std::optional<std::string>;
+
+  static std::shared_ptr<VMRAppInfo> init();
+  static std::shared_ptr<VMRAppInfo> initWithContext(std::weak_ptr<VMRContext> context);
+
+  void updateInfo();
+  /// The identifier of this installation, made and stored at its first use.
+  std::string appGUID();
+
+  std::shared_ptr<VMRContext> context() const { return context_.lock(); }
+  /// The host application's identifier and name, whatever the prefix says.
+  Text sdk_bundle_id() const { return sdk_bundle_id_.get(); }
+  void setSdk_bundle_id(Text value) { sdk_bundle_id_.set(std::move(value)); }
+  Text sdk_name() const { return sdk_name_.get(); }
+  void setSdk_name(Text value) { sdk_name_.set(std::move(value)); }
+  /// The version of the SDK itself.
+  Text sdk_version() const { return sdk_version_.get(); }
+  void setSdk_version(Text value) { sdk_version_.set(std::move(value)); }
+  /// 40 hexadecimal digits that stand for the user of this installation.
+  Text app_uid() const { return app_uid_.get(); }
+  void setApp_uid(Text value) { app_uid_.set(std::move(value)); }
+
+ private:
+  explicit VMRAppInfo(std::weak_ptr<VMRContext> context) : context_(std::move(context)) {}
+
+  Locked<Text> sdk_bundle_id_;
+  Locked<Text> sdk_version_;
+  Locked<Text> sdk_name_;
+  Locked<Text> app_uid_;
+  const std::weak_ptr<VMRContext> context_;
+};
+
+}  // namespace vemora

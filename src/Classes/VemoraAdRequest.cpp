@@ -1,0 +1,47 @@
+#include <Vemora/Vemora.h>
+#include <Vemora/VemoraAdRequest.h>
+
+namespace vemora {
+
+namespace {
+
+void setOrRemove(JsonDictionary& dictionary, std::string_view key, const JsonValue& value) {
+  if (!value.isNull()) {
+    dictionary.insert_or_assign(std::string(key), value);
+  } else if (const auto found = dictionary.find(key); found != dictionary.end()) {
+    dictionary.erase(found);
+  }
+}
+
+}  // namespace
+
+VemoraAdRequest::VemoraAdRequest() {
+  setPlacementType("none");
+}
+
+std::shared_ptr<VemoraAdRequest> VemoraAdRequest::init() {
+  return initWithApiKey(std::nullopt);
+}
+
+std::shared_ptr<VemoraAdRequest> VemoraAdRequest::initWithApiKey(std::optional<std::string> key) {
+  auto request = initPrivate();
+  if (!key) key = Vemora::apiKey();
+  request->apiKey_ = std::move(key).value_or("unkeyed-client");
+  return request;
+}
+
+std::shared_ptr<VemoraAdRequest> VemoraAdRequest::initPrivate() {
+  return std::shared_ptr<VemoraAdRequest>(new VemoraAdRequest);
+}
+
+void VemoraAdRequest::setParam(std::string_view key, const JsonValue& value) {
+  setOrRemove(paramDict_, key, value);
+}
+void VemoraAdRequest::setCustom(std::string_view key, const JsonValue& value) {
+  setOrRemove(customDict_, key, value);
+}
+void VemoraAdRequest::setPlaybackOption(std::string_view key, const JsonValue& value) {
+  setOrRemove(playbackDict_, key, value);
+}
+
+}  // namespace vemora

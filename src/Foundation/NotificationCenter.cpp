@@ -1,0 +1,80 @@
+#include "Foundation/Mutex.h"
+
+#include <Vemora/NotificationCenter.h>
+
+#include <atomic>
+#include <map>
+#include <vector>
+
+namespace vemora {
+
+struct NotificationCenter::Token::Entry {
+  Handler handler;
+  std::atomic<bool> ended{false};
+};
+
+struct NotificationCenter::State {
+  Mutex mutex;  ///< Guards the lists; never held while a handler runs.
+  std::map<std::string, std::vector<std::weak_ptr<Token::Entry>>, std::less<>> observers
+      VMR_GUARDED_BY(mutex);
+  /// Lets posts that nobody hears, such as most completed futures, pass without the lock.
+  std::atomic<std::size_t> registrations{0};
+};
+
+NotificationCenter::Token& NotificationCenter::Token::operator=(Token&& other) noexcept {
+  if (entry_) entry_->ended = true;
+  entry_ = std::move(other.entry_);
+  return *this;
+}
+
+NotificationCenter::Token::~Token() {
+  if (entry_) entry_->ended = true;
+}
+
+NotificationCenter::NotificationCenter() : state_(std::make_unique<State>()) {}
+NotificationCenter::~NotificationCenter() = default;
+
+NotificationCenter& NotificationCenter::defaultCenter() {
+  static NotificationCenter& center = *new NotificationCenter;
+  return center;
+}
+
+NotificationCenter::Token NotificationCenter::addObserver(std::string_view name, Handler handler) {
+  auto entry = std::make_shared<Token::Entry>();
+  entry->handler = std::move(handler);
+  MutexLock lock(state_->mutex);
+  auto found = state_->observers.find(name);
+  if (found == state_->observers.end()) found = state_->observers.emplace(std::string(name), 0).first;
+  auto& list = found->second;
+  std::erase_if(list, [](const auto& other) { return other.expired(); });
+  list.push_back(entry);
+  state_->registrations.fetch_add(1, std::memory_order_relaxed);
+  return Token(std::move(entry));
+}
+
+void NotificationCenter::postNotification(const Notification& notification) {
+  if (state_->registrations.load(std::memory_order_relaxed) == 0) return;
+  std::vector<std::weak_ptr<Token::Entry>> snapshot;
+  {
+    MutexLock lock(state_->mutex);
+    const auto found = state_->observers.find(notification.name);
+    if (found != state_->observers.end()) snapshot = found->second;
+  }
+  for (const auto& observer : snapshot) {
+    const auto entry = observer.lock();
+    if (entry && !entry->ended) entry->handler(notification);
+  }
+}
+
+bool NotificationCenter::hasObservers(std::string_view name) const {
+  if (state_->registrations.load(std::memory_order_relaxed) == 0) return false;
+  MutexLock lock(state_->mutex);
+  const auto found = state_->observers.find(name);
+  if (found == state_->observers.end()) return false;
+  for (const auto& observer : found->second) {
+    if (!observer.expired()) return true;
+  }
+  return false;
+}
+
+}  // namespace vemora

@@ -1,0 +1,4 @@
+#pragma once
+
+#include "Platform/Ports/Platform.h"
+#include "Platform/Testing/TestingDispatch.h"

@@ -1,0 +1,113 @@
+#include <Vemora/JsonValue.h>
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstring>
+#include <random>
+
+namespace vemora {
+namespace {
+
+TEST(JsonValue, KeepsEveryIntegerOfSixtyFourBits) {
+  for (const char* text :
+       {"0", "-1", "9223372036854775807", "-9223372036854775808", "18446744073709551615"}) {
+    const auto value = JsonValue::parse(text);
+    ASSERT_TRUE(value) << text;
+    EXPECT_EQ(value->serialized(), text);
+    EXPECT_EQ(value->stringValue(), text);
+  }
+}
+
+TEST(JsonValue, ReadsAndWritesDoublesExactly) {
+  std::mt19937_64 random(1);
+  for (int i = 0; i < 20000; ++i) {
+    const auto bits = random();
+    double number = 0;
+    std::memcpy(&number, &bits, sizeof number);
+    if (!std::isfinite(number)) continue;
+    const auto text = JsonValue(number).serialized();
+    ASSERT_TRUE(text);
+    EXPECT_EQ(JsonValue::parse(*text)->doubleValue(), number) << *text;
+  }
+}
+
+TEST(JsonValue, RefusesWhatIsNotExactlyOneText) {
+  const std::string withNul("{}\0", 3);
+  for (const std::string_view text :
+       {std::string_view(""), std::string_view("{} {}"), std::string_view("[1,]"),
+        std::string_view("\"\xff\""), std::string_view("nan"), std::string_view(withNul)}) {
+    EXPECT_FALSE(JsonValue::parse(text)) << text;
+  }
+}
+
+TEST(JsonValue, BoundsNesting) {
+  const auto nested = [](std::size_t depth) { return std::string(depth, '[') + std::string(depth, ']'); };
+  const auto deepest = JsonValue::parse(nested(JsonValue::kMaximumDepth));
+  ASSERT_TRUE(deepest);
+  EXPECT_EQ(deepest->serialized(), nested(JsonValue::kMaximumDepth));
+  EXPECT_FALSE(JsonValue::parse(nested(JsonValue::kMaximumDepth + 1)));
+  EXPECT_FALSE(JsonValue::array({*deepest}).serialized());
+}
+
+TEST(JsonValue, ReplacesLoneSurrogatesAndKeepsPairs) {
+  EXPECT_EQ(JsonValue::parse(R"("a\ud800b")")->asString(),
+            "a\xef\xbf\xbd"
+            "b");
+  EXPECT_EQ(JsonValue::parse(R"("\udc00\ud83d\ude00\ud83d")")->asString(),
+            "\xef\xbf\xbd\xf0\x9f\x98\x80\xef\xbf\xbd");
+  EXPECT_EQ(JsonValue::parse(R"("\\ud800")")->asString(), "\\ud800");
+}
+
+TEST(JsonValue, InternsWhatItReads) {
+  const auto first = JsonValue::parse(R"({"id":"an id of some length"})");
+  const auto second = JsonValue::parse(R"([{"id":"an id of some length"}])");
+  const JsonValue id = second->elements()[0]["id"];
+  EXPECT_TRUE((*first)["id"].isIdenticalTo(id));
+  EXPECT_FALSE(JsonValue("an id of some length").isIdenticalTo(id));
+  EXPECT_EQ(JsonValue("an id of some length"), id);
+  EXPECT_FALSE(JsonValue(nullptr).isIdenticalTo(nullptr));
+}
+
+TEST(JsonValue, LetsTheLastOfRepeatedKeysCount) {
+  EXPECT_EQ(JsonValue::parse(R"({"a":1,"b":2,"a":3})")->serialized(), R"({"b":2,"a":3})");
+  std::string large = "{";
+  for (int i = 0; i < 100; ++i) large += "\"k" + std::to_string(i % 50) + "\":" + std::to_string(i) + ",";
+  large.back() = '}';
+  const auto value = JsonValue::parse(large);
+  EXPECT_EQ(value->count(), 50u);
+  EXPECT_EQ((*value)["k7"].integerValue(), 57);
+  EXPECT_TRUE((*value)["k50"].isNull());
+}
+
+TEST(JsonValue, ReadsTextAsItsLeadingNumber) {
+  EXPECT_EQ(JsonValue(" 42abc").integerValue(), 42);
+  EXPECT_EQ(JsonValue("-99999999999999999999").integerValue(), INT64_MIN);
+  EXPECT_EQ(JsonValue("9223372036854775807").integerValue(), INT64_MAX);
+  EXPECT_EQ(JsonValue("9223372036854775808").integerValue(), INT64_MAX);
+  EXPECT_EQ(JsonValue("1.5e2x").doubleValue(), 150);
+  EXPECT_EQ(JsonValue("1e").doubleValue(), 1);
+  EXPECT_EQ(JsonValue("abc").doubleValue(), 0);
+  EXPECT_TRUE(JsonValue("Yes").boolValue());
+  EXPECT_TRUE(JsonValue("007").boolValue());
+  EXPECT_FALSE(JsonValue("00").boolValue());
+  EXPECT_FALSE(JsonValue("no").boolValue());
+}
+
+TEST(JsonValue, TakesBooleansForNumbersButNotForOneInComparison) {
+  EXPECT_TRUE(JsonValue(true).isNumber());
+  EXPECT_EQ(JsonValue(true).integerValue(), 1);
+  EXPECT_EQ(JsonValue(true).serialized(), "true");
+  EXPECT_NE(JsonValue(true), JsonValue(1));
+  EXPECT_EQ(JsonValue(1.0), JsonValue(1u));
+  EXPECT_NE(JsonValue(-1), JsonValue(18446744073709551615u));
+}
+
+TEST(JsonValue, RefusesToWriteWhatJsonCannotCarry) {
+  EXPECT_FALSE(JsonValue(std::nan("")).serialized());
+  EXPECT_FALSE(JsonValue(std::string("\xc3")).serialized());
+  EXPECT_EQ(JsonValue(std::string("a\0b", 3)).serialized(), "\"a\\u0000b\"");
+}
+
+}  // namespace
+}  // namespace vemora
