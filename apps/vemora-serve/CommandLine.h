@@ -1,0 +1,31 @@
+#pragma once
+
+#include "LocalServer.h"
+
+#include <filesystem>
+#include <optional>
+#include <variant>
+
+namespace vemora {
+
+/// What the program was asked to do.
+struct CommandLine {
+  LocalServerOptions server;
+  std::optional<std::filesystem::path> certificateFile;
+  bool exitWithParent = false;
+  bool listBeacons = false;
+  bool verbose = false;
+};
+
+/// The status to leave with at once: after help, after the version, or after arguments that make no sense.
+struct ExitNow {
+  int status = 0;
+};
+
+/// Reads the arguments. Whatever there is to say about them has been written when this returns.
+std::variant<CommandLine, ExitNow> readCommandLine(int argc, char** argv);
+
+/// Which of the named files cannot be used, and why; absent when all can.
+std::optional<std::string> unusableInput(const CommandLine& commandLine);
+
+}  // namespace vemora
