@@ -1,0 +1,40 @@
+#pragma once
+
+#include "../../apps/common/GLibHandles.h"
+
+#include <filesystem>
+#include <fstream>
+#include <string>
+#include <string_view>
+
+namespace vemora::test {
+
+/// A fresh folder that goes away with all that is in it.
+class TestFolder {
+ public:
+  TestFolder() {
+    const GStringPtr made(g_dir_make_tmp("vemora-serve-XXXXXX", nullptr));
+    path_ = made.get();
+  }
+  TestFolder(const TestFolder&) = delete;
+  TestFolder& operator=(const TestFolder&) = delete;
+  ~TestFolder() {
+    std::error_code ignored;
+    std::filesystem::remove_all(path_, ignored);
+  }
+
+  [[nodiscard]] const std::filesystem::path& path() const { return path_; }
+
+  /// Writes a file, with the folders above it, and returns its whole path.
+  std::filesystem::path write(const std::filesystem::path& name, std::string_view content) const {
+    const std::filesystem::path file = path_ / name;
+    std::filesystem::create_directories(file.parent_path());
+    std::ofstream(file, std::ios::binary) << content;
+    return file;
+  }
+
+ private:
+  std::filesystem::path path_;
+};
+
+}  // namespace vemora::test
