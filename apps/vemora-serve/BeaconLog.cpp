@@ -1,7 +1,5 @@
 #include "BeaconLog.h"
 
-#include "../common/GLibHandles.h"
-
 #include <rapidjson/stringbuffer.h>
 #include <rapidjson/writer.h>
 
@@ -11,9 +9,8 @@ namespace {
 using JsonWriter = rapidjson::Writer<rapidjson::StringBuffer>;
 
 void writeMember(JsonWriter& writer, const char* name, const std::string& text) {
-  const GStringPtr valid(g_utf8_make_valid(text.data(), static_cast<gssize>(text.size())));
   writer.Key(name);
-  writer.String(valid.get());
+  writer.String(text.data(), static_cast<rapidjson::SizeType>(text.size()));
 }
 
 }  // namespace

@@ -5,7 +5,8 @@
 
 namespace vemora {
 
-/// One request below /beacon/, as it was sent: path and query are not decoded.
+/// One request below /beacon/, as it was sent: path and query are not decoded. All of it is UTF-8: what came
+/// in as other bytes is escaped in the path and the query, and U+FFFD in the user agent.
 struct Beacon {
   std::string method;
   std::string path;
@@ -15,8 +16,6 @@ struct Beacon {
 
 /// The beacons as the server lists them: {"count": n, "beacons": [{"method", "path", "query", "userAgent"},
 /// ...]}.
-///
-/// Bytes that are no UTF-8 become U+FFFD.
 std::string beaconsAsJson(const std::vector<Beacon>& beacons);
 
 }  // namespace vemora
