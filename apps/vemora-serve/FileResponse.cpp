@@ -18,7 +18,7 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr std::string_view kOriginMark = "{{origin}}";
-constexpr std::int64_t kPiece = 128 * 1024;
+constexpr std::int64_t kPiece = 131'072;
 
 /// Bytes `first` up to and not including `end`.
 struct ByteRange {

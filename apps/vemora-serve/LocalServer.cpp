@@ -59,8 +59,9 @@ bool holdsOriginMarks(const fs::path& file) {
 std::string targetOf(SoupServerMessage* message) {
   GUri* const uri = soup_server_message_get_uri(message);
   if (!uri) return "";
-  const char* const query = g_uri_get_query(uri);
-  return textOrEmpty(g_uri_get_path(uri)) + (query ? "?" + std::string(query) : "");
+  std::string target = textOrEmpty(g_uri_get_path(uri));
+  if (const char* const query = g_uri_get_query(uri)) target.append("?").append(query);
+  return target;
 }
 
 }  // namespace

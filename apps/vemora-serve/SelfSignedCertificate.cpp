@@ -13,7 +13,7 @@ namespace vemora {
 namespace {
 
 constexpr std::string_view kCommonName = "Vemora local server";
-constexpr std::time_t kHour = 60 * 60;
+constexpr std::time_t kHour = 3600;
 constexpr std::time_t kDay = 24 * kHour;
 
 /// The first failing call of a chain; the calls after it are skipped.
