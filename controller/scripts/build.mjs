@@ -1,0 +1,50 @@
+// Bundles the page into the one file that any web host can serve.
+import { createHash } from "node:crypto";
+import { mkdir, readFile, writeFile } from "node:fs/promises";
+import { fileURLToPath } from "node:url";
+import { build } from "esbuild";
+
+const root = new URL("../", import.meta.url);
+const inRoot = (path) => fileURLToPath(new URL(path, root));
+
+// The oldest web view the SDK runs in.
+const target = ["safari13", "chrome80"];
+
+async function bundle(entry) {
+  const { outputFiles } = await build({
+    entryPoints: [inRoot(entry)],
+    bundle: true,
+    format: "iife",
+    legalComments: "inline",
+    logLevel: "warning",
+    minify: true,
+    platform: "browser",
+    target,
+    write: false,
+  });
+  return outputFiles[0].text.trim();
+}
+
+const hashOf = (text) => `'sha256-${createHash("sha256").update(text).digest("base64")}'`;
+
+// "<\/" means the same to a script and does not end the element that holds it.
+const script = (await bundle("src/main.ts")).replace(/<\/(script)/gi, "<\\/$1").replace(/<!--/g, "<\\!--");
+const style = await bundle("src/controls/controls.css");
+
+const policy = [
+  "default-src 'none'",
+  `script-src ${hashOf(script)}`,
+  `style-src ${hashOf(style)}`,
+  "connect-src 'self' https:",
+  "media-src 'self' https: blob:",
+  "base-uri 'none'",
+  "form-action 'none'",
+].join("; ");
+
+const parts = { policy, style, script };
+const template = await readFile(inRoot("src/page.html"), "utf8");
+const page = template.replace(/\{\{(\w+)\}\}/g, (_, name) => parts[name]);
+
+await mkdir(inRoot("dist"), { recursive: true });
+await writeFile(inRoot("dist/VMRWebViewRuntime.html"), page);
+console.log(`dist/VMRWebViewRuntime.html: ${(Buffer.byteLength(page) / 1024).toFixed(1)} KiB`);

@@ -1,0 +1,23 @@
+import type { JsonObject } from "../util/json";
+
+export type RequestParams = JsonObject;
+
+/** What a request is answered with; the native side drops empty results, so there is always a member. */
+export type Result = { [key: string]: unknown };
+
+export class RpcError extends Error {
+  constructor(
+    readonly code: number,
+    message: string,
+  ) {
+    super(message);
+  }
+}
+
+export const RpcCodes = {
+  methodNotFound: -32601,
+  internal: -32603,
+  noAds: -32001,
+} as const;
+
+export type RequestHandler = (method: string, params: RequestParams) => Promise<Result>;

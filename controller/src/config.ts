@@ -1,0 +1,74 @@
+import { fetchText } from "./util/fetching";
+import { flagAt, isObject, numberAt, objectAt, textAt, type JsonObject } from "./util/json";
+
+export interface Faults {
+  /** Seconds after which the page stops pinging. */
+  stopPingAfter?: number;
+  /** Text sent as AdError instead of playing. */
+  adError?: string;
+  /** Answers "get.ads" with an empty list. */
+  noAds: boolean;
+}
+
+/** Times in seconds, bitrates in kbit/s. */
+export interface Config {
+  /** How many wrappers may lie between the tag and the ad. */
+  wrapperLimit: number;
+  /** For each wrapped document. */
+  wrapperTimeout: number;
+  /** For the whole of "get.ads"; the native side waits 5 s for the reply. */
+  adsTimeout: number;
+  /** Playback that makes no progress for this long has failed. */
+  stallTimeout: number;
+  /** Ceiling for the media choice; 0 leaves it to the size of the view. */
+  maxBitrate: number;
+  faults: Faults;
+  /** What "get.config" is answered with. */
+  data: JsonObject;
+}
+
+const defaults = {
+  wrapperLimit: 5,
+  wrapperTimeout: 4,
+  adsTimeout: 4.3,
+  stallTimeout: 8,
+  maxBitrate: 0,
+} as const;
+
+const longestAdsTimeout = 4.5;
+const fetchTimeout = 2;
+
+/** The page's defaults with the host's object laid over them. */
+export function configFrom(host: JsonObject): Config {
+  const data: JsonObject = { ...defaults, ...host };
+  const positive = (key: keyof typeof defaults) => {
+    const value = numberAt(data, key);
+    return value !== undefined && value >= 0 ? value : defaults[key];
+  };
+  const faults = objectAt(data, "faults");
+  return {
+    wrapperLimit: Math.floor(positive("wrapperLimit")),
+    wrapperTimeout: positive("wrapperTimeout"),
+    adsTimeout: Math.min(positive("adsTimeout"), longestAdsTimeout),
+    stallTimeout: positive("stallTimeout"),
+    maxBitrate: positive("maxBitrate"),
+    faults: {
+      stopPingAfter: numberAt(faults, "stopPingAfter"),
+      adError: textAt(faults, "adError"),
+      noAds: flagAt(faults, "noAds"),
+    },
+    data,
+  };
+}
+
+/** Reads the host's optional object; without one, or with a broken one, the defaults stand. */
+export async function loadConfig(log: (text: string) => void): Promise<Config> {
+  try {
+    const host: unknown = JSON.parse(await fetchText("/config.json", fetchTimeout));
+    if (isObject(host)) return configFrom(host);
+    log("Ignored a configuration that is not an object");
+  } catch (error) {
+    log(`No configuration of the host's own: ${(error as Error).message}`);
+  }
+  return configFrom({});
+}

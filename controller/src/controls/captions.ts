@@ -1,0 +1,80 @@
+import type { CaptionFile } from "../ads/ad";
+import { fetchText } from "../util/fetching";
+import { element } from "./dom";
+
+const fetchTimeout = 8;
+
+/**
+ * Captions drawn by the page, so that they look alike in every web view and keep clear of the
+ * controls. The files are fetched rather than given to the element: that would ask the servers of
+ * the media for permission, which they need not give.
+ */
+export class Captions {
+  readonly box = element("div", "captions");
+  private isOn = false;
+  /** Grows with every ad, so that a file that comes late for an earlier one is dropped. */
+  private generation = 0;
+  private track: HTMLTrackElement | undefined;
+  private objectUrl: string | undefined;
+
+  constructor(
+    private readonly video: HTMLVideoElement,
+    private readonly onAvailable: (available: boolean) => void,
+    private readonly log: (text: string) => void,
+  ) {}
+
+  get on(): boolean {
+    return this.isOn;
+  }
+
+  async show(files: CaptionFile[], language: string): Promise<void> {
+    this.clear();
+    const file = files.find(({ lang }) => lang.split(/[-_]/)[0] === language.split(/[-_]/)[0]) ?? files[0];
+    if (!file) return;
+    const generation = this.generation;
+    try {
+      const text = await fetchText(file.src, fetchTimeout);
+      if (generation === this.generation) this.attach(file, text);
+    } catch (error) {
+      this.log(`Captions could not be read: ${(error as Error).message}`);
+    }
+  }
+
+  setOn(on: boolean): void {
+    this.isOn = on;
+    this.box.hidden = !on;
+  }
+
+  clear(): void {
+    this.generation += 1;
+    this.track?.remove();
+    this.track = undefined;
+    if (this.objectUrl) URL.revokeObjectURL(this.objectUrl);
+    this.objectUrl = undefined;
+    this.box.textContent = "";
+    this.onAvailable(false);
+  }
+
+  private attach(file: CaptionFile, text: string): void {
+    this.objectUrl = URL.createObjectURL(new Blob([text], { type: "text/vtt" }));
+    const track = document.createElement("track");
+    track.kind = "captions";
+    track.srclang = file.lang;
+    track.label = file.label;
+    track.src = this.objectUrl;
+    track.track.mode = "hidden";
+    track.track.addEventListener("cuechange", () => this.draw(track.track));
+    track.addEventListener("load", () => this.onAvailable(true));
+    track.addEventListener("error", () => this.log("Captions could not be read: not in a form known here"));
+    this.video.append(track);
+    // Attaching may let the browser's own preferences choose again.
+    track.track.mode = "hidden";
+    this.track = track;
+  }
+
+  private draw(track: TextTrack): void {
+    const cues = Array.from(track.activeCues ?? []) as VTTCue[];
+    this.box.textContent = "";
+    this.box.append(...cues.map((cue) => element("span", "cue", cue.getCueAsHTML())));
+  }
+}

@@ -1,0 +1,40 @@
+import { AdSource } from "./ads/ad_source";
+import { Bridge } from "./bridge/bridge";
+import { loadConfig, type Config } from "./config";
+import { Controls } from "./controls/controls";
+import { Heartbeat } from "./heartbeat";
+import { GroupPlayer } from "./playback/group_player";
+import { Session } from "./session";
+
+const bridge = new Bridge(window);
+const log = (text: string) => bridge.log(text);
+
+const heartbeat = new Heartbeat(() => bridge.ping());
+heartbeat.start();
+
+window.addEventListener("error", (event) => log(`Uncaught: ${event.message}`));
+window.addEventListener("unhandledrejection", (event) => log(`Unhandled rejection: ${String(event.reason)}`));
+
+const controls = new Controls(document.body, log);
+const player = new GroupPlayer(bridge, controls);
+controls.connect(player);
+
+let config: Promise<Config> | undefined;
+
+/** Loaded once, by whichever request comes first. */
+function sharedConfig(): Promise<Config> {
+  config ??= loadConfig(log).then((loaded) => {
+    const { stopPingAfter } = loaded.faults;
+    if (stopPingAfter !== undefined) setTimeout(() => heartbeat.stop(), stopPingAfter * 1000);
+    return loaded;
+  });
+  return config;
+}
+
+const source = new AdSource({
+  canPlayType: (type) => controls.video.canPlayType(type),
+  beacon: (url) => bridge.beacon(url),
+  log,
+});
+const session = new Session({ config: sharedConfig, source, player });
+bridge.serve((method, params) => session.handle(method, params));

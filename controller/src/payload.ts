@@ -1,0 +1,64 @@
+import { flagAt, numberAt, objectAt, textAt, type JsonObject } from "./util/json";
+
+export type PlacementType = "inline" | "resizeable" | "interstitial" | "none";
+
+/** The parts of the request payload that the page acts on. */
+export interface Payload {
+  vastXml?: string;
+  vastUrl?: string;
+  placementType: PlacementType;
+  playback: PlaybackOptions;
+  privacy: PrivacyData;
+}
+
+export interface PlaybackOptions {
+  muted: boolean;
+  /** 0 to 1. */
+  volume: number;
+  captions: boolean;
+}
+
+export interface PrivacyData {
+  advertisingId?: string;
+  limitAdTracking: boolean;
+  userAgent?: string;
+  language?: string;
+  bundle?: string;
+  latitude?: string;
+  longitude?: string;
+  gdprApplies?: string;
+  gdprConsent?: string;
+}
+
+function placementFrom(params: JsonObject): PlacementType {
+  const text = textAt(params, "placement_type");
+  return text === "inline" || text === "resizeable" || text === "interstitial" ? text : "none";
+}
+
+export function payloadFrom(request: JsonObject): Payload {
+  const params = objectAt(request, "params");
+  const playback = objectAt(request, "playback");
+  const device = objectAt(request, "device");
+  const geo = objectAt(device, "geo");
+  return {
+    vastXml: textAt(params, "vast_xml"),
+    vastUrl: textAt(params, "vast_url"),
+    placementType: placementFrom(params),
+    playback: {
+      muted: flagAt(playback, "muted"),
+      volume: Math.min(1, Math.max(0, numberAt(playback, "volume") ?? 1)),
+      captions: flagAt(playback, "captions"),
+    },
+    privacy: {
+      advertisingId: textAt(device, "ifa"),
+      limitAdTracking: flagAt(device, "lmt"),
+      userAgent: textAt(device, "ua"),
+      language: textAt(device, "lang"),
+      bundle: textAt(objectAt(request, "app"), "bundle"),
+      latitude: textAt(geo, "lat"),
+      longitude: textAt(geo, "lon"),
+      gdprApplies: textAt(params, "regs[gdpr]"),
+      gdprConsent: textAt(params, "user[consent]"),
+    },
+  };
+}

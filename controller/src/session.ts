@@ -1,0 +1,69 @@
+import { describeAd } from "./ads/ad";
+import type { AdSource } from "./ads/ad_source";
+import { RpcCodes, RpcError, type RequestParams, type Result } from "./bridge/rpc";
+import type { Config } from "./config";
+import { payloadFrom } from "./payload";
+import type { GroupPlayer, PauseData } from "./playback/group_player";
+import { flagAt, objectAt } from "./util/json";
+
+export interface SessionParts {
+  config: () => Promise<Config>;
+  source: AdSource;
+  player: GroupPlayer;
+}
+
+function pauseDataFrom(params: RequestParams): PauseData {
+  const data = objectAt(params, "data");
+  return { background: flagAt(data, "background"), ignorePreviousState: flagAt(data, "ignorePreviousState") };
+}
+
+/** Answers the requests of the native side. */
+export class Session {
+  constructor(private readonly parts: SessionParts) {}
+
+  async handle(method: string, params: RequestParams): Promise<Result> {
+    if (method === "get.config") return { data: (await this.parts.config()).data };
+    if (method === "get.ads") return this.getAds(params);
+    if (method.startsWith("control.")) return this.control(method.slice("control.".length), params);
+    throw new RpcError(RpcCodes.methodNotFound, `Unknown method ${method}`);
+  }
+
+  private async getAds(params: RequestParams): Promise<Result> {
+    const payload = payloadFrom(params);
+    const config = await this.parts.config();
+    const ads = await this.parts.source.load(payload, config);
+    this.parts.player.prepare({ ads, payload, config });
+    return { data: { adgroup: { ads: ads.map(describeAd) } } };
+  }
+
+  private control(command: string, params: RequestParams): Result {
+    const { player } = this.parts;
+    switch (command) {
+      case "start":
+        if (player.state === "empty") throw new RpcError(RpcCodes.noAds, "No ads are loaded");
+        player.start();
+        break;
+      case "play":
+        player.play();
+        break;
+      case "pause":
+        player.pause(pauseDataFrom(params));
+        break;
+      case "resume":
+        player.resume(pauseDataFrom(params));
+        break;
+      case "stop":
+        player.stop();
+        break;
+      case "skip":
+        player.skip();
+        break;
+      case "close":
+        player.close();
+        break;
+      default:
+        throw new RpcError(RpcCodes.methodNotFound, `Unknown method control.${command}`);
+    }
+    return { state: player.state };
+  }
+}

@@ -1,0 +1,65 @@
+import { secondsOf, type Ad, type BeaconName, type ProgressBeacon } from "../ads/ad";
+import { playheadText } from "../util/clock_text";
+import { resolveMacros, type MacroValues } from "./macros";
+
+/** A viewer or a host may do these any number of times; everything else happens once in an ad. */
+const repeatable: ReadonlySet<BeaconName> = new Set<BeaconName>(["pause", "resume", "mute", "unmute", "clickTracking"]);
+
+/** Fires the beacons of one ad, each once where once is right. */
+export class AdTracker {
+  private readonly fired = new Set<BeaconName>();
+  private readonly pending: ProgressBeacon[];
+  private playhead = 0;
+  private assetUri: string | undefined;
+
+  constructor(
+    private readonly ad: Ad,
+    private readonly session: MacroValues,
+    private readonly send: (url: string) => void,
+  ) {
+    this.pending = [...ad.beacons.progress];
+  }
+
+  setAsset(uri: string): void {
+    this.assetUri = uri;
+  }
+
+  setPlayhead(seconds: number): void {
+    this.playhead = seconds;
+  }
+
+  fire(name: BeaconName, extra: MacroValues = {}): void {
+    if (this.fired.has(name) && !repeatable.has(name)) return;
+    this.fired.add(name);
+    this.sendAll(this.ad.beacons.urls[name] ?? [], extra);
+  }
+
+  fireError(code: number): void {
+    this.fire("error", { ERRORCODE: String(code) });
+  }
+
+  /** Fires the progress beacons whose offset the playhead has reached, earliest first. */
+  fireProgress(playhead: number, duration: number): void {
+    const due = this.pending.filter(({ offset }) => secondsOf(offset, duration) <= playhead);
+    due.sort((one, other) => secondsOf(one.offset, duration) - secondsOf(other.offset, duration));
+    for (const beacon of due) this.pending.splice(this.pending.indexOf(beacon), 1);
+    this.sendAll(
+      due.map(({ url }) => url),
+      {},
+    );
+  }
+
+  /** The same address named by several wrappers for one moment is one beacon. */
+  private sendAll(templates: string[], extra: MacroValues): void {
+    const position = playheadText(this.playhead);
+    const values: MacroValues = {
+      ...this.session,
+      ...this.ad.macros,
+      ASSETURI: this.assetUri ?? this.ad.media[0]?.src,
+      CONTENTPLAYHEAD: position,
+      ADPLAYHEAD: position,
+      ...extra,
+    };
+    for (const template of new Set(templates)) this.send(resolveMacros(template, values));
+  }
+}

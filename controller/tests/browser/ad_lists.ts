@@ -1,0 +1,39 @@
+import { origin } from "./page_driver";
+
+const lengths = [4, 5, 6];
+const once = [
+  "impression",
+  "start",
+  "firstQuartile",
+  "midpoint",
+  "thirdQuartile",
+  "complete",
+  "pause",
+  "resume",
+  "mute",
+  "unmute",
+  "skip",
+  "closeLinear",
+  "clickTracking",
+];
+
+/** The ad of an ads.json that plays one of the test films. */
+export function listedAd(number: 1 | 2 | 3, more: object = {}): object {
+  const beacons: Record<string, unknown> = {};
+  for (const name of once) beacons[name] = [`${origin}/beacon/${name}?ad=${number}`];
+  beacons.error = [`${origin}/beacon/error?ad=${number}&code=[ERRORCODE]`];
+  return {
+    id: `ad-${number}`,
+    index: number - 1,
+    title: `Film ${number}`,
+    duration: lengths[number - 1],
+    vpi: "mp4",
+    media: [{ src: `${origin}/media/ad-${number}.mp4`, type: "video/mp4", width: 640, height: 360, bitrate: 800 }],
+    beacons,
+    ...more,
+  };
+}
+
+export function adList(...ads: object[]): { "/ads.json": { body: string } } {
+  return { "/ads.json": { body: JSON.stringify({ ads }) } };
+}
