@@ -1,4 +1,3 @@
-import { AdSource } from "./ads/ad_source";
 import { Bridge } from "./bridge/bridge";
 import { loadConfig, type Config } from "./config";
 import { Controls } from "./controls/controls";
@@ -31,10 +30,13 @@ function sharedConfig(): Promise<Config> {
   return config;
 }
 
-const source = new AdSource({
-  canPlayType: (type) => controls.video.canPlayType(type),
-  beacon: (url) => bridge.beacon(url),
-  log,
+const session = new Session({
+  config: sharedConfig,
+  player,
+  tools: {
+    canPlayType: (type) => controls.video.canPlayType(type),
+    beacon: (url) => bridge.beacon(url),
+    log,
+  },
 });
-const session = new Session({ config: sharedConfig, source, player });
 bridge.serve((method, params) => session.handle(method, params));

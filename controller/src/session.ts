@@ -1,14 +1,15 @@
 import { describeAd } from "./ads/ad";
-import type { AdSource } from "./ads/ad_source";
+import { AdSource, type AdSourceTools } from "./ads/ad_source";
 import { RpcCodes, RpcError, type RequestParams, type Result } from "./bridge/rpc";
 import type { Config } from "./config";
 import { payloadFrom } from "./payload";
 import type { GroupPlayer, PauseData } from "./playback/group_player";
+import { Deadline } from "./util/deadline";
 import { flagAt, objectAt } from "./util/json";
 
 export interface SessionParts {
   config: () => Promise<Config>;
-  source: AdSource;
+  tools: AdSourceTools;
   player: GroupPlayer;
 }
 
@@ -29,10 +30,12 @@ export class Session {
   }
 
   private async getAds(params: RequestParams): Promise<Result> {
+    const received = performance.now();
+    const { player, tools } = this.parts;
     const payload = payloadFrom(params);
     const config = await this.parts.config();
-    const ads = await this.parts.source.load(payload, config);
-    this.parts.player.prepare({ ads, payload, config });
+    const ads = await new AdSource(payload, config, new Deadline(config.adsTimeout, received), tools).load();
+    player.prepare({ ads, payload, config });
     return { data: { adgroup: { ads: ads.map(describeAd) } } };
   }
 

@@ -6,7 +6,7 @@ import type { Payload } from "../payload";
 import { sessionMacros, type MacroValues } from "../tracking/macros";
 import { AdTracker } from "../tracking/tracker";
 import { AdPlayback, type PlaybackListener } from "./ad_playback";
-import type { Quartile } from "./milestones";
+import type { Quartile, QuartileName } from "./milestones";
 import type { AdFailure } from "./vast_error";
 
 /** What the viewer sees; the player only tells it what to show. */
@@ -47,7 +47,7 @@ export interface Session {
   config: Config;
 }
 
-const quartileEvents: Record<Quartile, AdEventName> = {
+const quartileEvents: Record<QuartileName, AdEventName> = {
   firstQuartile: "AdVideoFirstQuartile",
   midpoint: "AdVideoMidpoint",
   thirdQuartile: "AdVideoThirdQuartile",
@@ -219,11 +219,7 @@ export class GroupPlayer {
       },
       firstFrame: () => this.onFirstFrame(),
       time: (playhead, duration) => this.onTime(playhead, duration),
-      quartile: (quartile) => {
-        this.syncPlayhead();
-        this.current?.tracker.fire(quartile);
-        this.tell(quartileEvents[quartile]);
-      },
+      quartile: (quartile) => this.onQuartile(quartile),
       paused: () => this.onPaused(),
       resumed: () => this.onResumed(),
       ended: () => this.onEnded(),
@@ -237,6 +233,17 @@ export class GroupPlayer {
     for (const name of ["impression", "creativeView", "start"] as const) this.current?.tracker.fire(name);
     for (const name of ["AdStarted", "AdImpression", "AdVideoStart"] as const) this.tell(name);
     this.showSkip();
+  }
+
+  /** After a long gap between two looks the beacons still leave in the order of their offsets. */
+  private onQuartile({ name, share }: Quartile): void {
+    const current = this.current;
+    if (!current) return;
+    const { duration } = current.playback;
+    this.syncPlayhead();
+    current.tracker.fireProgress(share * duration, duration);
+    current.tracker.fire(name);
+    this.tell(quartileEvents[name]);
   }
 
   private onTime(playhead: number, duration: number): void {

@@ -1,9 +1,15 @@
-export type Quartile = "firstQuartile" | "midpoint" | "thirdQuartile";
+export type QuartileName = "firstQuartile" | "midpoint" | "thirdQuartile";
 
-const quartiles: ReadonlyArray<[Quartile, number]> = [
-  ["firstQuartile", 0.25],
-  ["midpoint", 0.5],
-  ["thirdQuartile", 0.75],
+export interface Quartile {
+  name: QuartileName;
+  /** Of the ad's length. */
+  share: number;
+}
+
+const quartiles: readonly Quartile[] = [
+  { name: "firstQuartile", share: 0.25 },
+  { name: "midpoint", share: 0.5 },
+  { name: "thirdQuartile", share: 0.75 },
 ];
 
 /** Tells each quartile once and in order, however far the playhead jumps. */
@@ -12,7 +18,7 @@ export class Milestones {
 
   reached(playhead: number, duration: number): Quartile[] {
     if (!(duration > 0)) return [];
-    return this.tellWhile((share) => playhead >= duration * share);
+    return this.tellWhile(({ share }) => playhead >= duration * share);
   }
 
   /** What is still owed when the ad has played to its end. */
@@ -20,10 +26,10 @@ export class Milestones {
     return this.tellWhile(() => true);
   }
 
-  private tellWhile(isDue: (share: number) => boolean): Quartile[] {
+  private tellWhile(isDue: (quartile: Quartile) => boolean): Quartile[] {
     const due: Quartile[] = [];
-    for (let next = quartiles[this.told]; next && isDue(next[1]); next = quartiles[this.told]) {
-      due.push(next[0]);
+    for (let next = quartiles[this.told]; next && isDue(next); next = quartiles[this.told]) {
+      due.push(next);
       this.told += 1;
     }
     return due;

@@ -176,11 +176,11 @@ export class PageDriver {
 
   private async file(url: URL): Promise<Buffer | string | undefined> {
     if (url.pathname === pagePath) return readFile(builtPage);
-    const name = basename(url.pathname);
-    if (url.pathname === `/media/${name}` && existsSync(new URL(name, mediaFolder))) {
-      return readFile(new URL(name, mediaFolder));
+    const name = url.pathname.slice(1);
+    const mediaName = basename(name);
+    if (name === `media/${mediaName}` && existsSync(new URL(mediaName, mediaFolder))) {
+      return readFile(new URL(mediaName, mediaFolder));
     }
-    if (url.pathname === `/wrapped/${name}` && existsSync(new URL(name, fixtureFolder))) return fixture(name);
-    return undefined;
+    return name.endsWith(".xml") && existsSync(new URL(name, fixtureFolder)) ? fixture(name) : undefined;
   }
 }

@@ -1,0 +1,80 @@
+import { readdirSync, readFileSync } from "node:fs";
+import { expect, it } from "vitest";
+import { fixture, origin, PageDriver, type Answer } from "./page_driver";
+
+interface Expected {
+  what: string;
+  ads: string[];
+  events: string[];
+  beacons: string[];
+  /** The code in the text of the last event. */
+  error?: number;
+  /** What the host app does meanwhile. */
+  controls?: Array<{ after: string; send: string }>;
+  /** Paths that the server never answers. */
+  unanswered?: string[];
+}
+
+const folder = new URL("../fixtures/", import.meta.url);
+const suffix = ".expected.json";
+const names = readdirSync(folder)
+  .filter((name) => name.endsWith(suffix))
+  .map((name) => name.slice(0, -suffix.length));
+
+function expectedOf(name: string): Expected {
+  return JSON.parse(readFileSync(new URL(name + suffix, folder), "utf8")) as Expected;
+}
+
+async function playToEnd(driver: PageDriver, expected: Expected): Promise<void> {
+  await driver.call("control.start");
+  for (const { after, send } of expected.controls ?? []) {
+    await driver.waitForEvent(after);
+    expect((await driver.call(send)).error).toBeUndefined();
+  }
+  await driver.waitForEvent(expected.events.at(-1) ?? "", 30);
+}
+
+/** One case for each fixture; each runs in a page of its own, so they may run side by side. */
+it.concurrent.each(names)("%s", async (name) => {
+  const expected = expectedOf(name);
+  const unanswered = (expected.unanswered ?? []).map((path): [string, Answer] => [path, { status: 200, delay: 20_000 }]);
+  const driver = await PageDriver.open({ answers: Object.fromEntries(unanswered) });
+  try {
+    const asked = Date.now();
+    const ads = await driver.loadAds({ vast_url: `${origin}/${name}.xml` });
+    expect(Date.now() - asked).toBeLessThan(5000);
+    expect(ads.map(({ id }) => id)).toEqual(expected.ads);
+    if (expected.events.length > 0) await playToEnd(driver, expected);
+    expect(driver.events()).toEqual(expected.events);
+    expect(driver.beacons()).toEqual(expected.beacons);
+    if (expected.error) {
+      const { params } = await driver.waitForEvent("AdError");
+      expect(params?.data).toContain(`VAST error ${expected.error}`);
+    }
+  } finally {
+    await driver.close();
+  }
+});
+
+it("takes a document that comes with the request before a tag", async () => {
+  const driver = await PageDriver.open();
+  try {
+    const params = { vast_xml: await fixture("single.xml"), vast_url: `${origin}/pod.xml` };
+    const ads = await driver.loadAds(params);
+    expect(ads).toEqual([
+      {
+        id: "film-1",
+        index: 0,
+        vpi: "mp4",
+        title: "Film 1",
+        duration: 4,
+        price: 1.25,
+        url: `${origin}/media/ad-1.mp4`,
+        clickthru: "https://advertiser.example/film-1",
+      },
+    ]);
+    expect(driver.requests).not.toContain("/pod.xml");
+  } finally {
+    await driver.close();
+  }
+});
