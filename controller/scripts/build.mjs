@@ -41,7 +41,10 @@ const policy = [
   "form-action 'none'",
 ].join("; ");
 
-const parts = { policy, style, script };
+// The library that is bundled asks for its notice in every copy.
+const notice = (await readFile(inRoot("node_modules/@dailymotion/vast-client/LICENSE"), "utf8")).trim();
+
+const parts = { notice, policy, style, script };
 const template = await readFile(inRoot("src/page.html"), "utf8");
 const page = template.replace(/\{\{(\w+)\}\}/g, (_, name) => parts[name]);
 

@@ -32,6 +32,7 @@ export class Session {
   private async getAds(params: RequestParams): Promise<Result> {
     const received = performance.now();
     const { player, tools } = this.parts;
+    if (player.hasBegun) throw new RpcError(RpcCodes.busy, "This page has begun to play its ads");
     const payload = payloadFrom(params);
     const config = await this.parts.config();
     const ads = await new AdSource(payload, config, new Deadline(config.adsTimeout, received), tools).load();

@@ -95,8 +95,9 @@ export class Bridge implements NativeSide {
     this.post({ jsonrpc: "2.0", method, params });
   }
 
+  /** Plain JSON and nothing else: web views differ in what they make of the rest. */
   private post(body: object): void {
-    this.handlerNamed("Vemora")?.postMessage(body);
+    this.handlerNamed("Vemora")?.postMessage(JSON.parse(JSON.stringify(body)));
   }
 
   private handlerNamed(name: string): MessageHandler | undefined {

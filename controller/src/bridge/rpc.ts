@@ -18,6 +18,7 @@ export const RpcCodes = {
   methodNotFound: -32601,
   internal: -32603,
   noAds: -32001,
+  busy: -32002,
 } as const;
 
 export type RequestHandler = (method: string, params: RequestParams) => Promise<Result>;

@@ -41,7 +41,7 @@ export class Controls implements PlayerView {
   private readonly captions: Captions;
   private actions: ViewerActions | undefined;
   private lastSurfaceClick = -Infinity;
-  private hasTarget = false;
+  private hasChosenCaptions = false;
 
   constructor(root: HTMLElement, log: (text: string) => void) {
     this.captions = new Captions(this.video, (available) => (this.captionsButton.hidden = !available), log);
@@ -65,14 +65,14 @@ export class Controls implements PlayerView {
     setLabel(this.stage, ad.title ? `Advertisement: ${ad.title}` : "Advertisement");
     this.podText.hidden = count < 2;
     setText(this.podText, `${position + 1} of ${count}`);
-    this.hasTarget = ad.clickthru !== undefined;
-    this.learnMore.hidden = !this.hasTarget;
-    this.surface.classList.toggle("clickable", this.hasTarget);
+    const hasTarget = ad.clickthru !== undefined;
+    this.learnMore.hidden = !hasTarget;
+    this.surface.classList.toggle("clickable", hasTarget);
     this.closeButton.hidden = !closable;
     this.setSkip(undefined);
     this.setPaused(false);
     this.setTime(0, ad.duration ?? 0);
-    this.showCaptionsState(this.captions.on || captionsOn);
+    if (!this.hasChosenCaptions) this.showCaptionsState(captionsOn);
     void this.captions.show(ad.captions, navigator.language);
   }
 
@@ -126,8 +126,9 @@ export class Controls implements PlayerView {
     this.progress.setAttribute("aria-valuemin", "0");
     this.progress.setAttribute("aria-valuemax", "100");
     const status = element("div", "status", this.badge, this.podText, this.countdown);
-    const tools = element("div", "tools", this.pauseButton, this.soundButton, this.captionsButton, status, this.learnMore);
-    const bottom = element("div", "bottom", this.skipButton, tools, this.progress);
+    const left = [this.pauseButton, this.soundButton, this.captionsButton, status];
+    const tools = element("div", "tools", ...left, this.learnMore, this.skipButton);
+    const bottom = element("div", "bottom", tools, this.progress);
     this.stage.append(this.video, this.surface, this.captions.box, this.spinner, this.bigPlay, this.closeButton, bottom);
     root.append(this.stage);
   }
@@ -172,7 +173,9 @@ export class Controls implements PlayerView {
   }
 
   private toggleCaptions(): void {
-    if (!this.captionsButton.hidden) this.showCaptionsState(!this.captions.on);
+    if (this.captionsButton.hidden) return;
+    this.hasChosenCaptions = true;
+    this.showCaptionsState(!this.captions.on);
   }
 
   private showCaptionsState(on: boolean): void {

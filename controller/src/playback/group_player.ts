@@ -88,9 +88,13 @@ export class GroupPlayer {
     return this.lifecycle;
   }
 
+  get hasBegun(): boolean {
+    return this.lifecycle !== "empty" && this.lifecycle !== "ready";
+  }
+
   /** Takes the ads of a load; a group that has begun is not exchanged under the viewer's eyes. */
   prepare(session: Session): void {
-    if (this.lifecycle !== "empty" && this.lifecycle !== "ready") return;
+    if (this.hasBegun) return;
     this.session = session;
     this.macros = sessionMacros(session.payload.privacy);
     this.lifecycle = session.ads.length > 0 ? "ready" : "empty";
