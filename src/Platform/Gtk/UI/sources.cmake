@@ -1,3 +1,4 @@
 # Relative to the backend folder.
 set(VEMORA_GTK_UI_SOURCES
+  UI/TrustedCertificates.cpp
 )
