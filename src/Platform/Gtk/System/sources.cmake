@@ -1,9 +1,18 @@
 # Relative to the backend folder.
 set(VEMORA_GTK_SYSTEM_SOURCES
+  System/AdvertisingChoice.cpp
+  System/DefaultsFile.cpp
+  System/GtkBundle.cpp
   System/GtkDispatch.cpp
   System/GtkSystem.cpp
+  System/InfoDictionary.cpp
+  System/KeyFileUserDefaults.cpp
+  System/LinuxDevice.cpp
+  System/MachineInfo.cpp
   System/MainQueue.cpp
   System/NetworkThread.cpp
+  System/PosixLocale.cpp
+  System/PrivateFile.cpp
   System/SoupURLSession.cpp
   System/TimerThread.cpp
   System/WaitRegistry.cpp

@@ -1,0 +1,46 @@
+#include "Platform/Gtk/GtkPorts.h"
+#include "Platform/Gtk/System/AdvertisingChoice.h"
+#include "Platform/Gtk/System/InfoDictionary.h"
+#include "Platform/Gtk/System/MachineInfo.h"
+
+namespace vemora::gtk {
+
+namespace {
+
+class LinuxDevice final : public Device {
+ public:
+  std::optional<std::string> model() override { return machine_.model(); }
+  std::optional<std::string> systemName() override { return machine_.systemName(); }
+  std::optional<std::string> systemVersion() override { return machine_.systemVersion(); }
+
+  std::optional<std::string> identifierForVendor() override {
+    const auto application = InfoDictionary::shared().entry("CFBundleIdentifier");
+    const auto vendor = application ? vendorOfApplication(*application) : std::nullopt;
+    return vendor ? machine_.identifierForVendor(*vendor) : std::nullopt;
+  }
+
+  UserInterfaceIdiom userInterfaceIdiom() override { return machine_.userInterfaceIdiom(); }
+
+  std::optional<std::string> advertisingIdentifier() override {
+    return AdvertisingChoice::shared().identifier();
+  }
+  bool isAdvertisingTrackingEnabled() override { return AdvertisingChoice::shared().isTrackingEnabled(); }
+
+  /// There is no such class to look up, but a telephony stack that any Linux may have: whoever asks is led to
+  /// the way that needs no user-interface objects and never reads a status bar, which a desktop does not
+  /// have.
+  bool hasTelephonyNetworkInfo() override { return true; }
+
+  std::optional<int> statusBarDataNetworkType() override { return machine_.dataNetworkType(); }
+
+ private:
+  const MachineInfo machine_;
+};
+
+}  // namespace
+
+std::unique_ptr<Device> makeDevice() {
+  return std::make_unique<LinuxDevice>();
+}
+
+}  // namespace vemora::gtk
