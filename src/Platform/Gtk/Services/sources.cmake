@@ -1,3 +1,4 @@
 # Relative to the backend folder.
 set(VEMORA_GTK_SERVICES_SOURCES
+  Services/DynamicClassRegistry.cpp
 )
