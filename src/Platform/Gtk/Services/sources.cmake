@@ -1,6 +1,9 @@
 # Relative to the backend folder.
 set(VEMORA_GTK_SERVICES_SOURCES
   Services/AudioOutputs.cpp
+  Services/ContextThread.cpp
   Services/DynamicClassRegistry.cpp
+  Services/GioNetworkReachability.cpp
+  Services/NetworkFacts.cpp
   Services/PulseAudioSession.cpp
 )
