@@ -90,7 +90,7 @@ export class Bridge implements NativeSide {
     if (typeof id === "string" && id !== "") this.post({ jsonrpc: "2.0", id, ...answer });
   }
 
-  /** Without an id: one made up here could be equal to that of a call the native side waits for. */
+  /** Without an id: nothing answers it, and one made up here could be that of a call in flight. */
   private notify(method: string, params: Record<string, unknown>): void {
     this.post({ jsonrpc: "2.0", method, params });
   }

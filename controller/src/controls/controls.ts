@@ -158,9 +158,8 @@ export class Controls implements PlayerView {
   }
 
   private onSurfaceClick(): void {
-    const now = performance.now();
-    const isDouble = now - this.lastSurfaceClick < doubleClickMs;
-    this.lastSurfaceClick = now;
+    const isDouble = this.isSecondClick();
+    this.lastSurfaceClick = performance.now();
     if (isDouble) return;
     if (this.stage.classList.contains("paused")) this.actions?.togglePause();
     else this.actions?.clickThrough();
@@ -168,8 +167,14 @@ export class Controls implements PlayerView {
 
   /** The button goes away when it is used; the focus must not go with it. */
   private onBigPlay(): void {
+    if (this.isSecondClick()) return;
     this.actions?.togglePause();
     if (this.bigPlay.hidden) this.pauseButton.focus({ preventScroll: true });
+  }
+
+  /** The first click may have put another button under the pointer. */
+  private isSecondClick(): boolean {
+    return performance.now() - this.lastSurfaceClick < doubleClickMs;
   }
 
   private toggleCaptions(): void {

@@ -23,9 +23,15 @@ const playedThrough = [
   "AdStopped",
 ];
 
+/** A view parked at zero size: no animation frames, and a visibility that says nothing. */
+function park(): void {
+  window.requestAnimationFrame = () => 0;
+  Object.defineProperty(document, "visibilityState", { get: () => "hidden" });
+}
+
 describe("a group of ads", () => {
   it("plays from the server's list with every event and beacon once and in order", async () => {
-    const page = await opened({ answers: adList(listedAd(2), listedAd(1)) });
+    const page = await opened({ answers: adList(listedAd(2), listedAd(1)), prepare: park });
     const ads = await page.loadAds();
     expect(ads.map(({ id }) => id)).toEqual(["ad-1", "ad-2"]);
     expect((await page.call("control.start")).result).toEqual({ state: "playing" });
@@ -34,7 +40,98 @@ describe("a group of ads", () => {
     const moments = ["impression", "start", "firstQuartile", "midpoint", "thirdQuartile", "complete"];
     const expected = [1, 2].flatMap((ad) => moments.map((moment) => `/beacon/${moment}?ad=${ad}`));
     expect(page.beacons()).toEqual(expected);
-    expect(page.messages.at(-1)?.params?.event ?? "ping").toMatch(/AdGroupEnd|ping/);
     expect(page.pings()).toBeGreaterThanOrEqual(9);
+    const times = page.messages.filter(({ params }) => params?.event === "AdTimeChange" && params.id === "ad-1");
+    expect(times.length).toBeGreaterThan(10);
+    expect(times.length).toBeLessThan(20);
+    expect(times.every(({ params }) => typeof params?.data === "number")).toBe(true);
+    expect((await page.call("get.ads")).error?.code).toBe(-32002);
+  });
+
+  it("can be loaded without being started, and commanded without having been loaded", async () => {
+    const page = await opened({ answers: { ...adList(listedAd(1)), "/config.json": { body: '{"features":{"moat":1}}' } } });
+    for (const command of ["pause", "resume", "stop", "skip", "close", "play"]) {
+      expect((await page.call(`control.${command}`)).result).toEqual({ state: "empty" });
+    }
+    expect((await page.call("control.start")).error?.code).toBe(-32001);
+    expect((await page.call("control.dance")).error?.code).toBe(-32601);
+    expect((await page.call("get.config")).result?.data).toMatchObject({ features: { moat: 1 }, wrapperLimit: 5 });
+    expect(await page.loadAds()).toHaveLength(1);
+    expect(await page.post({ id: "x", method: "control.resume" })).toBeUndefined();
+    expect(page.events()).toEqual([]);
+  });
+});
+
+describe("pausing", () => {
+  it("holds the film and the time, in the background as well", async () => {
+    const page = await opened({ answers: adList(listedAd(1)) });
+    await page.loadAds();
+    await page.call("control.start");
+    await page.waitForEvent("AdTimeChange");
+    const data = { background: true };
+    await page.call("control.pause", { data });
+    await page.waitForEvent("AdPaused");
+    const position = () => page.page.evaluate(() => document.querySelector("video")?.currentTime);
+    const before = await position();
+    await page.page.waitForTimeout(400);
+    expect(await position()).toBe(before);
+    await page.call("control.resume", { data });
+    await page.waitForEvent("AdPlaying");
+    await page.call("control.stop");
+    await page.waitForEvent("AdGroupEnd");
+    expect(page.events().slice(-4)).toEqual(["AdPaused", "AdPlaying", "AdStopped", "AdGroupEnd"]);
+  });
+});
+
+describe("failures", () => {
+  const rubbish = { "/media/ad-1.mp4": { body: "this is no film", contentType: "video/mp4" } };
+
+  it("of a film that cannot be read are told with their code", async () => {
+    const page = await opened({ answers: { ...adList(listedAd(1)), ...rubbish } });
+    await page.loadAds();
+    await page.call("control.start");
+    const { params } = await page.waitForEvent("AdError");
+    expect(params?.data).toMatch(/^VAST error 405: /);
+    expect(page.beacons()).toEqual(["/beacon/error?ad=1&code=405"]);
+  });
+
+  it("of a film that never comes are told after the stall, pings going on all the while", async () => {
+    const never = { "/media/ad-1.mp4": { status: 200, delay: 60_000 } };
+    const page = await opened({ answers: { ...adList(listedAd(1)), ...never }, manualClock: true });
+    await page.loadAds();
+    await page.call("control.start");
+    await page.page.clock.runFor(7000);
+    expect(page.events()).toEqual(["AdGroupStart"]);
+    await page.page.clock.runFor(3000);
+    const { params } = await page.waitForEvent("AdError");
+    expect(params?.data).toMatch(/^VAST error 402: /);
+    expect(page.pings()).toBeGreaterThanOrEqual(10);
+  });
+
+  it("to be let play with sound start the ad muted", async () => {
+    const refuseSound = (): void => {
+      const play = HTMLMediaElement.prototype.play;
+      HTMLMediaElement.prototype.play = function (this: HTMLMediaElement) {
+        return this.muted ? play.call(this) : Promise.reject(new DOMException("no", "NotAllowedError"));
+      };
+    };
+    const page = await opened({ answers: adList(listedAd(1)), prepare: refuseSound });
+    await page.loadAds();
+    await page.call("control.start");
+    await page.waitForEvent("AdStarted");
+    expect((await page.waitForEvent("AdVolumeChange")).params?.data).toBe(0);
+    expect(page.beacons()).not.toContain("/beacon/mute?ad=1");
+  });
+
+  it("can be rehearsed", async () => {
+    const faults = { adError: "out of films", stopPingAfter: 2 };
+    const config = { "/config.json": { body: JSON.stringify({ faults }) } };
+    const page = await opened({ answers: { ...adList(listedAd(1)), ...config }, manualClock: true });
+    await page.loadAds();
+    await page.page.clock.runFor(10_000);
+    expect(page.pings()).toBeLessThanOrEqual(4);
+    await page.call("control.start");
+    await page.page.clock.runFor(1000);
+    expect((await page.waitForEvent("AdError")).params?.data).toBe("out of films");
   });
 });

@@ -1,0 +1,92 @@
+import { describe, expect, it } from "vitest";
+import { adsFromList } from "../../src/ads/ad_list";
+import type { MediaFile } from "../../src/ads/ad";
+import { configFrom } from "../../src/config";
+import { playableMedia, rankMedia } from "../../src/media/media_choice";
+import { payloadFrom } from "../../src/payload";
+
+function file(src: string, more: Partial<MediaFile> = {}): MediaFile {
+  return { src, type: "video/mp4", width: 0, height: 0, bitrate: 0, ...more };
+}
+
+const plays = (...types: string[]) => (type: string) => (types.some((known) => type.startsWith(known)) ? "maybe" : "");
+
+describe("the media choice", () => {
+  const small = file("small", { width: 320, height: 180, bitrate: 200 });
+  const middle = file("middle", { width: 640, height: 360, bitrate: 700 });
+  const rich = file("rich", { width: 640, height: 360, bitrate: 3000 });
+  const large = file("large", { width: 1920, height: 1080, bitrate: 6000 });
+  const all = [large, small, rich, middle];
+  const order = (width: number, height: number, ceiling = 0) =>
+    rankMedia(all, plays("video/mp4"), { width, height }, ceiling).map(({ src }) => src);
+
+  it("goes by the size of the view, then by the bitrate that suits it", () => {
+    expect(order(640, 360)).toEqual(["middle", "rich", "large", "small"]);
+    expect(order(1920, 1080)[0]).toBe("large");
+    expect(order(320, 180)[0]).toBe("small");
+  });
+
+  it("prefers a file that is too large to one that is too small", () => {
+    expect(order(900, 506)[0]).toBe("middle");
+    expect(order(1100, 620)[0]).toBe("large");
+  });
+
+  it("stays below the ceiling while it can", () => {
+    expect(order(1920, 1080, 1000)).toEqual(["middle", "small", "rich", "large"]);
+  });
+
+  it("assumes a size for a view that has none yet", () => {
+    expect(order(0, 0)[0]).toBe("middle");
+  });
+
+  it("asks for types under their common names and with their codecs", () => {
+    const asked: string[] = [];
+    const media = [file("a", { type: "video/x-m4v" }), file("b", { type: "VIDEO/WEBM", codec: "vp9" }), file("c", { type: "application/x-mpegURL" })];
+    const found = playableMedia(media, (type) => {
+      asked.push(type);
+      return type.startsWith("video/webm") ? "" : "maybe";
+    });
+    expect(asked).toEqual(["video/mp4", 'video/webm; codecs="vp9"', "application/vnd.apple.mpegurl"]);
+    expect(found.map(({ src }) => src)).toEqual(["a", "c"]);
+  });
+});
+
+describe("the configuration", () => {
+  it("lays the host's object over the defaults and hands all of it to the native side", () => {
+    const config = configFrom({ wrapperLimit: 2, features: { moat: 1 }, faults: { noAds: true, stopPingAfter: 3 } });
+    expect(config).toMatchObject({ wrapperLimit: 2, wrapperTimeout: 4, stallTimeout: 8 });
+    expect(config.faults).toEqual({ noAds: true, stopPingAfter: 3, adError: undefined });
+    expect(config.data).toMatchObject({ wrapperLimit: 2, adsTimeout: 4.3, features: { moat: 1 } });
+  });
+
+  it("never lets the ads take longer than the native side waits, nor takes values that are none", () => {
+    expect(configFrom({ adsTimeout: 60 }).adsTimeout).toBe(4.5);
+    expect(configFrom({ wrapperLimit: "9", stallTimeout: -1, faults: [] })).toMatchObject({ wrapperLimit: 5, stallTimeout: 8 });
+  });
+});
+
+describe("the ad request", () => {
+  it("is read with every part missing or of the wrong type", () => {
+    const expected = { placementType: "none", playback: { muted: false, volume: 1, captions: false } };
+    expect(payloadFrom({})).toMatchObject(expected);
+    expect(payloadFrom({ params: 7, playback: null, device: [], app: "x" })).toMatchObject(expected);
+  });
+
+  it("is read with native booleans that come as numbers", () => {
+    const payload = payloadFrom({ playback: { muted: 1, volume: 7 }, device: { lmt: true, ifa: null } });
+    expect(payload.playback).toEqual({ muted: true, volume: 1, captions: false });
+    expect(payload.privacy).toMatchObject({ limitAdTracking: true, advertisingId: undefined });
+  });
+});
+
+describe("the server's ad list", () => {
+  it("is sorted, and entries that are none are passed over", () => {
+    const list = { ads: [{ id: "b", index: 1 }, null, "x", { index: 0, media: [{ src: "http://x.example/a.mp4" }, 5] }] };
+    const ads = adsFromList(JSON.stringify(list));
+    expect(ads.map(({ id }) => id)).toEqual(["ad-2", "b"]);
+    // A page that came over https cannot load it.
+    expect(ads[0]?.media).toEqual([]);
+  });
+
+  it.each(["[]", "7", '{"ads":{}}'])("may be of another shape: %s", (text) => expect(adsFromList(text)).toEqual([]));
+});

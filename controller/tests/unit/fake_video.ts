@@ -1,0 +1,72 @@
+/** A media element under the test's hand: it plays what it is told and says so, at once and in order. */
+export class FakeVideo extends EventTarget {
+  currentTime = 0;
+  duration = NaN;
+  paused = true;
+  ended = false;
+  muted = false;
+  volume = 1;
+  src = "";
+  currentSrc = "";
+  error: { code: number } | null = null;
+  /** What `play` does: nothing, refuse always, or refuse while there is sound. */
+  refuses: "never" | "always" | "sound" = "never";
+  readonly sources: string[] = [];
+
+  canPlayType(type: string): string {
+    return type.startsWith("video/mp4") ? "maybe" : "";
+  }
+
+  load(): void {
+    this.currentTime = 0;
+    this.ended = false;
+    this.error = null;
+    this.currentSrc = this.src;
+    if (this.src) this.sources.push(this.src);
+  }
+
+  removeAttribute(): void {
+    this.src = "";
+  }
+
+  play(): Promise<void> {
+    if (this.refuses === "always" || (this.refuses === "sound" && !this.muted)) {
+      return Promise.reject(new DOMException("refused", "NotAllowedError"));
+    }
+    this.paused = false;
+    return Promise.resolve();
+  }
+
+  pause(): void {
+    this.paused = true;
+  }
+
+  /** The first frame of a file this long. */
+  begin(duration: number): void {
+    this.duration = duration;
+    this.tell("loadedmetadata");
+    this.tell("playing");
+  }
+
+  moveTo(seconds: number): void {
+    this.currentTime = seconds;
+    this.tell("timeupdate");
+  }
+
+  finish(): void {
+    this.moveTo(this.duration);
+    this.ended = true;
+    this.paused = true;
+    this.tell("pause");
+    this.tell("ended");
+  }
+
+  fail(code: number): void {
+    this.error = { code };
+    this.tell("error");
+  }
+
+  tell(event: string): void {
+    this.dispatchEvent(new Event(event));
+  }
+}

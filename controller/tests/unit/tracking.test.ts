@@ -1,0 +1,123 @@
+import { describe, expect, it } from "vitest";
+import type { Ad } from "../../src/ads/ad";
+import { payloadFrom } from "../../src/payload";
+import { Milestones } from "../../src/playback/milestones";
+import { StallWatch } from "../../src/playback/stall_watch";
+import { resolveMacros, sessionMacros } from "../../src/tracking/macros";
+import { AdTracker } from "../../src/tracking/tracker";
+import { countdownText, playheadText } from "../../src/util/clock_text";
+
+function ad(beacons: Partial<Ad["beacons"]>): Ad {
+  return {
+    id: "ad-1",
+    index: 0,
+    vpi: "mp4",
+    media: [{ src: "https://m.example/a b.mp4", type: "video/mp4", width: 0, height: 0, bitrate: 0 }],
+    captions: [],
+    beacons: { urls: {}, progress: [], ...beacons },
+    macros: { PODSEQUENCE: "2" },
+  };
+}
+
+function tracked(beacons: Partial<Ad["beacons"]>): { tracker: AdTracker; sent: string[] } {
+  const sent: string[] = [];
+  return { tracker: new AdTracker(ad(beacons), { APPBUNDLE: "org.example" }, (url) => sent.push(url)), sent };
+}
+
+describe("macros", () => {
+  const payload = (limited: boolean) =>
+    payloadFrom({
+      params: { "regs[gdpr]": "1", "user[consent]": "BO&x" },
+      device: { ifa: "AB-CD", ua: "Agent (1)", lmt: limited, geo: { lat: "1.5", lon: "-2" } },
+      app: { bundle: "org.example" },
+    });
+  const fill = (template: string, limited = false) => resolveMacros(template, sessionMacros(payload(limited).privacy));
+
+  it("are filled with the values of the request, encoded", () => {
+    expect(fill("[IFA]|[DEVICEUA]|[APPBUNDLE]|[LATLONG]|[GDPR]|[GDPRCONSENT]|[LIMITADTRACKING]")).toBe(
+      "AB-CD|Agent%20%281%29|org.example|1.5%2C-2|1|BO%26x|0",
+    );
+  });
+
+  it("withhold the advertising id from who limits tracking", () => {
+    expect(fill("[IFA]/[LIMITADTRACKING]", true)).toBe("-1/1");
+  });
+
+  it("say so where there is no value, and leave alone what is no macro", () => {
+    expect(fill("%%OMIDPARTNER%%-[cachebuster2]-[ids]-[0]")).toBe("-1-[cachebuster2]-[ids]-[0]");
+  });
+
+  it("are new in every address", () => {
+    const [one, other] = [fill("[CACHEBUSTING]"), fill("[CACHEBUSTING]")];
+    expect(one).toMatch(/^\d{8}$/);
+    expect(one).not.toBe(other);
+    expect(fill("[TIMESTAMP]")).toMatch(/^\d{4}-\d\d-\d\dT\d\d%3A\d\d%3A\d\d\.\d{3}Z$/);
+  });
+});
+
+describe("beacons", () => {
+  it("leave once where once is right, and the same address once in a moment", () => {
+    const { tracker, sent } = tracked({ urls: { start: ["https://t/s", "https://t/s", "https://t/w"], mute: ["https://t/m"] } });
+    for (const name of ["start", "start", "mute", "mute", "complete"] as const) tracker.fire(name);
+    expect(sent).toEqual(["https://t/s", "https://t/w", "https://t/m", "https://t/m"]);
+  });
+
+  it("carry the playhead, the asset, the code and what belongs to the ad", () => {
+    const urls = { error: ["https://t/[ERRORCODE]/[ADPLAYHEAD]/[CONTENTPLAYHEAD]/[ASSETURI]/[PODSEQUENCE]/[APPBUNDLE]"] };
+    const { tracker, sent } = tracked({ urls });
+    tracker.setPlayhead(3725.25);
+    tracker.fireError(402);
+    expect(sent).toEqual([
+      "https://t/402/01%3A02%3A05.250/01%3A02%3A05.250/https%3A%2F%2Fm.example%2Fa%20b.mp4/2/org.example",
+    ]);
+  });
+
+  it("of progress leave once each, in the order of their offsets", () => {
+    const progress = [
+      { offset: { share: 0.5 }, url: "https://t/half" },
+      { offset: { seconds: 1 }, url: "https://t/1" },
+      { offset: { seconds: 99 }, url: "https://t/99" },
+    ];
+    const { tracker, sent } = tracked({ progress });
+    tracker.fireProgress(0.5, 10);
+    expect(sent).toEqual([]);
+    tracker.fireProgress(7, 10);
+    tracker.fireProgress(8, 10);
+    expect(sent).toEqual(["https://t/1", "https://t/half"]);
+  });
+});
+
+describe("milestones", () => {
+  const names = (due: Array<{ name: string }>) => due.map(({ name }) => name);
+
+  it("are told once and in order, however the playhead jumps", () => {
+    const milestones = new Milestones();
+    expect(names(milestones.reached(0.9, 4))).toEqual([]);
+    expect(names(milestones.reached(2.5, 4))).toEqual(["firstQuartile", "midpoint"]);
+    expect(names(milestones.reached(0, 4))).toEqual([]);
+    expect(names(milestones.rest())).toEqual(["thirdQuartile"]);
+    expect(milestones.rest()).toEqual([]);
+  });
+
+  it("wait for a length", () => expect(new Milestones().reached(5, 0)).toEqual([]));
+});
+
+describe("the stall watch", () => {
+  it("counts only time in which the playhead stands still", () => {
+    const watch = new StallWatch(8);
+    for (let second = 0; second < 30; second += 1) expect(watch.isStalled(second, second)).toBe(false);
+    for (let second = 30; second < 37; second += 1) expect(watch.isStalled(29, second)).toBe(false);
+    expect(watch.isStalled(29, 37)).toBe(true);
+  });
+
+  it("does not take a machine that slept for a stall", () => {
+    const watch = new StallWatch(8);
+    watch.isStalled(1, 0);
+    expect(watch.isStalled(1, 3600)).toBe(false);
+  });
+});
+
+it("writes times for trackers and for viewers", () => {
+  expect([playheadText(0), playheadText(59.9996), playheadText(-1)]).toEqual(["00:00:00.000", "00:01:00.000", "00:00:00.000"]);
+  expect([countdownText(0), countdownText(4.1), countdownText(61)]).toEqual(["0:00", "0:05", "1:01"]);
+});
