@@ -166,26 +166,30 @@ void VemoraAdPlayerBase_p::performInBackground(Step step, const JsonValue& param
       [self = sharedSelf(this), step, parameters] { (self.get()->*step)(parameters); });
 }
 
+void VemoraAdPlayerBase_p::send(bool (VMRAdDumper::*command)(const JsonValue&), const JsonValue& parameters) {
+  if (const auto client = dumper()) (client.get()->*command)(parameters);
+}
+
 void VemoraAdPlayerBase_p::_start(const JsonValue& parameters) {
-  if (const auto client = dumper()) client->start(parameters);
+  send(&VMRAdDumper::start, parameters);
 }
 void VemoraAdPlayerBase_p::_play(const JsonValue& parameters) {
-  if (const auto client = dumper()) client->play(parameters);
+  send(&VMRAdDumper::play, parameters);
 }
 void VemoraAdPlayerBase_p::_stop(const JsonValue& parameters) {
-  if (const auto client = dumper()) client->stop(parameters);
+  send(&VMRAdDumper::stop, parameters);
 }
 void VemoraAdPlayerBase_p::_pause(const JsonValue& parameters) {
-  if (const auto client = dumper()) client->pause(parameters);
+  send(&VMRAdDumper::pause, parameters);
 }
 void VemoraAdPlayerBase_p::_resume(const JsonValue& parameters) {
-  if (const auto client = dumper()) client->resume(parameters);
+  send(&VMRAdDumper::resume, parameters);
 }
 void VemoraAdPlayerBase_p::_skip(const JsonValue& parameters) {
-  if (const auto client = dumper()) client->skip(parameters);
+  send(&VMRAdDumper::skip, parameters);
 }
 void VemoraAdPlayerBase_p::_close(const JsonValue& parameters) {
-  if (const auto client = dumper()) client->close(parameters);
+  send(&VMRAdDumper::close, parameters);
 }
 
 std::shared_ptr<WebView> VemoraAdPlayerBase_p::_getPlayerView() const {

@@ -101,6 +101,7 @@ class VemoraAdPlayerBase_p : public VMRRuntimeMessageHandler, public SFSafariVie
 
   static void park(const std::shared_ptr<WebView>& webView);
   void watchApplication();
+  void send(bool (VMRAdDumper::*command)(const JsonValue&), const JsonValue& parameters);
   void reportLoad(const std::optional<VMRError>& error);
   void createTrackerIfConfigured();
   void act(VemoraAdEvent event, const std::shared_ptr<VemoraAd>& ad, const JsonValue& data);
