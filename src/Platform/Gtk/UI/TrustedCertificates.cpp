@@ -1,47 +1,48 @@
 #include "Platform/Gtk/UI/TrustedCertificates.h"
 
-#include "Foundation/Mutex.h"
-#include "Platform/Gtk/GObjectPtr.h"
+#include <algorithm>
+#include <memory>
 
-#include <string>
-#include <utility>
-#include <vector>
+#include "Foundation/Mutex.h"
 
 namespace vemora::gtk {
 
 namespace {
 
-struct TrustedCertificates {
-  /// Guards the list.
-  Mutex mutex;
-  std::vector<std::pair<GObjectPtr<GTlsCertificate>, std::string>> entries VMR_GUARDED_BY(mutex);
-
-  static TrustedCertificates& shared() {
-    static TrustedCertificates& list = *new TrustedCertificates;
-    return list;
-  }
+struct CertificateList {
+  Mutex mutex;  ///< Guards the list.
+  std::vector<TrustedCertificate> entries VMR_GUARDED_BY(mutex);
 };
+
+CertificateList& list() {
+  static CertificateList& shared = *new CertificateList;
+  return shared;
+}
+
+std::string lowerCased(std::string_view host) {
+  const std::unique_ptr<char, GFree<g_free>> lower(g_ascii_strdown(host.data(), static_cast<gssize>(host.size())));
+  return lower.get();
+}
 
 }  // namespace
 
 void addTrustedCertificate(GTlsCertificate* certificate, std::string_view host) {
   if (!certificate || isTrustedCertificate(certificate, host)) return;
-  TrustedCertificates& trusted = TrustedCertificates::shared();
-  MutexLock lock(trusted.mutex);
-  trusted.entries.emplace_back(GObjectPtr<GTlsCertificate>::retain(certificate), host);
+  const MutexLock lock(list().mutex);
+  list().entries.push_back({GObjectPtr<GTlsCertificate>::retain(certificate), lowerCased(host)});
 }
 
 bool isTrustedCertificate(GTlsCertificate* certificate, std::string_view host) {
-  const std::string wanted(host);
-  TrustedCertificates& trusted = TrustedCertificates::shared();
-  MutexLock lock(trusted.mutex);
-  for (const auto& [entry, entryHost] : trusted.entries) {
-    if (g_ascii_strcasecmp(entryHost.c_str(), wanted.c_str()) == 0 &&
-        g_tls_certificate_is_same(entry.get(), certificate)) {
-      return true;
-    }
-  }
-  return false;
+  const std::string wanted = lowerCased(host);
+  const auto entries = trustedCertificates();
+  return std::any_of(entries.begin(), entries.end(), [&](const TrustedCertificate& entry) {
+    return entry.host == wanted && g_tls_certificate_is_same(entry.certificate.get(), certificate);
+  });
+}
+
+std::vector<TrustedCertificate> trustedCertificates() {
+  const MutexLock lock(list().mutex);
+  return list().entries;
 }
 
 }  // namespace vemora::gtk

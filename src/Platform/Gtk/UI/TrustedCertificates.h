@@ -2,14 +2,23 @@
 
 #include <gio/gio.h>
 
+#include <string>
 #include <string_view>
+#include <vector>
 
+#include "Platform/Gtk/GObjectPtr.h"
+
+/// The certificates that the host app trusts beside the system's, each for one host. From any thread.
 namespace vemora::gtk {
 
-/// Remembers that this certificate is trusted for this host (without port, letter case aside). From any
-/// thread.
+struct TrustedCertificate {
+  GObjectPtr<GTlsCertificate> certificate;
+  std::string host;
+};
+
+/// Remembers that this certificate is trusted for this host (without port, letter case aside).
 void addTrustedCertificate(GTlsCertificate* certificate, std::string_view host);
-/// Whether the host app trusts this certificate for this host. From any thread.
 bool isTrustedCertificate(GTlsCertificate* certificate, std::string_view host);
+std::vector<TrustedCertificate> trustedCertificates();
 
 }  // namespace vemora::gtk

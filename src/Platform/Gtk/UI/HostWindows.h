@@ -1,0 +1,45 @@
+#pragma once
+
+#include "Platform/Gtk/GObjectPtr.h"
+#include "Platform/Gtk/UI/GObjectSignal.h"
+
+#include <gtk/gtk.h>
+
+#include <memory>
+#include <vector>
+
+namespace vemora::gtk {
+
+/// All toplevel windows of the process, and which of them is in use.
+///
+/// Focus that moves between two windows leaves the first before it reaches the second, and a window that
+/// opens gets it only once the window manager has seen to it. So the application counts as left only after
+/// none of its windows has been active for `kLeaveDelay`; it counts as back at once. Until a window has been
+/// active for the first time (there may be no window manager to make it so) nothing is announced.
+class HostWindows : public std::enable_shared_from_this<HostWindows> {
+ public:
+  static constexpr double kLeaveDelay = 0.25;
+
+  /// To be called once, after construction.
+  void watch();
+  /// The host's window that is active, else the last that was, else the first visible one.
+  GObjectPtr<GtkWindow> keyWindow() const;
+
+ private:
+  struct Watched {
+    GObjectWeakPtr<GtkWindow> window;
+    SignalConnection activeChanged;
+  };
+
+  void toplevelsChanged();
+  void activeChanged();
+  void leaveIfStillInactive();
+
+  std::vector<std::unique_ptr<Watched>> watched_;
+  SignalConnection toplevelsChanged_;
+  GObjectWeakPtr<GtkWindow> lastActive_;
+  bool inUse_ = false;
+  bool left_ = false;
+};
+
+}  // namespace vemora::gtk
