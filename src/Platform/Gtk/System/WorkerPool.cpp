@@ -2,15 +2,12 @@
 
 #include <pthread.h>
 
-#include <chrono>
 #include <system_error>
 #include <utility>
 
 namespace vemora::gtk {
 
 namespace {
-
-constexpr std::chrono::seconds kIdleTime{5};
 
 /// The pool that the current thread works for.
 thread_local const WorkerPool* currentPool = nullptr;
@@ -72,7 +69,7 @@ bool WorkerPool::awaitWork(Workers::iterator self) {
       return true;
     }
     idle_.splice(idle_.begin(), busy_, self);
-    const SteadyTime limit = std::chrono::steady_clock::now() + kIdleTime;
+    const SteadyTime limit = std::chrono::steady_clock::now() + idleTime_;
     bool inTime = true;
     while (!self->work && !stopping_ && inTime) inTime = waitOnCondition(mutex_, self->wake, limit);
     if (self->work) return true;

@@ -3,6 +3,7 @@
 #include "Foundation/Mutex.h"
 #include "Platform/Gtk/System/ConditionWait.h"
 
+#include <chrono>
 #include <condition_variable>
 #include <cstddef>
 #include <deque>
@@ -24,7 +25,9 @@ class WorkerPool {
  public:
   using Work = std::function<void()>;
 
-  WorkerPool() = default;
+  static constexpr std::chrono::milliseconds kIdleTime{5000};
+
+  explicit WorkerPool(std::chrono::milliseconds idleTime = kIdleTime) : idleTime_(idleTime) {}
   /// Waits for all workers. Nobody may use the pool any more.
   ~WorkerPool();
   WorkerPool(const WorkerPool&) = delete;
@@ -51,6 +54,8 @@ class WorkerPool {
   bool awaitWork(Workers::iterator self);
   void leave(Workers::iterator self) VMR_REQUIRES(mutex_);
   static void join(Workers& workers);
+
+  const std::chrono::milliseconds idleTime_;
 
   /// Guards everything below.
   Mutex mutex_;

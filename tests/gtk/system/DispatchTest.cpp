@@ -1,0 +1,326 @@
+#include "MainLoop.h"
+#include "Platform/Gtk/System/GtkDispatch.h"
+#include "ProcessEnd.h"
+
+#include <dirent.h>
+#include <glib.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <atomic>
+#include <chrono>
+#include <condition_variable>
+#include <memory>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace vemora::gtk {
+
+namespace {
+
+using test::pumpUntil;
+using Clock = std::chrono::steady_clock;
+
+std::shared_ptr<DispatchBlock> makeBlock(std::function<void()> work) {
+  return std::make_shared<DispatchBlock>(std::move(work));
+}
+
+bool eventually(const std::function<bool()>& condition) {
+  const auto end = Clock::now() + std::chrono::seconds(20);
+  while (!condition() && Clock::now() < end) std::this_thread::sleep_for(std::chrono::milliseconds(1));
+  return condition();
+}
+
+/// Reports, through the counter, that a block was destroyed, and where.
+class Witness {
+ public:
+  explicit Witness(std::atomic<int>& destroyed, std::thread::id* destroyedOn = nullptr)
+      : destroyed_(destroyed), destroyedOn_(destroyedOn) {}
+  ~Witness() {
+    if (destroyedOn_) *destroyedOn_ = std::this_thread::get_id();
+    ++destroyed_;
+  }
+
+ private:
+  std::atomic<int>& destroyed_;
+  std::thread::id* const destroyedOn_;
+};
+
+TEST(MainQueueTest, KeepsTheOrderOfAllThreads) {
+  constexpr int kThreads = 4;
+  constexpr int kBlocks = 500;
+  std::mutex mutex;
+  int next = 0;
+  std::vector<int> order;
+  GtkDispatch dispatch;
+  const auto post = [&] {
+    const std::lock_guard lock(mutex);
+    dispatch.mainAsync([&order, number = next++] { order.push_back(number); });
+  };
+  std::vector<std::thread> threads;
+  for (int i = 0; i < kThreads; ++i) {
+    threads.emplace_back([&] {
+      for (int block = 0; block < kBlocks; ++block) post();
+    });
+  }
+  // While some run already, and with the main thread among the givers.
+  for (int block = 0; block < kBlocks; ++block) {
+    post();
+    g_main_context_iteration(nullptr, FALSE);
+  }
+  for (std::thread& thread : threads) thread.join();
+  ASSERT_TRUE(pumpUntil([&] { return order.size() == (kThreads + 1) * kBlocks; }));
+  EXPECT_TRUE(std::is_sorted(order.begin(), order.end()));
+}
+
+TEST(MainQueueTest, QueuesWhatTheMainThreadGives) {
+  std::string order;
+  GtkDispatch dispatch;
+  dispatch.mainAsync([&] {
+    dispatch.mainAsync([&] { order += 'c'; });
+    order += 'a';
+  });
+  dispatch.mainAsync([&] { order += 'b'; });
+  EXPECT_EQ(order, "");
+  ASSERT_TRUE(pumpUntil([&] { return order.size() == 3; }));
+  EXPECT_EQ(order, "abc");
+}
+
+TEST(MainQueueTest, RunsOneBlockAtATimeEvenInANestedLoop) {
+  bool outerEnded = false, innerRan = false;
+  GtkDispatch dispatch;
+  dispatch.mainAsync([&] {
+    dispatch.mainAsync([&] {
+      EXPECT_TRUE(outerEnded);
+      innerRan = true;
+    });
+    for (int i = 0; i < 10; ++i) g_main_context_iteration(nullptr, FALSE);
+    outerEnded = true;
+  });
+  EXPECT_TRUE(pumpUntil([&] { return innerRan; }));
+}
+
+TEST(MainQueueTest, WakesASleepingLoop) {
+  bool ran = false;
+  GtkDispatch dispatch;
+  std::thread giver([&] {
+    std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    dispatch.mainAsync([&] { ran = true; });
+  });
+  while (!ran) g_main_context_iteration(nullptr, TRUE);
+  giver.join();
+}
+
+TEST(MainQueueTest, LetsSourcesOfLowerPriorityRun) {
+  bool idleRan = false;
+  GtkDispatch dispatch;
+  std::function<void()> chain = [&] {
+    if (!idleRan) dispatch.mainAsync(chain);
+  };
+  dispatch.mainAsync(chain);
+  g_idle_add_full(
+      G_PRIORITY_LOW,
+      [](gpointer ran) -> gboolean {
+        *static_cast<bool*>(ran) = true;
+        return G_SOURCE_REMOVE;
+      },
+      &idleRan, nullptr);
+  EXPECT_TRUE(pumpUntil([&] { return idleRan; }));
+  // The chain's last link must not outlive what it refers to.
+  bool drained = false;
+  dispatch.mainAsync([&] { drained = true; });
+  EXPECT_TRUE(pumpUntil([&] { return drained; }));
+}
+
+TEST(DispatchTest, KnowsTheMainThread) {
+  std::atomic<int> answer{-1};
+  GtkDispatch dispatch;
+  EXPECT_TRUE(dispatch.isMainThread());
+  dispatch.detachNewThread([&] { answer = dispatch.isMainThread(); });
+  EXPECT_TRUE(eventually([&] { return answer != -1; }));
+  EXPECT_EQ(answer, 0);
+}
+
+TEST(DispatchTest, BlockedWorkKeepsNothingFromStarting) {
+  constexpr int kBlocked = 64;
+  std::mutex mutex;
+  std::condition_variable condition;
+  bool release = false;
+  std::atomic<int> started{0};
+  std::atomic<bool> ran{false};
+  GtkDispatch dispatch;
+  for (int i = 0; i < kBlocked; ++i) {
+    dispatch.globalAsync([&] {
+      ++started;
+      std::unique_lock lock(mutex);
+      condition.wait(lock, [&] { return release; });
+    });
+  }
+  EXPECT_TRUE(eventually([&] { return started == kBlocked; }));
+  dispatch.globalAsync([&] { ran = true; });
+  EXPECT_TRUE(eventually([&] { return ran.load(); }));
+  const std::lock_guard lock(mutex);
+  release = true;
+  condition.notify_all();
+}
+
+TEST(DispatchTest, DestroysWorkOnTheThreadThatRanIt) {
+  std::atomic<int> destroyed{0};
+  std::thread::id ranOn, destroyedOn;
+  GtkDispatch dispatch;
+  const auto work = [&](std::shared_ptr<Witness> witness) {
+    return [&ranOn, witness = std::move(witness)] { ranOn = std::this_thread::get_id(); };
+  };
+  dispatch.globalAsync(work(std::make_shared<Witness>(destroyed, &destroyedOn)));
+  EXPECT_TRUE(eventually([&] { return destroyed == 1; }));
+  EXPECT_EQ(ranOn, destroyedOn);
+  dispatch.mainAsync(work(std::make_shared<Witness>(destroyed, &destroyedOn)));
+  EXPECT_TRUE(pumpUntil([&] { return destroyed == 2; }));
+  EXPECT_EQ(destroyedOn, std::this_thread::get_id());
+}
+
+TEST(DispatchTest, WaitsUntilItsDeadline) {
+  Mutex mutex;
+  std::condition_variable condition;
+  bool done = false;
+  GtkDispatch dispatch;
+  {
+    MutexLock lock(mutex);
+    const double deadline = dispatch.now() + 0.03;
+    while (dispatch.waitUntil(mutex, condition, deadline)) {
+    }
+    EXPECT_GE(dispatch.now(), deadline - 1e-6);
+    EXPECT_FALSE(dispatch.waitUntil(mutex, condition, dispatch.now() - 1));
+  }
+  dispatch.globalAsync([&] {
+    MutexLock lock(mutex);
+    done = true;
+    condition.notify_all();
+  });
+  MutexLock lock(mutex);
+  while (!done && dispatch.waitUntil(mutex, condition, dispatch.now() + 20)) {
+  }
+  EXPECT_TRUE(done);
+}
+
+TEST(TimerTest, RunsBlocksInTheOrderOfTheirTimes) {
+  std::string order;
+  GtkDispatch dispatch;
+  dispatch.mainAfter(0.06, [&] { order += 'd'; });
+  dispatch.mainAfter(0.03, [&] { order += 'b'; });
+  dispatch.mainAfter(0.03, [&] { order += 'c'; });
+  dispatch.mainAfter(-1, [&] { order += 'a'; });
+  ASSERT_TRUE(pumpUntil([&] { return order.size() == 4; }));
+  EXPECT_EQ(order, "abcd");
+}
+
+TEST(TimerTest, IsNotEarlyAndWakesForAnEarlierTime) {
+  std::atomic<double> ranAt{0};
+  GtkDispatch dispatch;
+  const double begin = dispatch.now();
+  dispatch.globalAfter(3600, makeBlock([] { FAIL(); }));
+  dispatch.globalAfter(0.02, makeBlock([&] { ranAt = dispatch.now(); }));
+  EXPECT_TRUE(eventually([&] { return ranAt != 0; }));
+  EXPECT_GE(ranAt, begin + 0.02);
+  EXPECT_LT(ranAt, begin + 10);
+}
+
+TEST(TimerTest, KeepsACancelledBlockUntilItsTimeAndNotMuchLonger) {
+  std::atomic<int> destroyed{0};
+  std::atomic<bool> ran{false};
+  GtkDispatch dispatch;
+  const double begin = dispatch.now();
+  {
+    const auto witness = std::make_shared<Witness>(destroyed);
+    const auto block = makeBlock([&ran, witness] { ran = true; });
+    dispatch.globalAfter(0.05, block);
+    block->cancel();
+  }
+  EXPECT_TRUE(eventually([&] {
+    const bool isDestroyed = destroyed == 1;
+    EXPECT_TRUE(!isDestroyed || dispatch.now() >= begin + 0.05);
+    return isDestroyed;
+  }));
+  EXPECT_LT(dispatch.now(), begin + 10);
+  EXPECT_FALSE(ran);
+}
+
+TEST(TimerTest, CancelledBlocksDoNotDelayOthers) {
+  constexpr int kCancelled = 100'000;
+  std::atomic<int> destroyed{0};
+  std::atomic<double> ranAt{0};
+  GtkDispatch dispatch;
+  for (int i = 0; i < kCancelled; ++i) {
+    const auto block = makeBlock([witness = std::make_shared<Witness>(destroyed)] { FAIL(); });
+    dispatch.globalAfter(0.2 + i * 1e-6, block);
+    block->cancel();
+  }
+  const double due = dispatch.now() + 0.05;
+  dispatch.globalAfter(0.05, makeBlock([&] { ranAt = dispatch.now(); }));
+  EXPECT_TRUE(eventually([&] { return ranAt != 0; }));
+  EXPECT_GE(ranAt, due);
+  EXPECT_TRUE(eventually([&] { return destroyed == kCancelled; }));
+}
+
+int threadCount() {
+  int count = 0;
+  DIR* folder = opendir("/proc/self/task");
+  while (const dirent* entry = readdir(folder)) count += entry->d_name[0] != '.';
+  closedir(folder);
+  return count;
+}
+
+TEST(WorkerPoolTest, WorkersThatNobodyNeedsLeave) {
+  const int before = threadCount();
+  std::atomic<int> done{0};
+  WorkerPool pool(std::chrono::milliseconds(20));
+  for (int round = 1; round <= 3; ++round) {
+    for (int i = 0; i < 20; ++i) pool.run([&] { ++done; });
+    EXPECT_TRUE(eventually([&] { return done == round * 20; }));
+    EXPECT_TRUE(eventually([&] { return threadCount() <= before; }));
+  }
+}
+
+TEST(WorkerPoolTest, TakesAnIdleWorkerBeforeANewThread) {
+  std::atomic<int> done{0};
+  WorkerPool pool;
+  const auto giveAndAwait = [&] {
+    const int wanted = done + 1;
+    pool.run([&] { ++done; });
+    return eventually([&] { return done == wanted; });
+  };
+  ASSERT_TRUE(giveAndAwait());
+  const int before = threadCount();
+  for (int i = 0; i < 50; ++i) {
+    std::this_thread::sleep_for(std::chrono::microseconds(200));
+    ASSERT_TRUE(giveAndAwait());
+  }
+  // Seldom, a worker is given work before it went idle.
+  EXPECT_LE(threadCount(), before + 5);
+}
+
+class ProcessEndTest : public testing::TestWithParam<const char*> {};
+
+TEST_P(ProcessEndTest, IsPromptAndNothingRunsLater) {
+  const auto begin = Clock::now();
+  EXPECT_EQ(test::runProcessEnd(GetParam()), test::kProcessEndStatus);
+  EXPECT_LT(Clock::now() - begin, std::chrono::seconds(10));
+}
+
+INSTANTIATE_TEST_SUITE_P(Exits, ProcessEndTest,
+                         testing::Values("main", "worker", "timer", "mainBlock", "blockedWorker"));
+
+TEST(ForkedProcessEndTest, IsPromptWithoutTheThreads) {
+  EXPECT_EQ(test::runProcessEnd("fork"), test::kProcessEndStatus);
+}
+
+}  // namespace
+
+}  // namespace vemora::gtk
+
+int main(int argc, char** argv) {
+  if (argc == 3 && std::string(argv[1]) == "--end-process") vemora::test::endProcess(argv[2]);
+  testing::InitGoogleTest(&argc, argv);
+  return RUN_ALL_TESTS();
+}
