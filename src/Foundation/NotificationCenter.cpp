@@ -22,8 +22,10 @@ struct NotificationCenter::State {
 };
 
 NotificationCenter::Token& NotificationCenter::Token::operator=(Token&& other) noexcept {
+  // Taken first, so that a token moved onto itself goes on.
+  std::shared_ptr<Entry> taken = std::move(other.entry_);
   if (entry_) entry_->ended = true;
-  entry_ = std::move(other.entry_);
+  entry_ = std::move(taken);
   return *this;
 }
 
