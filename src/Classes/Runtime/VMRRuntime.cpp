@@ -44,6 +44,10 @@ std::shared_ptr<VMRFuture> VMRRuntime::exec(const std::shared_ptr<VMRRpc>& messa
 
 std::shared_ptr<VMRFuture> VMRRuntime::exec(const std::shared_ptr<VMRRpc>& message, double timeout) {
   auto future = VMRFuture::init();
+  if (!message) {
+    future->fail(bridgeFailure("Missing response"));
+    return future;
+  }
   dispatch().globalAsync([self = shared_from_this(), message, future, timeout] {
     // A page that failed to load is done, too: its calls go out and fail for themselves.
     if (const auto loaded = self->loaded(); !loaded || !loaded->wait(kPageTimeout)) {

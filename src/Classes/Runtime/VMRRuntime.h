@@ -28,7 +28,7 @@ class VMRRuntime : public VMRObservable, public std::enable_shared_from_this<VMR
 
   /// Sends a request and returns at once. The future's value is the reply as `std::shared_ptr<VMRRpc>`, which
   /// may itself carry an error; the future's error is the bridge's. The page is given 15 seconds to load
-  /// first, then the reply `timeout` seconds to come.
+  /// first, then the reply `timeout` seconds to come. Without a message the call has failed already.
   std::shared_ptr<VMRFuture> exec(const std::shared_ptr<VMRRpc>& message, double timeout);
   std::shared_ptr<VMRFuture> exec(const std::shared_ptr<VMRRpc>& message);
 
