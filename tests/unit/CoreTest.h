@@ -1,0 +1,97 @@
+#pragma once
+
+#include "Platform/Testing/TestingPlatform.h"
+
+#include <Vemora/JsonValue.h>
+#include <Vemora/Vemora.h>
+
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <map>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace vemora {
+
+/// A JSON value from its text, which must be good.
+inline JsonValue json(std::string_view text) {
+  const auto value = JsonValue::parse(text);
+  if (!value) throw std::invalid_argument("bad JSON in a test: " + std::string(text));
+  return *value;
+}
+
+/// Fresh fakes and time 0 for each test, debug log on. After the test, everything must be gone: a view that
+/// is left over is a leak.
+class CoreTest : public ::testing::Test {
+ protected:
+  CoreTest() {
+    platform().reset();
+    Vemora::debugMode(true);
+    Vemora::setAPIKey(std::nullopt);
+  }
+  ~CoreTest() override {
+    platform().reset();
+    constexpr std::size_t kWindowAndRoot = 2;
+    EXPECT_EQ(testing::FakeView::alive(), kWindowAndRoot) << "views were leaked";
+  }
+
+  static testing::TestingPlatform& platform() { return testing::TestingPlatform::current(); }
+  static testing::FakeApplication& application() { return platform().fakeApplication(); }
+  static testing::FakeSystem& system() { return platform().fakeSystem(); }
+  static void settle() { platform().fakeDispatch().settle(); }
+  static void advance(double seconds) { platform().fakeDispatch().advance(seconds); }
+
+  static bool logged(const std::string& text) {
+    return system().hasLine(LogLevel::Default, "VEMORA LOG: " + text);
+  }
+  static bool loggedError(const std::string& text) {
+    return system().hasLine(LogLevel::Error, "VEMORA ERROR: " + text);
+  }
+  static std::size_t countLogged(const std::string& text) {
+    return system().countLines("VEMORA LOG: " + text);
+  }
+};
+
+/// The controller page of one web view. It answers every call with an empty result unless it is told
+/// otherwise, and writes down what it was sent. What it posts goes through text and back, as a real page's
+/// messages do.
+class ScriptedPage {
+ public:
+  struct Call {
+    std::string id, method;
+    JsonValue params;
+  };
+
+  explicit ScriptedPage(std::shared_ptr<testing::FakeWebView> view);
+
+  /// `reply` is the text of the members of the reply beside its id, such as R"("result":{})"; empty for no
+  /// reply.
+  void answer(const std::string& method, std::string reply) { state_->replies[method] = std::move(reply); }
+  /// Every script fails with this error from now on.
+  void failScripts(VMRError error) { state_->scriptError = std::move(error); }
+  /// Posts this JSON text to the handler "Vemora"; false when nobody listens.
+  bool post(std::string_view text);
+  bool event(const std::string& name, const std::string& id = {}, const std::string& data = "null");
+  bool ping() { return post(R"({"method":"ping"})"); }
+
+  const std::vector<Call>& calls() const { return state_->calls; }
+  std::vector<std::string> methods() const;
+  std::shared_ptr<testing::FakeWebView> view() const { return view_.lock(); }
+
+ private:
+  struct State {
+    std::map<std::string, std::string> replies;
+    std::optional<VMRError> scriptError;
+    std::vector<Call> calls;
+  };
+  static std::optional<VMRError> receive(State& state, const std::weak_ptr<testing::FakeWebView>& view,
+                                         const std::string& script);
+
+  const std::shared_ptr<State> state_ = std::make_shared<State>();
+  const std::weak_ptr<testing::FakeWebView> view_;
+};
+
+}  // namespace vemora
