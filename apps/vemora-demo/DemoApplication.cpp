@@ -1,0 +1,339 @@
+#include "DemoApplication.h"
+
+#include "../common/GLibHandles.h"
+#include "BeaconCollector.h"
+#include "Screenshot.h"
+
+#include <Vemora/Gtk/VemoraGtk.h>
+#include <Vemora/Vemora.h>
+#include <Vemora/VemoraInlineAdPlayer.h>
+#include <Vemora/VemoraInterstitialAdPlayer.h>
+#include <Vemora/VemoraResizableAdPlayer.h>
+
+#include <glib-unix.h>
+
+#include <algorithm>
+#include <csignal>
+#include <fstream>
+#include <iterator>
+#include <utility>
+
+namespace vemora {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr const char* kApplicationId = "org.vemora.Demo";
+constexpr unsigned kLastBeaconsInMilliseconds = 1000;
+constexpr double kScreenshotAtSeconds = 1.5;
+constexpr float kSizeStep = 1.25F;
+constexpr float kSmallestSize = 0.2F;
+constexpr std::string_view kOriginPlaceholder = "{{origin}}";
+
+guint addTimeout(unsigned milliseconds, std::function<void()> work) {
+  return g_timeout_add_full(
+      G_PRIORITY_DEFAULT, milliseconds,
+      [](gpointer data) -> gboolean {
+        (*static_cast<std::function<void()>*>(data))();
+        return G_SOURCE_REMOVE;
+      },
+      new std::function<void()>(std::move(work)),
+      [](gpointer data) { delete static_cast<std::function<void()>*>(data); });
+}
+
+std::string contentOf(const fs::path& file) {
+  std::ifstream stream(file, std::ios::binary);
+  return {std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
+}
+
+std::string withOrigin(std::string text, const std::string& origin) {
+  for (std::size_t at = 0; (at = text.find(kOriginPlaceholder, at)) != std::string::npos;
+       at += origin.size()) {
+    text.replace(at, kOriginPlaceholder.size(), origin);
+  }
+  return text;
+}
+
+std::string wordsOf(const VMRError& error) {
+  return std::to_string(error.code) + ": " + error.description +
+         (error.failureReason && !error.failureReason->empty() ? " (" + *error.failureReason + ")" : "");
+}
+
+}  // namespace
+
+DemoApplication::DemoApplication(CommandLine commandLine, std::shared_ptr<CallbackLog> log)
+    : commandLine_(std::move(commandLine)), log_(std::move(log)), rehearsal_(commandLine_.rehearsal) {}
+
+int DemoApplication::run() {
+  if (!gtk_init_check()) {
+    log_->say("There is no display to show a window on.");
+    return 1;
+  }
+  g_set_application_name("Vemora Demo");
+  // Several may run at once, each with a window of its own.
+  application_ =
+      GObjectPtr<GtkApplication>::adopt(gtk_application_new(kApplicationId, G_APPLICATION_NON_UNIQUE));
+  g_signal_connect(application_.get(), "activate", G_CALLBACK(+[](GtkApplication*, gpointer self) {
+                     static_cast<DemoApplication*>(self)->activate();
+                   }),
+                   this);
+  g_application_run(G_APPLICATION(application_.get()), 0, nullptr);
+  return failures_.empty() ? 0 : 1;
+}
+
+void DemoApplication::activate() {
+  g_application_hold(G_APPLICATION(application_.get()));
+  Vemora::debugMode(commandLine_.debug);
+  if (commandLine_.apiKey) Vemora::setAPIKey(commandLine_.apiKey);
+  window_ = std::make_unique<DemoWindow>(
+      application_.get(), commandLine_.placement,
+      DemoWindow::Handlers{[this](Command command) { perform(command); },
+                           [this] { endEarly("The window was closed before the ads had ended."); }});
+  window_->present();
+  watchForEarlyEnd();
+  if (const auto& host = commandLine_.controllerHost) {
+    usePage(host->hostAndPort, host->host, commandLine_.certificate);
+  } else {
+    startServer();
+  }
+}
+
+void DemoApplication::watchForEarlyEnd() {
+  const auto interrupted = [](gpointer self) -> gboolean {
+    static_cast<DemoApplication*>(self)->endEarly("Interrupted.");
+    return G_SOURCE_CONTINUE;
+  };
+  signalSources_.push_back(g_unix_signal_add(SIGINT, interrupted, this));
+  signalSources_.push_back(g_unix_signal_add(SIGTERM, interrupted, this));
+  if (!commandLine_.timeout) return;
+  const double milliseconds = std::min(*commandLine_.timeout * 1000, static_cast<double>(G_MAXINT));
+  timeoutSource_ = addTimeout(static_cast<unsigned>(milliseconds), [this] {
+    timeoutSource_ = 0;
+    endEarly("Given up: the time is over.");
+  });
+}
+
+void DemoApplication::startServer() {
+  const std::optional<fs::path> program = ServerProcess::findProgram();
+  if (!program)
+    return finish("There is no vemora-serve beside this program; name a host with --controller-host.");
+  ServerProcess::Options options{commandLine_.ads, commandLine_.media, commandLine_.config, {}};
+  // The whole folder, so that what the document refers to is there as well.
+  if (commandLine_.vastFile) options.root = commandLine_.vastFile->parent_path();
+  server_ = ServerProcess::start(*program, options,
+                                 {[this](const std::string& origin, const fs::path& certificateFile) {
+                                    const GUriPtr uri(g_uri_parse(origin.c_str(), G_URI_FLAGS_NONE, nullptr));
+                                    if (!uri)
+                                      return finish("The server failed: '" + origin + "' is no address");
+                                    usePage(origin.substr(std::string_view("https://").size()),
+                                            g_uri_get_host(uri.get()), certificateFile);
+                                  },
+                                  [this](const std::string& why) { finish(why); }});
+}
+
+void DemoApplication::usePage(const std::string& hostAndPort, const std::string& host,
+                              const std::optional<fs::path>& certificateFile) {
+  if (finished_) return;
+  origin_ = "https://" + hostAndPort;
+  gtk::setInfoDictionaryEntry("VemoraControllerHost", hostAndPort);
+  if (certificateFile) {
+    GErrorHolder error;
+    certificate_ = GObjectPtr<GTlsCertificate>::adopt(
+        g_tls_certificate_new_from_file(certificateFile->c_str(), error.out()));
+    if (!certificate_)
+      return finish("'" + certificateFile->string() + "' is no certificate: " + error.message());
+    gtk::allowTLSCertificateForHost(certificate_.get(), host);
+  }
+  load();
+}
+
+void DemoApplication::load() {
+  window_->showStatus("Loading …");
+  log_->say("Loading from " + origin_);
+  player_ = makePlayer();
+  delegate_ =
+      std::make_shared<RecordingDelegate>(makeRequest(), [this, log = log_](const PlayerCallback& callback) {
+        log->write(callback);
+        // The one that comes on a thread of the player's, which may be the last to look at the log.
+        if (callback.kind != CallbackKind::RequestForPlayer) onCallback(callback);
+      });
+  player_->setDelegate(delegate_);
+  if (commandLine_.size) player_->setSize(size_ = *commandLine_.size);
+  player_->load();
+}
+
+std::shared_ptr<VemoraAdPlayerBase> DemoApplication::makePlayer() const {
+  switch (commandLine_.placement) {
+    case Placement::Inline:
+      return VemoraInlineAdPlayer::initInView(window_->adView());
+    case Placement::Resizable:
+      return VemoraResizableAdPlayer::initInView(window_->adView());
+    case Placement::Interstitial:
+      return VemoraInterstitialAdPlayer::initWithAdPlayerDelegate({});
+  }
+  g_assert_not_reached();
+}
+
+std::shared_ptr<VemoraAdRequest> DemoApplication::makeRequest() const {
+  auto request = VemoraAdRequest::init();
+  if (commandLine_.channel) request->setChannel(commandLine_.channel);
+  addVast(*request);
+  for (const auto& [key, value] : commandLine_.params) request->setParam(key, value);
+  return request;
+}
+
+void DemoApplication::addVast(VemoraAdRequest& request) const {
+  if (commandLine_.vastUrl) request.setParam("vast_url", *commandLine_.vastUrl);
+  if (!commandLine_.vastFile) return;
+  const fs::path& file = *commandLine_.vastFile;
+  if (server_) {
+    const GStringPtr name(g_uri_escape_string(file.filename().c_str(), nullptr, TRUE));
+    request.setParam("vast_url", origin_ + "/" + name.get());
+  } else {
+    request.setParam("vast_xml", withOrigin(contentOf(file), origin_));
+  }
+}
+
+void DemoApplication::onCallback(const PlayerCallback& callback) {
+  if (finished_) return;
+  switch (callback.kind) {
+    case CallbackKind::DidLoadAds:
+      onLoaded(callback);
+      break;
+    case CallbackKind::AdStart:
+      window_->showStatus(callback.ad ? callback.ad->title().stringValue().value_or("Ad") : "Ad");
+      [[fallthrough]];
+    case CallbackKind::AdPlaying:
+      window_->setPaused(false);
+      break;
+    case CallbackKind::AdPaused:
+      window_->setPaused(true);
+      break;
+    case CallbackKind::AdTimeUpdate:
+      onTime(callback);
+      break;
+    case CallbackKind::AdGroupComplete:
+      finish(std::nullopt);
+      break;
+    case CallbackKind::AdError:
+      finish(wordsOf(*callback.error));
+      break;
+    default:
+      break;
+  }
+  for (const Command command : rehearsal_.dueAt(callback)) perform(command);
+}
+
+void DemoApplication::onLoaded(const PlayerCallback& callback) {
+  if (!callback.group || callback.group->ads().empty()) {
+    return finish(callback.error ? wordsOf(*callback.error) : "No ads, and no error");
+  }
+  window_->setControlsEnabled(true);
+  player_->start();
+}
+
+void DemoApplication::onTime(const PlayerCallback& callback) {
+  const double duration = callback.ad ? callback.ad->duration().doubleValue() : 0;
+  window_->showProgress(duration > 0 ? *callback.timeElapsed / duration : 0);
+  const bool isUnderWay =
+      *callback.timeElapsed >=
+      (duration > 0 ? std::min(kScreenshotAtSeconds, duration / 2) : kScreenshotAtSeconds);
+  if (!commandLine_.screenshot || screenshotTaken_ || !isUnderWay) return;
+  screenshotTaken_ = true;
+  if (const auto problem = saveScreenshot(window_->windowOfAd(), *commandLine_.screenshot)) {
+    complain("No screenshot: " + *problem);
+  }
+}
+
+void DemoApplication::perform(Command command) {
+  if (finished_ || !player_) return;
+  switch (command) {
+    case Command::Play:
+      return player_->play();
+    case Command::Pause:
+      return player_->pause();
+    case Command::Resume:
+      return player_->resume();
+    case Command::Skip:
+      return player_->skip();
+    case Command::Stop:
+      return player_->stop();
+    case Command::Close:
+      return player_->close();
+    case Command::Smaller:
+      return resize(1 / kSizeStep);
+    case Command::Larger:
+      return resize(kSizeStep);
+  }
+}
+
+void DemoApplication::resize(float factor) {
+  size_ = std::clamp(size_ * factor, kSmallestSize, 1.0F);
+  player_->setSize(size_);
+}
+
+void DemoApplication::endEarly(const std::string& why) {
+  if (player_) player_->shutdown();
+  if (window_) window_->hide();
+  finish(why);
+}
+
+void DemoApplication::finish(std::optional<std::string> failure) {
+  if (std::exchange(finished_, true)) return;
+  if (failure) complain(*failure);
+  if (!failure && commandLine_.screenshot && !screenshotTaken_) {
+    complain("No screenshot: no ad has played for long enough.");
+  }
+  if (window_) {
+    window_->setControlsEnabled(false);
+    window_->showStatus(failure ? *failure : "The ads have ended.");
+  }
+  awaitLastBeacons();
+}
+
+void DemoApplication::awaitLastBeacons() {
+  if (!commandLine_.beacons || origin_.empty()) {
+    addTimeout(kLastBeaconsInMilliseconds, [this] { letGo(); });
+    return;
+  }
+  BeaconCollector::collect(origin_, certificate_,
+                           [this](const std::optional<std::string>& list, const std::string& problem) {
+                             writeBeacons(list, problem);
+                             letGo();
+                           });
+}
+
+void DemoApplication::writeBeacons(const std::optional<std::string>& list, const std::string& problem) {
+  if (!list) return complain("No list of beacons: " + problem);
+  GErrorHolder error;
+  if (!g_file_set_contents(commandLine_.beacons->c_str(), list->data(), static_cast<gssize>(list->size()),
+                           error.out())) {
+    complain("No list of beacons: " + error.message());
+  }
+}
+
+void DemoApplication::complain(const std::string& failure) {
+  failures_.push_back(failure);
+  log_->say(failure);
+}
+
+void DemoApplication::letGo() {
+  for (const guint source : signalSources_) g_source_remove(source);
+  signalSources_.clear();
+  if (const guint source = std::exchange(timeoutSource_, 0)) g_source_remove(source);
+  // A load that has failed leaves its page open.
+  if (player_) player_->shutdown();
+  player_.reset();
+  delegate_.reset();
+  window_.reset();
+  if (!server_) return quit();
+  server_->stop([this] { quit(); });
+}
+
+void DemoApplication::quit() {
+  server_.reset();
+  if (const auto problem = log_->problem()) complain(*problem);
+  g_application_release(G_APPLICATION(application_.get()));
+}
+
+}  // namespace vemora
