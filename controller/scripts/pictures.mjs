@@ -47,7 +47,8 @@ const sizes = [
 
 async function answer(route, ads) {
   const { pathname } = new URL(route.request().url());
-  if (pathname.endsWith(".html")) return route.fulfill({ contentType: "text/html", body: await read("dist/VMRWebViewRuntime.html") });
+  if (pathname.endsWith(".html"))
+    return route.fulfill({ contentType: "text/html", body: await read("dist/VMRWebViewRuntime.html") });
   if (pathname === "/ads.json") return route.fulfill({ json: { ads } });
   if (pathname.startsWith("/media/")) {
     const contentType = pathname.endsWith(".vtt") ? "text/vtt" : "video/mp4";
@@ -84,7 +85,16 @@ async function take(browser, scene, size) {
 
 const browser = await chromium.launch({
   executablePath: process.env.CHROMIUM ?? "/usr/bin/chromium",
-  args: ["--headless", "--no-sandbox", "--disable-gpu", "--disable-quic", "--no-first-run", "--disable-background-networking", "--disable-component-update", "--disable-sync"],
+  args: [
+    "--headless",
+    "--no-sandbox",
+    "--disable-gpu",
+    "--disable-quic",
+    "--no-first-run",
+    "--disable-background-networking",
+    "--disable-component-update",
+    "--disable-sync",
+  ],
 });
 for (const scene of scenes) for (const size of sizes) await take(browser, scene, size);
 await browser.close();

@@ -1,4 +1,4 @@
-import { fetchText } from "./util/fetching";
+import { fetchText, FetchFailure } from "./util/fetching";
 import { flagAt, isObject, numberAt, objectAt, textAt, type JsonObject } from "./util/json";
 
 export interface Faults {
@@ -68,7 +68,8 @@ export async function loadConfig(log: (text: string) => void): Promise<Config> {
     if (isObject(host)) return configFrom(host);
     log("Ignored a configuration that is not an object");
   } catch (error) {
-    log(`No configuration of the host's own: ${(error as Error).message}`);
+    const isAbsent = error instanceof FetchFailure && error.status === 404;
+    if (!isAbsent) log(`The host's configuration could not be read: ${(error as Error).message}`);
   }
   return configFrom({});
 }

@@ -1,6 +1,6 @@
 import { beaconNames, type Ad, type Beacons, type CaptionFile, type MediaFile } from "./ad";
 import { isObject, listAt, numberAt, objectAt, textAt, type JsonObject } from "../util/json";
-import { loadableAddress } from "../util/address";
+import { loadableAddress, openableText } from "../util/address";
 
 function texts(values: unknown[]): string[] {
   return values.filter((value): value is string => typeof value === "string" && value !== "");
@@ -52,7 +52,7 @@ function adFrom(source: JsonObject, position: number): Ad {
     duration: numberAt(source, "duration"),
     price: numberAt(source, "price"),
     url: textAt(source, "url"),
-    clickthru: textAt(source, "clickthru"),
+    clickthru: openableText(textAt(source, "clickthru")),
     skipOffset: skipOffset === undefined ? undefined : { seconds: skipOffset },
     media: mediaFrom(source),
     captions: captionsFrom(source),

@@ -1,5 +1,5 @@
 import { AdFailure, VastCode } from "../playback/vast_error";
-import { loadableAddress, webAddress } from "../util/address";
+import { loadableAddress, openableText } from "../util/address";
 import { beaconNames, type Ad, type Beacons, type CaptionFile, type MediaFile, type Offset } from "./ad";
 import type { ParsedAd, ParsedCreative, ParsedMediaFile } from "./vast_resolver";
 
@@ -104,7 +104,7 @@ export function adFromVast(ad: ParsedAd, position: number, resolveMacros: (templ
     title: ad.title || undefined,
     duration: atLeastZero(creative.duration) || undefined,
     price: priceOf(ad),
-    clickthru: target ? webAddress(resolveMacros(target)) : undefined,
+    clickthru: target ? openableText(resolveMacros(target)) : undefined,
     skipOffset: skipOffset === undefined ? undefined : { seconds: skipOffset },
     media,
     captions: captionsOf(creative),

@@ -128,7 +128,9 @@ export class VastResolver extends VASTParser {
       return vastDocument(await fetchText(resolveMacros(url), timeout));
     } catch (error) {
       const failure =
-        error instanceof AdFailure ? error : new AdFailure(VastCode.wrapperTimeout, `${url}: ${(error as Error).message}`);
+        error instanceof AdFailure
+          ? error
+          : new AdFailure(VastCode.wrapperTimeout, `${url}: ${(error as Error).message}`);
       this.fetchFailures.set(wrapperAd, failure);
       throw failure;
     }

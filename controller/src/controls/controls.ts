@@ -31,7 +31,12 @@ export class Controls implements PlayerView {
   private readonly badge = element("span", "badge", "Ad");
   private readonly podText = element("span", "pod");
   private readonly countdown = element("span", "countdown");
-  private readonly learnMore = button("pill primary", "Learn more", element("span", "words", "Learn more"), icon("open"));
+  private readonly learnMore = button(
+    "pill primary",
+    "Learn more",
+    element("span", "words", "Learn more"),
+    icon("open"),
+  );
   private readonly skipWords = element("span", "words");
   private readonly skipButton = button("pill skip", "Skip ad", this.skipWords, icon("skip"));
   private readonly closeButton = button("close", "Close ad", icon("close"));
@@ -129,7 +134,15 @@ export class Controls implements PlayerView {
     const left = [this.pauseButton, this.soundButton, this.captionsButton, status];
     const tools = element("div", "tools", ...left, this.learnMore, this.skipButton);
     const bottom = element("div", "bottom", tools, this.progress);
-    this.stage.append(this.video, this.surface, this.captions.box, this.spinner, this.bigPlay, this.closeButton, bottom);
+    this.stage.append(
+      this.video,
+      this.surface,
+      this.captions.box,
+      this.spinner,
+      this.bigPlay,
+      this.closeButton,
+      bottom,
+    );
     root.append(this.stage);
   }
 

@@ -6,7 +6,7 @@ import { AdFailure, VastCode } from "./vast_error";
 
 /** What one ad's playback tells its owner. After `ended` or `failed` nothing more is told. */
 export interface PlaybackListener {
-  loaded(file: MediaFile): void;
+  loaded(): void;
   firstFrame(): void;
   /** The playhead moved; seconds. */
   time(playhead: number, duration: number): void;
@@ -70,6 +70,11 @@ export class AdPlayback {
     return Number.isFinite(known) && known > 0 ? known : (this.declaredDuration ?? 0);
   }
 
+  /** The file being tried or played, the last one when all have failed. */
+  get file(): MediaFile | undefined {
+    return this.files[Math.min(this.candidate, this.files.length - 1)];
+  }
+
   start(): void {
     this.listen("loadedmetadata", () => this.onLoaded());
     this.listen("playing", () => this.onPlaying());
@@ -85,7 +90,6 @@ export class AdPlayback {
   pause(): void {
     if (this.isDone || !this.wantsToPlay) return;
     this.wantsToPlay = false;
-    this.stall.reset();
     this.video.pause();
     this.listener.paused();
   }
@@ -149,10 +153,9 @@ export class AdPlayback {
   }
 
   private onLoaded(): void {
-    const file = this.files[this.candidate];
-    if (this.hasLoaded || !file) return;
+    if (this.hasLoaded) return;
     this.hasLoaded = true;
-    this.listener.loaded(file);
+    this.listener.loaded();
   }
 
   private onPlaying(): void {

@@ -149,6 +149,7 @@ export class GroupPlayer {
   /** The host's word counts at any time; the offset binds the viewer alone. */
   skip(): void {
     if (!this.current) return;
+    this.syncTracker();
     this.current.tracker.fire("skip");
     this.tell("AdSkipped");
     this.leaveAndContinue();
@@ -156,6 +157,7 @@ export class GroupPlayer {
 
   close(): void {
     if (!this.current) return;
+    this.syncTracker();
     this.current.tracker.fire("closeLinear");
     this.tell("AdUserClose");
     this.stop();
@@ -171,6 +173,7 @@ export class GroupPlayer {
     const current = this.current;
     const target = current?.ad.clickthru;
     if (!current || !target || !current.playback.started) return;
+    this.syncTracker();
     current.tracker.fire("clickTracking");
     this.pause();
     this.tell("AdClickThru", target);
@@ -185,6 +188,7 @@ export class GroupPlayer {
   toggleMute(): void {
     const { video } = this.view;
     video.muted = !video.muted;
+    this.syncTracker();
     this.current?.tracker.fire(video.muted ? "mute" : "unmute");
     this.volumeChanged();
   }
@@ -216,8 +220,8 @@ export class GroupPlayer {
 
   private listenerFor(id: string): PlaybackListener {
     return {
-      loaded: (file) => {
-        this.current?.tracker.setAsset(file.src);
+      loaded: () => {
+        this.syncTracker();
         this.current?.tracker.fire("loaded");
         this.tell("AdLoaded");
       },
@@ -233,7 +237,7 @@ export class GroupPlayer {
   }
 
   private onFirstFrame(): void {
-    this.syncPlayhead();
+    this.syncTracker();
     for (const name of ["impression", "creativeView", "start"] as const) this.current?.tracker.fire(name);
     for (const name of ["AdStarted", "AdImpression", "AdVideoStart"] as const) this.tell(name);
     this.showSkip();
@@ -244,14 +248,14 @@ export class GroupPlayer {
     const current = this.current;
     if (!current) return;
     const { duration } = current.playback;
-    this.syncPlayhead();
+    this.syncTracker();
     current.tracker.fireProgress(share * duration, duration);
     current.tracker.fire(name);
     this.tell(quartileEvents[name]);
   }
 
   private onTime(playhead: number, duration: number): void {
-    this.syncPlayhead();
+    this.syncTracker();
     this.current?.tracker.fireProgress(playhead, duration);
     this.tell("AdTimeChange", playhead);
     this.view.setTime(playhead, duration);
@@ -276,7 +280,7 @@ export class GroupPlayer {
   private onPaused(): void {
     this.view.setPaused(true);
     if (!this.current?.playback.started) return;
-    this.syncPlayhead();
+    this.syncTracker();
     this.current.tracker.fire("pause");
     this.tell("AdPaused");
   }
@@ -284,7 +288,7 @@ export class GroupPlayer {
   private onResumed(): void {
     this.view.setPaused(false);
     if (!this.current?.playback.started) return;
-    this.syncPlayhead();
+    this.syncTracker();
     this.current.tracker.fire("resume");
     this.tell("AdPlaying");
   }
@@ -292,14 +296,16 @@ export class GroupPlayer {
   private onEnded(): void {
     const current = this.current;
     if (!current) return;
-    this.syncPlayhead();
-    current.tracker.fireProgress(Infinity, current.playback.duration);
+    const { duration } = current.playback;
+    this.syncTracker();
+    current.tracker.fireProgress(duration, duration);
     current.tracker.fire("complete");
     this.tell("AdVideoComplete");
     this.leaveAndContinue();
   }
 
   private onFailed(id: string, failure: AdFailure): void {
+    this.syncTracker();
     this.current?.tracker.fireError(failure.code);
     this.native.log(`Ad ${id}: ${failure.text}`);
     if (this.hasNext) this.leaveAndContinue();
@@ -349,8 +355,10 @@ export class GroupPlayer {
     this.tell("AdVolumeChange", muted ? 0 : volume);
   }
 
-  private syncPlayhead(): void {
-    this.current?.tracker.setPlayhead(this.current.playback.playhead);
+  private syncTracker(): void {
+    if (!this.current) return;
+    const { playback, tracker } = this.current;
+    tracker.setPosition(playback.playhead, playback.file?.src);
   }
 
   private tell(name: AdEventName, data?: unknown): void {

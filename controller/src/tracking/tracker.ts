@@ -20,12 +20,10 @@ export class AdTracker {
     this.pending = [...ad.beacons.progress];
   }
 
-  setAsset(uri: string): void {
-    this.assetUri = uri;
-  }
-
-  setPlayhead(seconds: number): void {
-    this.playhead = seconds;
+  /** Where the ad is, for the macros that tell it. */
+  setPosition(playhead: number, assetUri: string | undefined): void {
+    this.playhead = playhead;
+    this.assetUri = assetUri;
   }
 
   fire(name: BeaconName, extra: MacroValues = {}): void {

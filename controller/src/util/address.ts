@@ -12,6 +12,11 @@ export function webAddress(address: string | undefined): string | undefined {
   return url && (url.protocol === "https:" || url.protocol === "http:") ? url.href : undefined;
 }
 
+/** The text as it stands, when it is the address of a page that can be opened. */
+export function openableText(address: string | undefined): string | undefined {
+  return webAddress(address) ? address : undefined;
+}
+
 /**
  * Addresses the page itself may load. A page served over https loads nothing over http; a page
  * that a developer serves over plain http may.

@@ -54,12 +54,16 @@ describe("the controls", () => {
     await driver.waitForEvent("AdPaused");
     await labelled("Play").first().click();
     await driver.waitForEvent("AdPlaying");
-    expect(driver.beacons().slice(-4)).toEqual(["mute", "unmute", "pause", "resume"].map((name) => `/beacon/${name}?ad=2`));
+    expect(driver.beacons().slice(-4)).toEqual(
+      ["mute", "unmute", "pause", "resume"].map((name) => `/beacon/${name}?ad=2`),
+    );
   });
 
   it("offer only what the ad and the placement have", async () => {
     await playing([listedAd(1)], { params: { placement_type: "inline" } });
-    const shown = await driver.page.getByRole("button").evaluateAll((all) => all.map((one) => one.getAttribute("aria-label")));
+    const shown = await driver.page
+      .getByRole("button")
+      .evaluateAll((all) => all.map((one) => one.getAttribute("aria-label")));
     expect(shown).toEqual(["Pause", "Mute"]);
     await driver.page.keyboard.press("Escape");
     await driver.page.keyboard.press("s");
@@ -88,14 +92,22 @@ describe("the controls", () => {
   });
 
   it("are reached and used with the keyboard alone", async () => {
-    const page = await playing([listedAd(3, { clickthru: target, skipOffset: 1 })], { params: { placement_type: "interstitial" } });
+    const page = await playing([listedAd(3, { clickthru: target, skipOffset: 1 })], {
+      params: { placement_type: "interstitial" },
+    });
     const focused = () => page.evaluate(() => document.activeElement?.getAttribute("aria-label"));
     const reached: unknown[] = [];
     for (let press = 0; press < 5; press += 1) {
       await page.keyboard.press("Tab");
       reached.push(await focused());
     }
-    expect(reached.map((label) => String(label).split(",")[0])).toEqual(["Close ad", "Pause", "Mute", "Learn more", "Skip ad"]);
+    expect(reached.map((label) => String(label).split(",")[0])).toEqual([
+      "Close ad",
+      "Pause",
+      "Mute",
+      "Learn more",
+      "Skip ad",
+    ]);
     const outline = await page.evaluate(() => getComputedStyle(document.activeElement as Element).outlineStyle);
     expect(outline).toBe("solid");
     await page.keyboard.press("k");
@@ -131,9 +143,12 @@ describe("the controls", () => {
       expect(box.bottom - box.top, box.name).toBeGreaterThanOrEqual(10);
     }
     const overlapping = boxes.flatMap((one, index) =>
-      boxes.slice(index + 1).filter((other) => {
-        return one.left < other.right && other.left < one.right && one.top < other.bottom && other.top < one.bottom;
-      }).map((other) => `${one.name} and ${other.name}`),
+      boxes
+        .slice(index + 1)
+        .filter((other) => {
+          return one.left < other.right && other.left < one.right && one.top < other.bottom && other.top < one.bottom;
+        })
+        .map((other) => `${one.name} and ${other.name}`),
     );
     expect(overlapping).toEqual([]);
   });

@@ -103,7 +103,9 @@ export class PageDriver {
   async call(method: string, params: object = {}): Promise<Message> {
     const id = String(this.nextId++);
     await this.post({ jsonrpc: "2.0", id, method, params });
-    return this.waitFor((message) => message.id === id && (message.result !== undefined || message.error !== undefined));
+    return this.waitFor(
+      (message) => message.id === id && (message.result !== undefined || message.error !== undefined),
+    );
   }
 
   async loadAds(params: object = {}, playback: object = {}): Promise<Array<Record<string, unknown>>> {

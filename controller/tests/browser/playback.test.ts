@@ -49,7 +49,9 @@ describe("a group of ads", () => {
   });
 
   it("can be loaded without being started, and commanded without having been loaded", async () => {
-    const page = await opened({ answers: { ...adList(listedAd(1)), "/config.json": { body: '{"features":{"moat":1}}' } } });
+    const page = await opened({
+      answers: { ...adList(listedAd(1)), "/config.json": { body: '{"features":{"moat":1}}' } },
+    });
     for (const command of ["pause", "resume", "stop", "skip", "close", "play"]) {
       expect((await page.call(`control.${command}`)).result).toEqual({ state: "empty" });
     }

@@ -37,7 +37,10 @@ async function playToEnd(driver: PageDriver, expected: Expected): Promise<void> 
 /** One case for each fixture; each runs in a page of its own, so they may run side by side. */
 it.concurrent.each(names)("%s", async (name) => {
   const expected = expectedOf(name);
-  const unanswered = (expected.unanswered ?? []).map((path): [string, Answer] => [path, { status: 200, delay: 20_000 }]);
+  const unanswered = (expected.unanswered ?? []).map((path): [string, Answer] => [
+    path,
+    { status: 200, delay: 20_000 },
+  ]);
   const driver = await PageDriver.open({ answers: Object.fromEntries(unanswered) });
   try {
     const asked = Date.now();

@@ -17,7 +17,8 @@ beforeEach(() => {
   vi.stubGlobal("fetch", async (address: string, { signal }: { signal: AbortSignal }) => {
     fetched.push(address);
     const body = documents[address.replace(origin, "").replace(/\?.*/, "")];
-    if (body === "never") await new Promise((_, reject) => signal.addEventListener("abort", () => reject(new Error("aborted"))));
+    if (body === "never")
+      await new Promise((_, reject) => signal.addEventListener("abort", () => reject(new Error("aborted"))));
     return body === undefined ? new Response("", { status: 404 }) : new Response(body);
   });
 });
@@ -45,7 +46,10 @@ interface LinearParts {
   sequence?: number;
 }
 
-function inline(id: string, { type = "video/mp4", src, attributes = "", more = "", sequence }: LinearParts = {}): string {
+function inline(
+  id: string,
+  { type = "video/mp4", src, attributes = "", more = "", sequence }: LinearParts = {},
+): string {
   const order = sequence === undefined ? "" : ` sequence="${sequence}"`;
   return `<Ad id="${id}"${order}><InLine><AdSystem/><AdTitle>${id}</AdTitle>${error(id)}<Impression>${origin}/i</Impression>
     <Creatives><Creative><Linear ${attributes}><Duration>00:00:10</Duration>${more}<MediaFiles>
@@ -81,7 +85,9 @@ describe("the choice of the source", () => {
   });
 
   it("gives ads that share an id different ones", async () => {
-    documents = { "/ads.json": JSON.stringify({ ads: [1, 2, 3].map(() => ({ id: "x", media: [{ src: "/a.mp4" }] })) }) };
+    documents = {
+      "/ads.json": JSON.stringify({ ads: [1, 2, 3].map(() => ({ id: "x", media: [{ src: "/a.mp4" }] })) }),
+    };
     expect(ids(await load({}))).toEqual(["x", "x-2", "x-3"]);
   });
 
@@ -99,7 +105,9 @@ describe("a VAST document", () => {
 
   it("whose pod cannot be played falls back to the next ad that can", async () => {
     const flash = { type: "video/x-flv" };
-    const text = vast(inline("pod", { ...flash, sequence: 1 }) + inline("one", flash) + inline("two") + inline("three"));
+    const text = vast(
+      inline("pod", { ...flash, sequence: 1 }) + inline("one", flash) + inline("two") + inline("three"),
+    );
     expect(ids(await load({ vast_xml: text }))).toEqual(["two"]);
     expect(beacons).toEqual(["error-pod-403", "error-one-403"]);
   });
@@ -110,7 +118,9 @@ describe("a VAST document", () => {
   });
 
   it("keeps what can be played of a pod whose other ads fail, each with its own code", async () => {
-    const vpaid = `<Ad id="v" sequence="2">${inline("v").replace(/^<Ad[^>]*>/, "").replace("<MediaFile ", '<MediaFile apiFramework="VPAID" ')}`;
+    const vpaid = `<Ad id="v" sequence="2">${inline("v")
+      .replace(/^<Ad[^>]*>/, "")
+      .replace("<MediaFile ", '<MediaFile apiFramework="VPAID" ')}`;
     const insecure = inline("h", { src: "http://media.example/a.mp4", sequence: 3 });
     const lost = wrapper("w", "/none", "", 'sequence="4"');
     expect(ids(await load({ vast_xml: vast(inline("a", { sequence: 1 }) + vpaid + insecure + lost) }))).toEqual(["a"]);
@@ -143,7 +153,8 @@ describe("a VAST document", () => {
 
 describe("wrappers", () => {
   const chain = (length: number) => {
-    for (let level = 1; level < length; level += 1) documents[`/${level}`] = vast(wrapper(`w${level}`, `/${level + 1}`));
+    for (let level = 1; level < length; level += 1)
+      documents[`/${level}`] = vast(wrapper(`w${level}`, `/${level + 1}`));
     documents[`/${length}`] = vast(inline("deep"));
     return vast(wrapper("w0", "/1"));
   };
@@ -164,6 +175,11 @@ describe("wrappers", () => {
     documents["/many"] = vast(inline("a") + inline("b"));
     expect(ids(await load({ vast_xml: vast(wrapper("w", "/many")) }))).toEqual(["a"]);
     expect(ids(await load({ vast_xml: vast(wrapper("w", "/many", 'allowMultipleAds="true"')) }))).toEqual(["a", "b"]);
+  });
+
+  it("around a pod keep its order", async () => {
+    documents["/pod"] = vast(inline("b", { sequence: 2 }) + inline("a", { sequence: 1 }));
+    expect(ids(await load({ vast_xml: vast(wrapper("w", "/pod", 'allowMultipleAds="true"')) }))).toEqual(["a", "b"]);
   });
 
   it("that forbid further ones are obeyed", async () => {

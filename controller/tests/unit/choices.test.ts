@@ -9,7 +9,10 @@ function file(src: string, more: Partial<MediaFile> = {}): MediaFile {
   return { src, type: "video/mp4", width: 0, height: 0, bitrate: 0, ...more };
 }
 
-const plays = (...types: string[]) => (type: string) => (types.some((known) => type.startsWith(known)) ? "maybe" : "");
+const plays =
+  (...types: string[]) =>
+  (type: string) =>
+    types.some((known) => type.startsWith(known)) ? "maybe" : "";
 
 describe("the media choice", () => {
   const small = file("small", { width: 320, height: 180, bitrate: 200 });
@@ -41,7 +44,11 @@ describe("the media choice", () => {
 
   it("asks for types under their common names and with their codecs", () => {
     const asked: string[] = [];
-    const media = [file("a", { type: "video/x-m4v" }), file("b", { type: "VIDEO/WEBM", codec: "vp9" }), file("c", { type: "application/x-mpegURL" })];
+    const media = [
+      file("a", { type: "video/x-m4v" }),
+      file("b", { type: "VIDEO/WEBM", codec: "vp9" }),
+      file("c", { type: "application/x-mpegURL" }),
+    ];
     const found = playableMedia(media, (type) => {
       asked.push(type);
       return type.startsWith("video/webm") ? "" : "maybe";
@@ -61,7 +68,10 @@ describe("the configuration", () => {
 
   it("never lets the ads take longer than the native side waits, nor takes values that are none", () => {
     expect(configFrom({ adsTimeout: 60 }).adsTimeout).toBe(4.5);
-    expect(configFrom({ wrapperLimit: "9", stallTimeout: -1, faults: [] })).toMatchObject({ wrapperLimit: 5, stallTimeout: 8 });
+    expect(configFrom({ wrapperLimit: "9", stallTimeout: -1, faults: [] })).toMatchObject({
+      wrapperLimit: 5,
+      stallTimeout: 8,
+    });
   });
 });
 
@@ -81,7 +91,9 @@ describe("the ad request", () => {
 
 describe("the server's ad list", () => {
   it("is sorted, and entries that are none are passed over", () => {
-    const list = { ads: [{ id: "b", index: 1 }, null, "x", { index: 0, media: [{ src: "http://x.example/a.mp4" }, 5] }] };
+    const list = {
+      ads: [{ id: "b", index: 1 }, null, "x", { index: 0, media: [{ src: "http://x.example/a.mp4" }, 5] }],
+    };
     const ads = adsFromList(JSON.stringify(list));
     expect(ads.map(({ id }) => id)).toEqual(["ad-2", "b"]);
     // A page that came over https cannot load it.

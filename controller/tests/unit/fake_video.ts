@@ -53,8 +53,9 @@ export class FakeVideo extends EventTarget {
     this.tell("timeupdate");
   }
 
+  /** Films end a little short of the length that they state. */
   finish(): void {
-    this.moveTo(this.duration);
+    this.moveTo(this.duration - 0.02);
     this.ended = true;
     this.paused = true;
     this.tell("pause");

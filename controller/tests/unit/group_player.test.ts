@@ -17,7 +17,19 @@ let data: Record<string, unknown>;
 let player: GroupPlayer;
 
 function listed(id: string, more: object = {}): object {
-  const names = ["impression", "start", "midpoint", "complete", "pause", "resume", "mute", "unmute", "skip", "closeLinear", "clickTracking"];
+  const names = [
+    "impression",
+    "start",
+    "midpoint",
+    "complete",
+    "pause",
+    "resume",
+    "mute",
+    "unmute",
+    "skip",
+    "closeLinear",
+    "clickTracking",
+  ];
   const beacons: Record<string, string[]> = { error: ["https://t/error-[ERRORCODE]"] };
   for (const name of names) beacons[name] = [`https://t/${name}`];
   const media = [{ src: `https://m/${id}.mp4`, type: "video/mp4" }];
@@ -50,7 +62,11 @@ beforeEach(() => {
   told = [];
   data = {};
   skip = undefined;
-  vi.stubGlobal("MediaError", { MEDIA_ERR_NETWORK: networkError, MEDIA_ERR_DECODE: decodeError, MEDIA_ERR_SRC_NOT_SUPPORTED: sourceError });
+  vi.stubGlobal("MediaError", {
+    MEDIA_ERR_NETWORK: networkError,
+    MEDIA_ERR_DECODE: decodeError,
+    MEDIA_ERR_SRC_NOT_SUPPORTED: sourceError,
+  });
   const view: PlayerView = {
     video: video as unknown as HTMLVideoElement,
     size: () => ({ width: 640, height: 360 }),
@@ -97,6 +113,17 @@ describe("a group", () => {
     expect(news()).toEqual([]);
     passTime(0.1);
     expect(news()).toEqual(["AdGroupEnd"]);
+  });
+
+  it("keeps the beacons in the order of their offsets when the time has jumped", () => {
+    const progress = [8, 99, 3, 10].map((offset) => ({ offset, url: `https://t/${offset}s` }));
+    startWith([
+      listed("a", { beacons: { midpoint: ["https://t/midpoint"], complete: ["https://t/complete"], progress } }),
+    ]);
+    video.begin(10);
+    news();
+    video.finish();
+    expect(news().filter((name) => !name.startsWith("Ad"))).toEqual(["3s", "midpoint", "8s", "10s", "complete"]);
   });
 
   it("starts once and tells the time four times a second while it moves", () => {
@@ -274,9 +301,20 @@ describe("a failure", () => {
     expect(news()).toEqual(["AdGroupStart", "AdLoaded", ...firstFrame]);
   });
 
+  it("behind the first frame is not mended with another file", async () => {
+    const media = ["one", "two"].map((name) => ({ src: `https://m/${name}.mp4`, type: "video/mp4" }));
+    startWith([listed("a", { media })]);
+    video.begin(10);
+    video.fail(decodeError);
+    await vi.advanceTimersByTimeAsync(200);
+    expect(video.sources).toEqual(["https://m/one.mp4"]);
+    expect(news().slice(-3)).toEqual(["error-405", "AdStopped", "AdError"]);
+  });
+
   it("to make progress is one after eight seconds, but not while paused", () => {
     startWith([listed("a")]);
     video.begin(10);
+    passTime(5);
     player.pause();
     passTime(60);
     player.resume();

@@ -57,15 +57,19 @@ describe("macros", () => {
 
 describe("beacons", () => {
   it("leave once where once is right, and the same address once in a moment", () => {
-    const { tracker, sent } = tracked({ urls: { start: ["https://t/s", "https://t/s", "https://t/w"], mute: ["https://t/m"] } });
+    const { tracker, sent } = tracked({
+      urls: { start: ["https://t/s", "https://t/s", "https://t/w"], mute: ["https://t/m"] },
+    });
     for (const name of ["start", "start", "mute", "mute", "complete"] as const) tracker.fire(name);
     expect(sent).toEqual(["https://t/s", "https://t/w", "https://t/m", "https://t/m"]);
   });
 
   it("carry the playhead, the asset, the code and what belongs to the ad", () => {
-    const urls = { error: ["https://t/[ERRORCODE]/[ADPLAYHEAD]/[CONTENTPLAYHEAD]/[ASSETURI]/[PODSEQUENCE]/[APPBUNDLE]"] };
+    const urls = {
+      error: ["https://t/[ERRORCODE]/[ADPLAYHEAD]/[CONTENTPLAYHEAD]/[ASSETURI]/[PODSEQUENCE]/[APPBUNDLE]"],
+    };
     const { tracker, sent } = tracked({ urls });
-    tracker.setPlayhead(3725.25);
+    tracker.setPosition(3725.25, "https://m.example/a b.mp4");
     tracker.fireError(402);
     expect(sent).toEqual([
       "https://t/402/01%3A02%3A05.250/01%3A02%3A05.250/https%3A%2F%2Fm.example%2Fa%20b.mp4/2/org.example",
@@ -118,6 +122,10 @@ describe("the stall watch", () => {
 });
 
 it("writes times for trackers and for viewers", () => {
-  expect([playheadText(0), playheadText(59.9996), playheadText(-1)]).toEqual(["00:00:00.000", "00:01:00.000", "00:00:00.000"]);
+  expect([playheadText(0), playheadText(59.9996), playheadText(-1)]).toEqual([
+    "00:00:00.000",
+    "00:01:00.000",
+    "00:00:00.000",
+  ]);
   expect([countdownText(0), countdownText(4.1), countdownText(61)]).toEqual(["0:00", "0:05", "1:01"]);
 });
