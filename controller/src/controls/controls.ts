@@ -1,4 +1,4 @@
-import type { AdPresentation, PlayerView, SkipState } from "../playback/group_player";
+import type { AdPresentation, PlayerView, SkipState } from "../playback/player_view";
 import type { ViewSize } from "../media/media_choice";
 import { countdownText } from "../util/clock_text";
 import { Captions } from "./captions";

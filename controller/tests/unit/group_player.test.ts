@@ -2,7 +2,8 @@ import { afterEach, beforeEach, describe, expect, it, vi } from "vitest";
 import { adsFromList } from "../../src/ads/ad_list";
 import { configFrom } from "../../src/config";
 import { payloadFrom } from "../../src/payload";
-import { GroupPlayer, type PlayerView } from "../../src/playback/group_player";
+import { GroupPlayer } from "../../src/playback/group_player";
+import type { PlayerView } from "../../src/playback/player_view";
 import { FakeVideo } from "./fake_video";
 
 const decodeError = 3;
@@ -187,7 +188,7 @@ describe("skipping", () => {
 
 describe("pausing", () => {
   beforeEach(() => {
-    startWith([listed("a")]);
+    startWith([listed("a"), listed("b")]);
     video.begin(10);
     news();
   });
@@ -221,6 +222,14 @@ describe("pausing", () => {
   it("in the background twice remembers the first time", () => {
     player.pause(background());
     player.pause(background());
+    player.resume(background());
+    expect(video.paused).toBe(false);
+  });
+
+  it("in the background holds for the ad that follows", () => {
+    player.pause(background());
+    player.skip();
+    expect([video.src, video.paused]).toEqual(["https://m/b.mp4", true]);
     player.resume(background());
     expect(video.paused).toBe(false);
   });
