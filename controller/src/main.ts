@@ -9,7 +9,6 @@ const bridge = new Bridge(window);
 const log = (text: string) => bridge.log(text);
 
 const heartbeat = new Heartbeat(() => bridge.ping());
-heartbeat.start();
 
 window.addEventListener("error", (event) => log(`Uncaught: ${event.message}`));
 window.addEventListener("unhandledrejection", (event) => log(`Unhandled rejection: ${String(event.reason)}`));
@@ -33,6 +32,7 @@ function sharedConfig(): Promise<Config> {
 const session = new Session({
   config: sharedConfig,
   player,
+  heartbeat,
   tools: {
     canPlayType: (type) => controls.video.canPlayType(type),
     beacon: (url) => bridge.beacon(url),

@@ -2,6 +2,7 @@ import { describeAd } from "./ads/ad";
 import { AdSource, type AdSourceTools } from "./ads/ad_source";
 import { RpcCodes, RpcError, type RequestParams, type Result } from "./bridge/rpc";
 import type { Config } from "./config";
+import type { Heartbeat } from "./heartbeat";
 import { payloadFrom } from "./payload";
 import type { GroupPlayer, PauseData } from "./playback/group_player";
 import { Deadline } from "./util/deadline";
@@ -11,6 +12,7 @@ export interface SessionParts {
   config: () => Promise<Config>;
   tools: AdSourceTools;
   player: GroupPlayer;
+  heartbeat: Heartbeat;
 }
 
 function pauseDataFrom(params: RequestParams): PauseData {
@@ -31,12 +33,13 @@ export class Session {
 
   private async getAds(params: RequestParams): Promise<Result> {
     const received = performance.now();
-    const { player, tools } = this.parts;
+    const { heartbeat, player, tools } = this.parts;
     if (player.hasBegun) throw new RpcError(RpcCodes.busy, "This page has begun to play its ads");
     const payload = payloadFrom(params);
     const config = await this.parts.config();
     const ads = await new AdSource(payload, config, new Deadline(config.adsTimeout, received), tools).load();
     player.prepare({ ads, payload, config });
+    if (ads.length > 0) heartbeat.start();
     return { data: { adgroup: { ads: ads.map(describeAd) } } };
   }
 

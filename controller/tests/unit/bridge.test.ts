@@ -95,15 +95,18 @@ describe("notifications", () => {
   });
 });
 
-it("pings at once and then each second until it is stopped", () => {
+it("pings each second from one second on, until it is stopped for good", () => {
   vi.useFakeTimers();
   let pings = 0;
   const heartbeat = new Heartbeat(() => (pings += 1));
   heartbeat.start();
   heartbeat.start();
-  vi.advanceTimersByTime(3000);
+  vi.advanceTimersByTime(999);
+  expect(pings).toBe(0);
+  vi.advanceTimersByTime(3001);
   expect(pings).toBe(4);
   heartbeat.stop();
+  heartbeat.start();
   vi.advanceTimersByTime(3000);
   expect(pings).toBe(4);
   vi.useRealTimers();
