@@ -140,7 +140,7 @@ void VMRWebViewRuntime::userContentControllerDidReceiveScriptMessage(const Scrip
   if (equalsIgnoringCase(message.name, kLogHandler)) {
     Vemora::log("JS LOG - " + describe(message.body));
   } else if (message.body.isObject()) {
-    dispatch().detachNewThread([self = self(), rpc = VMRRpc::messageWithProperties(message.body)] {
+    _messages->deliver([self = self(), rpc = VMRRpc::messageWithProperties(message.body)] {
       self->VMRRuntime::onMessage(rpc);
     });
   } else {

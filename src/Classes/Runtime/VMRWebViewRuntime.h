@@ -2,6 +2,7 @@
 
 #include "Classes/Runtime/VMRRuntime.h"
 #include "Classes/Runtime/VMRWebViewMonitor.h"
+#include "Classes/impl/DeliveryLine.h"
 #include "Foundation/Locked.h"
 #include "Platform/Ports/WebView.h"
 
@@ -64,6 +65,7 @@ class VMRWebViewRuntime final : public VMRRuntime, public ScriptMessageHandler, 
   void tearDown();
   std::shared_ptr<VMRWebViewRuntime> self();
 
+  const std::shared_ptr<DeliveryLine> _messages = std::make_shared<DeliveryLine>();
   Locked<std::shared_ptr<WebView>> _webView;
   std::atomic<bool> _isVisible{false};
 };
