@@ -22,8 +22,8 @@ std::shared_ptr<GtkUserContentController> contentControllerOf(const WebViewConfi
   return own ? own : makeMainThreadObject<GtkUserContentController>();
 }
 
-/// A page that was shown and then has no size at all waits for a frame that is never drawn, and never animates again.
-/// So what should be nothing is one pixel.
+/// A page that was shown and then has no size at all waits for a frame that is never drawn, and never
+/// animates again. So what should be nothing is one pixel.
 constexpr int kMinimumExtent = 1;
 
 GObjectPtr<WebKitSettings> settingsFor(const WebViewConfiguration& configuration) {
@@ -94,6 +94,7 @@ VMRError scriptError(const char* description) {
           nullptr};
 }
 
+constexpr std::string_view kBlankPage = "about:blank";
 constexpr char kProcessTerminated[] = "The web content process has ended";
 
 class FlagWhile {
@@ -255,21 +256,13 @@ void GtkWebView::setUIDelegate(std::weak_ptr<WebViewUIDelegate> delegate) {
 void GtkWebView::loadRequest(const URLRequest& request) {
   assertMainThread();
   processGone_ = false;
-  if (request.url.find('\0') != std::string::npos || !isUtf8(request.url)) {
-    const FlagWhile inside(insideCall_);
-    tellNavigation([](WebViewNavigationDelegate& delegate) {
-      delegate.webViewDidFailProvisionalNavigation({g_quark_to_string(WEBKIT_NETWORK_ERROR),
-                                                    WEBKIT_NETWORK_ERROR_FAILED,
-                                                    "The address is not valid",
-                                                    {},
-                                                    {},
-                                                    nullptr});
-    });
-    return;
+  const FlagWhile inside(insideCall_);
+  if (request.url.empty() || request.url.find('\0') != std::string::npos || !isUtf8(request.url)) {
+    return failProvisionally("The address is not valid");
   }
+  requestedAddress_ = request.url;
   // The toolkit's requests are always GET, the method that a page is loaded with.
   const auto toolkit = toolkitRequest(request);
-  const FlagWhile inside(insideCall_);
   webkit_web_view_load_request(webKit(), toolkit.get());
 }
 
@@ -281,6 +274,15 @@ void GtkWebView::stopLoading() {
 
 void GtkWebView::loadChanged(WebKitLoadEvent event) {
   if (event == WEBKIT_LOAD_STARTED) loadFailed_ = false;
+  if (event == WEBKIT_LOAD_COMMITTED) {
+    // An address that WebKit refuses (a restricted port, say) it answers with the blank page and no error.
+    const std::string requested = std::exchange(requestedAddress_, "");
+    const std::string_view committed = webkit_web_view_get_uri(webKit());
+    if (committed == kBlankPage && !requested.empty() && requested != kBlankPage) {
+      loadFailed_ = true;
+      return failProvisionally("The address cannot be shown");
+    }
+  }
   // A failed load is reported as finished, too.
   if (event != WEBKIT_LOAD_FINISHED || std::exchange(loadFailed_, false)) return;
   tellNavigation([](WebViewNavigationDelegate& delegate) { delegate.webViewDidFinishNavigation(); });
@@ -295,6 +297,17 @@ void GtkWebView::loadFailed(WebKitLoadEvent event, const GError& error) {
     } else {
       delegate.webViewDidFailNavigation(error);
     }
+  });
+}
+
+void GtkWebView::failProvisionally(const char* description) {
+  tellNavigation([description](WebViewNavigationDelegate& delegate) {
+    delegate.webViewDidFailProvisionalNavigation({g_quark_to_string(WEBKIT_POLICY_ERROR),
+                                                  WEBKIT_POLICY_ERROR_CANNOT_SHOW_URI,
+                                                  description,
+                                                  {},
+                                                  {},
+                                                  nullptr});
   });
 }
 

@@ -57,6 +57,7 @@ class GtkWebView final : public GtkView, public WebView {
 
   void loadChanged(WebKitLoadEvent event);
   void loadFailed(WebKitLoadEvent event, const GError& error);
+  void failProvisionally(const char* description);
   void processTerminated();
   /// Tells the delegate, at once or, inside a call of ours, right after it has returned.
   void tellNavigation(std::function<void(WebViewNavigationDelegate&)> what);
@@ -74,6 +75,8 @@ class GtkWebView final : public GtkView, public WebView {
   std::weak_ptr<WebViewNavigationDelegate> navigationDelegate_;
   std::weak_ptr<WebViewUIDelegate> uiDelegate_;
   std::vector<SignalConnection> connections_;
+  /// Until the page that was asked for commits or fails.
+  std::string requestedAddress_;
   bool loadFailed_ = false;
   bool insideCall_ = false;
   bool processGone_ = false;  ///< Until the next load starts a new process.

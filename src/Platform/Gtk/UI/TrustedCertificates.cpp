@@ -1,9 +1,9 @@
 #include "Platform/Gtk/UI/TrustedCertificates.h"
 
+#include "Foundation/Mutex.h"
+
 #include <algorithm>
 #include <memory>
-
-#include "Foundation/Mutex.h"
 
 namespace vemora::gtk {
 
@@ -20,7 +20,8 @@ CertificateList& list() {
 }
 
 std::string lowerCased(std::string_view host) {
-  const std::unique_ptr<char, GFree<g_free>> lower(g_ascii_strdown(host.data(), static_cast<gssize>(host.size())));
+  const std::unique_ptr<char, GFree<g_free>> lower(
+      g_ascii_strdown(host.data(), static_cast<gssize>(host.size())));
   return lower.get();
 }
 

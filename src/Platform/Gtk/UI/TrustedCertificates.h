@@ -1,12 +1,12 @@
 #pragma once
 
+#include "Platform/Gtk/GObjectPtr.h"
+
 #include <gio/gio.h>
 
 #include <string>
 #include <string_view>
 #include <vector>
-
-#include "Platform/Gtk/GObjectPtr.h"
 
 /// The certificates that the host app trusts beside the system's, each for one host. From any thread.
 namespace vemora::gtk {
