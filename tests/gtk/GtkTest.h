@@ -20,10 +20,13 @@
 namespace vemora::test {
 
 /// Runs the main loop until the condition holds; false when it does not within the seconds.
-bool waitUntil(const std::function<bool()>& condition, double seconds = 10);
+bool waitUntil(const std::function<bool()>& condition, double seconds = 20);
 /// Runs the main loop for a while that is long enough for a few frames.
 void runFrames();
 void runFor(double seconds);
+
+/// The warnings that were logged since the last call; those that a test does not take are failures of it.
+std::vector<std::string> takeWarnings();
 
 /// The X server's view of keys and windows, for tests under a window manager.
 void runTool(const std::vector<std::string>& command);
@@ -65,6 +68,8 @@ class Page : public ScriptMessageHandler,
   JsonValue ask(const std::string& expression);
   /// How often a 10 ms timer of the page's fires in the given time, relative to a page at full speed.
   double timerSpeed(double seconds = 0.4);
+  /// A throttled page is at 0.03; a busy machine takes its part of a full-speed one.
+  bool isAtFullSpeed() { return timerSpeed() > 0.2; }
   std::optional<VMRError> evaluate(const std::string& script);
 
   std::shared_ptr<WebView> view;

@@ -1,8 +1,8 @@
-#include <gtest/gtest.h>
-#include <gtk/gtk.h>
+#include "gtk/GtkTest.h"
 
 #include <mutex>
 #include <string>
+#include <utility>
 #include <vector>
 
 /// Every warning that GLib's log carries is a failure of the test that caused it.
@@ -24,11 +24,22 @@ GLogWriterOutput recordWarnings(GLogLevelFlags level, const GLogField* fields, g
   return g_log_writer_default(level, fields, count, data);
 }
 
+}  // namespace
+
+namespace vemora::test {
+
+std::vector<std::string> takeWarnings() {
+  const std::lock_guard lock(warningsMutex);
+  return std::exchange(warnings(), {});
+}
+
+}  // namespace vemora::test
+
+namespace {
+
 class WarningsAreFailures : public testing::EmptyTestEventListener {
   void OnTestEnd(const testing::TestInfo&) override {
-    const std::lock_guard lock(warningsMutex);
-    for (const auto& line : warnings()) ADD_FAILURE() << "logged: " << line;
-    warnings().clear();
+    for (const auto& line : vemora::test::takeWarnings()) ADD_FAILURE() << "logged: " << line;
   }
 };
 

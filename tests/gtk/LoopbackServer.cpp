@@ -75,6 +75,7 @@ void LoopbackServer::answer(SoupServer*, SoupServerMessage* message, const char*
   auto* self = static_cast<LoopbackServer*>(data);
   Seen& seen = self->seen_[path];
   ++seen.count;
+  seen.headers.clear();
   soup_message_headers_foreach(
       soup_server_message_get_request_headers(message),
       [](const char* name, const char* value, gpointer headers) {

@@ -3,6 +3,7 @@
 #include "Platform/Gtk/GObjectPtr.h"
 #include "Platform/Gtk/UI/GtkViewController.h"
 
+#include <algorithm>
 #include <memory>
 #include <string>
 
@@ -10,11 +11,14 @@ namespace vemora::gtk {
 
 namespace {
 
-/// Text of any origin; labels want valid UTF-8 without NUL.
+/// Text of any origin; labels want valid UTF-8 without NUL, and take seconds to lay out what nobody will
+/// read.
 std::string presentable(std::string_view text) {
+  constexpr std::size_t kLongest = 1000;
+  const std::string_view shown = text.substr(0, std::min(text.size(), kLongest));
   const std::unique_ptr<char, GFree<g_free>> valid(
-      g_utf8_make_valid(text.data(), static_cast<gssize>(text.size())));
-  return valid.get();
+      g_utf8_make_valid(shown.data(), static_cast<gssize>(shown.size())));
+  return shown.size() < text.size() ? std::string(valid.get()) + "…" : valid.get();
 }
 
 GtkWidget* textLabel(std::string_view text) {

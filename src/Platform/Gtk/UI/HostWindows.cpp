@@ -90,14 +90,15 @@ void HostWindows::activeChanged() {
   if (active && std::exchange(left_, false)) {
     post(UIApplicationDidBecomeActiveNotification);
   } else if (wasActive && !active) {
-    dispatch().mainAfter(kLeaveDelay, [weak = weak_from_this()] {
-      if (const auto self = weak.lock()) self->leaveIfStillInactive();
+    dispatch().mainAfter(kLeaveDelay, [weak = weak_from_this(), absence = ++absences_] {
+      if (const auto self = weak.lock()) self->leaveIfStillIn(absence);
     });
   }
 }
 
-void HostWindows::leaveIfStillInactive() {
-  if (inUse_ || left_) return;
+void HostWindows::leaveIfStillIn(std::uint64_t absence) {
+  // The app may have been back and gone again since: that absence has a delay of its own.
+  if (inUse_ || left_ || absence != absences_) return;
   left_ = true;
   post(UIApplicationWillResignActiveNotification);
 }

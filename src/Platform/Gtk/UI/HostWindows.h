@@ -5,6 +5,7 @@
 
 #include <gtk/gtk.h>
 
+#include <cstdint>
 #include <memory>
 #include <vector>
 
@@ -33,13 +34,14 @@ class HostWindows : public std::enable_shared_from_this<HostWindows> {
 
   void toplevelsChanged();
   void activeChanged();
-  void leaveIfStillInactive();
+  void leaveIfStillIn(std::uint64_t absence);
 
   std::vector<std::unique_ptr<Watched>> watched_;
   SignalConnection toplevelsChanged_;
   GObjectWeakPtr<GtkWindow> lastActive_;
   bool inUse_ = false;
   bool left_ = false;
+  std::uint64_t absences_ = 0;  ///< Times that no window was active, however briefly.
 };
 
 }  // namespace vemora::gtk
