@@ -282,10 +282,18 @@ class DynamicClassRegistry final : public ClassRegistry {
   std::shared_ptr<ExternalClass> classNamed(std::string_view name) override {
     const VemoraExternalClass* found = Registrations::shared().find(name);
     if (!found) found = symbolNamed(std::string(name));
-    return found ? std::make_shared<ForeignClass>(*found) : nullptr;
+    return found ? classFor(*found) : nullptr;
   }
 
  private:
+  /// Classes are asked for with every event: each is made once.
+  std::shared_ptr<ExternalClass> classFor(const VemoraExternalClass& isa) VMR_EXCLUDES(mutex_) {
+    MutexLock lock(mutex_);
+    std::shared_ptr<ForeignClass>& made = classes_[&isa];
+    if (!made) made = std::make_shared<ForeignClass>(isa);
+    return made;
+  }
+
   const VemoraExternalClass* symbolNamed(const std::string& name) VMR_EXCLUDES(mutex_) {
     if (name.find('\0') != std::string::npos) return nullptr;
     void* symbol = dlsym(RTLD_DEFAULT, name.c_str());
@@ -304,8 +312,9 @@ class DynamicClassRegistry final : public ClassRegistry {
     return refused_.insert(name).second;
   }
 
-  /// Guards `refused_`.
+  /// Guards everything below.
   Mutex mutex_;
+  std::map<const VemoraExternalClass*, std::shared_ptr<ForeignClass>> classes_ VMR_GUARDED_BY(mutex_);
   std::set<std::string> refused_ VMR_GUARDED_BY(mutex_);
 };
 
