@@ -1,0 +1,44 @@
+#pragma once
+
+#include "ChildProcess.h"
+#include "ScratchFolder.h"
+
+#include <cstdlib>
+#include <string>
+
+namespace vemora::gtk::test {
+
+/// A private message bus that stands for both the system's and the session's. Services can be made
+/// activatable with `installService` before the bus starts.
+class ScriptedBus {
+ public:
+  void installService(const std::string& name, const std::string& command) {
+    folder_.write("services/" + name + ".service",
+                  "[D-BUS Service]\nName=" + name + "\nExec=" + command + "\n");
+  }
+
+  void start() {
+    const std::string configuration = folder_.write(
+        "bus.conf", "<busconfig><type>session</type><listen>unix:path=" + folder_.path("bus") +
+                        "</listen><auth>EXTERNAL</auth>"
+                        "<servicedir>" +
+                        folder_.path("services") +
+                        "</servicedir><policy context='default'><allow send_destination='*'"
+                        " eavesdrop='true'/><allow eavesdrop='true'/><allow own='*'/></policy></busconfig>");
+    daemon_ = std::make_unique<ChildProcess>(std::vector<std::string>{
+        "dbus-daemon", "--nofork", "--print-address", "--config-file=" + configuration});
+    address_ = daemon_->firstLine();
+    setenv("DBUS_SYSTEM_BUS_ADDRESS", address_.c_str(), 1);
+    setenv("DBUS_SESSION_BUS_ADDRESS", address_.c_str(), 1);
+  }
+
+  const std::string& address() const { return address_; }
+  std::string path(const std::string& name) const { return folder_.path(name); }
+
+ private:
+  ScratchFolder folder_;
+  std::unique_ptr<ChildProcess> daemon_;
+  std::string address_;
+};
+
+}  // namespace vemora::gtk::test

@@ -1,0 +1,63 @@
+#pragma once
+
+#include "Foundation/Mutex.h"
+#include "Platform/Gtk/GObjectPtr.h"
+#include "Platform/Gtk/Services/ContextThread.h"
+
+#include <gio/gio.h>
+
+#include <future>
+#include <string>
+#include <vector>
+
+namespace vemora::gtk::test {
+
+/// A location service and a permission store that do as they are told, on a thread of their own.
+///
+/// The service is not on the bus until `appear`. It takes one client, writes down every call, and reports a
+/// fix only when told to. Every operation has had its effect on the bus when it returns.
+class ScriptedGeoClue {
+ public:
+  explicit ScriptedGeoClue(const std::string& busAddress);
+  ~ScriptedGeoClue();
+
+  void appear();
+  void vanish();
+  /// From now on the start of a client is answered with AccessDenied.
+  void refuseStart();
+  void setAvailableAccuracy(guint32 level);
+  void report(double latitude, double longitude);
+
+  /// The permission store, on the bus until the end. An empty accuracy takes the entry away.
+  void serveStore(const std::string& desktopId, const std::string& accuracy);
+  void changePermission(const std::string& desktopId, const std::string& accuracy);
+
+  /// "GetClient", "DesktopId=...", "RequestedAccuracyLevel=...", "Start", "Stop", "DeleteClient" and so on.
+  std::vector<std::string> calls();
+  int count(const std::string& call);
+  /// Connections of whomever to the bus.
+  std::size_t peers();
+
+ private:
+  void run(std::function<void()> work);
+  void note(const std::string& call);
+  guint registerObject(const char* path, const char* interface);
+  bool ownName(const char* name);
+  GVariant* permissions() const;
+  void handle(const char* path, const char* method, GVariant* parameters, GDBusMethodInvocation* invocation);
+  GVariant* property(const char* path, const char* name) const;
+  static const GDBusInterfaceVTable& vtable();
+
+  GObjectPtr<GDBusConnection> bus_;
+  bool refusesStart_ = false;
+  guint32 availableAccuracy_ = 8;
+  std::vector<std::pair<double, double>> fixes_;
+  std::string storedId_;
+  std::string storedAccuracy_;
+
+  Mutex mutex_;
+  std::vector<std::string> calls_ VMR_GUARDED_BY(mutex_);
+  ContextThread thread_{"geoclue"};
+};
+
+}  // namespace vemora::gtk::test
