@@ -12,7 +12,8 @@
 namespace vemora {
 namespace {
 
-constexpr int kBarWidth = 28;
+constexpr std::size_t kBarWidth = 28;
+constexpr std::size_t kNameWidth = 17;
 
 std::string inSeconds(double seconds) {
   std::array<char, G_ASCII_DTOSTR_BUF_SIZE> text{};
@@ -31,7 +32,7 @@ std::string titleOf(const VemoraAd& ad) {
 
 std::string bar(double elapsed, double duration) {
   const double share = duration > 0 ? std::clamp(elapsed / duration, 0.0, 1.0) : 0.0;
-  const auto filled = static_cast<std::size_t>(std::lround(share * kBarWidth));
+  const auto filled = static_cast<std::size_t>(std::lround(share * static_cast<double>(kBarWidth)));
   return "[" + std::string(filled, '#') + std::string(kBarWidth - filled, '.') + "] " + inSeconds(elapsed) +
          " of " + inSeconds(duration) + " s";
 }
@@ -54,7 +55,9 @@ std::string details(const PlayerCallback& callback) {
 std::string lineOf(const PlayerCallback& callback) {
   std::string time = inSeconds(callback.time);
   time.insert(0, 7 - std::min<std::size_t>(7, time.size()), ' ');
-  return time + "  " + padded(std::string(shortNameOf(callback.kind)), 17) + details(callback);
+  const std::string more = details(callback);
+  const std::string name(shortNameOf(callback.kind));
+  return time + "  " + (more.empty() ? name : padded(name, kNameWidth) + more);
 }
 
 }  // namespace

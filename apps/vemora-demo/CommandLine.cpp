@@ -5,6 +5,7 @@
 #include <Vemora/Vemora.h>
 
 #include <gio/gio.h>
+#include <glib/gstdio.h>
 
 #include <array>
 #include <cmath>

@@ -233,16 +233,18 @@ void DemoApplication::onLoaded(const PlayerCallback& callback) {
 }
 
 void DemoApplication::onTime(const PlayerCallback& callback) {
+  const double elapsed = *callback.timeElapsed;
   const double duration = callback.ad ? callback.ad->duration().doubleValue() : 0;
-  window_->showProgress(duration > 0 ? *callback.timeElapsed / duration : 0);
+  window_->showProgress(duration > 0 ? elapsed / duration : 0);
   const bool isUnderWay =
-      *callback.timeElapsed >=
-      (duration > 0 ? std::min(kScreenshotAtSeconds, duration / 2) : kScreenshotAtSeconds);
-  if (!commandLine_.screenshot || screenshotTaken_ || !isUnderWay) return;
-  screenshotTaken_ = true;
-  if (const auto problem = saveScreenshot(window_->windowOfAd(), *commandLine_.screenshot)) {
-    complain("No screenshot: " + *problem);
-  }
+      elapsed >= std::min(kScreenshotAtSeconds, duration > 0 ? duration / 2 : kScreenshotAtSeconds);
+  if (!commandLine_.screenshot || screenshotAsked_ || !isUnderWay) return;
+  screenshotAsked_ = true;
+  saveScreenshot(window_->windowOfAd(), *commandLine_.screenshot,
+                 [this](const std::optional<std::string>& problem) {
+                   screenshotTaken_ = true;
+                   if (problem) complain("No screenshot: " + *problem);
+                 });
 }
 
 void DemoApplication::perform(Command command) {

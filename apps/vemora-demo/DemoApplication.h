@@ -75,6 +75,7 @@ class DemoApplication {
   std::shared_ptr<VemoraAdPlayerBase> player_;
 
   float size_ = 1;
+  bool screenshotAsked_ = false;
   bool screenshotTaken_ = false;
   bool finished_ = false;
   std::vector<std::string> failures_;
