@@ -1,7 +1,7 @@
+#include "../common/ChildProcess.h"
 #include "HttpsClient.h"
 #include "TestFolder.h"
 
-#include <gio/gio.h>
 #include <gtest/gtest.h>
 #include <rapidjson/document.h>
 
@@ -10,6 +10,7 @@
 #include <iterator>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace vemora::test {
@@ -22,59 +23,17 @@ std::string contentOf(const fs::path& file) {
   return {std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
 }
 
-/// A running vemora-serve, which ends with this object at the latest.
-class ServeProcess {
+/// A running vemora-serve.
+class ServeProcess : public ChildProcess {
  public:
-  explicit ServeProcess(const std::vector<std::string>& arguments) {
-    std::vector<const char*> argv{VEMORA_SERVE_PROGRAM};
-    for (const std::string& argument : arguments) argv.push_back(argument.c_str());
-    argv.push_back(nullptr);
-    process_ = GObjectPtr<GSubprocess>::adopt(g_subprocess_newv(
-        argv.data(),
-        static_cast<GSubprocessFlags>(G_SUBPROCESS_FLAGS_STDIN_PIPE | G_SUBPROCESS_FLAGS_STDOUT_PIPE |
-                                      G_SUBPROCESS_FLAGS_STDERR_PIPE),
-        nullptr));
-    output_ = GObjectPtr<GDataInputStream>::adopt(
-        g_data_input_stream_new(g_subprocess_get_stdout_pipe(process_.get())));
-    errors_ = GObjectPtr<GDataInputStream>::adopt(
-        g_data_input_stream_new(g_subprocess_get_stderr_pipe(process_.get())));
-  }
-  ServeProcess(const ServeProcess&) = delete;
-  ServeProcess& operator=(const ServeProcess&) = delete;
-  ~ServeProcess() {
-    g_subprocess_force_exit(process_.get());
-    g_subprocess_wait(process_.get(), nullptr, nullptr);
-  }
-
-  /// The next line on the standard output; absent at its end.
-  std::optional<std::string> line() { return lineOf(output_.get()); }
-  /// All that is left on the standard output and on the standard error.
-  std::string output() { return restOf(output_.get()); }
-  std::string errors() { return restOf(errors_.get()); }
-
-  void closeInput() { g_output_stream_close(g_subprocess_get_stdin_pipe(process_.get()), nullptr, nullptr); }
-  void signal(int number) { g_subprocess_send_signal(process_.get(), number); }
-
-  /// The exit status; -1 when a signal ended it.
-  int wait() {
-    g_subprocess_wait(process_.get(), nullptr, nullptr);
-    return g_subprocess_get_if_exited(process_.get()) ? g_subprocess_get_exit_status(process_.get()) : -1;
-  }
+  explicit ServeProcess(std::vector<std::string> arguments)
+      : ChildProcess(withProgram(std::move(arguments))) {}
 
  private:
-  static std::optional<std::string> lineOf(GDataInputStream* stream) {
-    const GStringPtr line(g_data_input_stream_read_line(stream, nullptr, nullptr, nullptr));
-    return line ? std::optional<std::string>(line.get()) : std::nullopt;
+  static std::vector<std::string> withProgram(std::vector<std::string> arguments) {
+    arguments.insert(arguments.begin(), VEMORA_SERVE_PROGRAM);
+    return arguments;
   }
-  static std::string restOf(GDataInputStream* stream) {
-    std::string all;
-    while (const auto line = lineOf(stream)) all += *line + "\n";
-    return all;
-  }
-
-  GObjectPtr<GSubprocess> process_;
-  GObjectPtr<GDataInputStream> output_;
-  GObjectPtr<GDataInputStream> errors_;
 };
 
 class ServeProgramTest : public testing::Test {

@@ -1,0 +1,50 @@
+#pragma once
+
+#include "../common/ChildProcess.h"
+#include "../serve/TestFolder.h"
+
+#include <Vemora/JsonValue.h>
+
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace vemora::test {
+
+/// One run of vemora-demo in a user's home of its own, on the desktop of the test.
+///
+///     DemoRun run({"--placement", "inline"});
+///     EXPECT_EQ(run.finish(), 0) << run.told();
+///     EXPECT_EQ(run.callbacks(), ...);
+class DemoRun {
+ public:
+  explicit DemoRun(const std::vector<std::string>& arguments);
+
+  /// Waits for the end and returns the exit status; -1 when a signal ended it.
+  int finish();
+  ChildProcess& process() { return process_; }
+  /// All that it has written, for the text of a failure.
+  [[nodiscard]] std::string told() const { return outputs_.output + outputs_.errors; }
+  [[nodiscard]] const std::string& errors() const { return outputs_.errors; }
+
+  /// The callbacks, in order, as they were written.
+  [[nodiscard]] const std::vector<JsonValue>& events() const { return events_; }
+  /// Their short names, without the ticking of the time: "vemora:adStart:" of "ad-1" is "adStart ad-1".
+  [[nodiscard]] std::vector<std::string> callbacks() const;
+  /// The first callback of this name that is there; null when there is none.
+  [[nodiscard]] JsonValue event(const std::string& name) const;
+  /// Path and query of each beacon, in order of arrival.
+  [[nodiscard]] std::vector<std::string> beacons() const;
+  [[nodiscard]] std::filesystem::path screenshot() const { return folder_.path() / "screenshot.png"; }
+
+ private:
+  TestFolder folder_;
+  ChildProcess process_;
+  ChildProcess::Outputs outputs_;
+  std::vector<JsonValue> events_;
+};
+
+std::string contentOf(const std::filesystem::path& file);
+
+}  // namespace vemora::test

@@ -1,0 +1,220 @@
+#include "DemoRun.h"
+#include "HeadlessDesktop.h"
+
+#include <gdk-pixbuf/gdk-pixbuf.h>
+#include <gio/gio.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <csignal>
+#include <string>
+#include <vector>
+
+namespace vemora::test {
+namespace {
+
+using Strings = std::vector<std::string>;
+
+/// The size of a picture and how many colours it has; of neighbouring colours only one counts.
+struct Picture {
+  int width = 0;
+  int height = 0;
+};
+
+Picture pictureOf(const std::filesystem::path& file) {
+  const auto pixbuf = GObjectPtr<GdkPixbuf>::adopt(gdk_pixbuf_new_from_file(file.c_str(), nullptr));
+  if (!pixbuf) return {};
+  return {gdk_pixbuf_get_width(pixbuf.get()), gdk_pixbuf_get_height(pixbuf.get())};
+}
+
+class DemoSessionTest : public testing::Test {
+ protected:
+  /// Arguments that give the page of the demo's own server this configuration.
+  Strings withConfig(const std::string& json) {
+    return {"--config", folder.write("config.json", json).string()};
+  }
+
+  /// The origin in the demo's first line, "Loading from https://...".
+  static std::string originOf(DemoRun& run) {
+    const std::string line = run.process().line().value_or("");
+    return line.substr(std::min(line.find("https://"), line.size()));
+  }
+
+  static bool isServed(const std::string& origin) {
+    const auto client = GObjectPtr<GSocketClient>::adopt(g_socket_client_new());
+    return static_cast<bool>(GObjectPtr<GSocketConnection>::adopt(
+        g_socket_client_connect_to_uri(client.get(), origin.c_str(), 443, nullptr, nullptr)));
+  }
+
+  static bool comesToAnEnd(const std::string& origin) {
+    constexpr int kTries = 200;
+    for (int i = 0; i < kTries && isServed(origin); ++i) g_usleep(20'000);
+    return !isServed(origin);
+  }
+
+  const Strings playedToItsEnd{"requestForPlayer", "didLoadAds",        "adGroupStart",
+                               "adStart film-1",   "adComplete film-1", "adGroupComplete"};
+  const std::string single = VEMORA_FIXTURES "/single.xml";
+  HeadlessDesktop desktop;
+  TestFolder folder;
+  const std::string shot = (folder.path() / "shot.png").string();
+};
+
+TEST_F(DemoSessionTest, PlaysAGroupInline) {
+  DemoRun run({"--screenshot", shot});
+  ASSERT_EQ(run.finish(), 0) << run.told();
+  EXPECT_EQ(run.callbacks(), (Strings{"requestForPlayer", "didLoadAds", "adGroupStart", "adStart ad-1",
+                                      "adComplete ad-1", "adStart ad-2", "adComplete ad-2", "adStart ad-3",
+                                      "adComplete ad-3", "adGroupComplete"}));
+  EXPECT_EQ(run.beacons(), (Strings{"/beacon/impression?ad=1",
+                                    "/beacon/start?ad=1",
+                                    "/beacon/firstQuartile?ad=1",
+                                    "/beacon/progress?ad=1&offset=1.5",
+                                    "/beacon/midpoint?ad=1",
+                                    "/beacon/thirdQuartile?ad=1",
+                                    "/beacon/complete?ad=1",
+                                    "/beacon/impression?ad=2",
+                                    "/beacon/start?ad=2",
+                                    "/beacon/firstQuartile?ad=2",
+                                    "/beacon/progress?ad=2&offset=2.5",
+                                    "/beacon/midpoint?ad=2",
+                                    "/beacon/thirdQuartile?ad=2",
+                                    "/beacon/complete?ad=2",
+                                    "/beacon/impression?ad=3",
+                                    "/beacon/start?ad=3",
+                                    "/beacon/firstQuartile?ad=3",
+                                    "/beacon/progress?ad=3&offset=1.5",
+                                    "/beacon/midpoint?ad=3",
+                                    "/beacon/thirdQuartile?ad=3",
+                                    "/beacon/progress?ad=3&offset=4.5",
+                                    "/beacon/complete?ad=3"}));
+
+  double time = 0;
+  double elapsed = 0;
+  std::string running;
+  for (const JsonValue& event : run.events()) {
+    EXPECT_GE(event["t"].doubleValue(), time);
+    time = event["t"].doubleValue();
+    const std::string id = event["ad"]["id"].stringValue().value_or("");
+    if (id != running) elapsed = 0;
+    running = id;
+    if (event["timeElapsed"].isNull()) continue;
+    EXPECT_GT(event["timeElapsed"].doubleValue(), elapsed) << id;
+    elapsed = event["timeElapsed"].doubleValue();
+  }
+  EXPECT_NEAR(elapsed, 6, 1) << "the last ad's time came near its end";
+  EXPECT_EQ(run.event("didLoadAds")["group"]["totalDuration"].doubleValue(), 15);
+  EXPECT_EQ(run.event("adStart")["ad"].count(), 8u);
+}
+
+TEST_F(DemoSessionTest, HasNoControllerOnAWrongHost) {
+  DemoRun run({"--controller-host", "127.0.0.1:1"});
+  EXPECT_EQ(run.finish(), 1);
+  const JsonValue loaded = run.event("didLoadAds");
+  EXPECT_EQ(loaded["error"]["code"].integerValue(), 5002) << run.told();
+  EXPECT_GE(loaded["t"].doubleValue(), 15) << "the page is given its time";
+  EXPECT_NE(run.told().find("Unable to Load Controller"), std::string::npos) << run.told();
+}
+
+TEST_F(DemoSessionTest, HasNoAds) {
+  DemoRun run(withConfig(R"({"faults":{"noAds":true}})"));
+  EXPECT_EQ(run.finish(), 1);
+  EXPECT_EQ(run.callbacks(), (Strings{"requestForPlayer", "didLoadAds"})) << run.told();
+  const JsonValue loaded = run.event("didLoadAds");
+  EXPECT_EQ(loaded["error"]["code"].integerValue(), 5003);
+  EXPECT_EQ(loaded["group"]["ads"].count(), 0u);
+  EXPECT_NE(run.told().find("5003: No ads available"), std::string::npos) << run.told();
+}
+
+TEST_F(DemoSessionTest, EndsFiveSecondsAfterThePageHasGoneSilent) {
+  DemoRun run(withConfig(R"({"faults":{"stopPingAfter":2.5}})"));
+  EXPECT_EQ(run.finish(), 1);
+  EXPECT_EQ(run.callbacks().back(), "adError") << run.told();
+  const JsonValue error = run.event("adError");
+  EXPECT_EQ(error["error"]["code"].integerValue(), 5005);
+  EXPECT_TRUE(error["ad"].isNull());
+  const double silent = error["t"].doubleValue() - run.event("didLoadAds")["t"].doubleValue();
+  EXPECT_GT(silent, 5.5) << "it has pinged at least once after the load";
+  EXPECT_LT(silent, 10);
+}
+
+TEST_F(DemoSessionTest, TellsWhyThePageGaveUp) {
+  DemoRun run(withConfig(R"({"faults":{"adError":"The film is torn"}})"));
+  EXPECT_EQ(run.finish(), 1);
+  EXPECT_EQ(run.callbacks().back().substr(0, 7), "adError") << run.told();
+  const JsonValue error = run.event("adError")["error"];
+  EXPECT_EQ(error["domain"], JsonValue("VMRErrorDomain"));
+  EXPECT_EQ(error["code"].integerValue(), 5004);
+  EXPECT_EQ(error["description"], JsonValue("Ad playback failed"));
+  EXPECT_EQ(error["reason"], JsonValue("The film is torn"));
+}
+
+TEST_F(DemoSessionTest, ResizesAnAdThatPlays) {
+  DemoRun run({"--placement", "resizable", "--size", "0.5", "--vast", single, "--do", "smaller@0.5", "--do",
+               "larger@0.8", "--do", "larger@1", "--screenshot", shot});
+  EXPECT_EQ(run.finish(), 0) << run.told();
+  EXPECT_EQ(run.callbacks(), playedToItsEnd) << run.told();
+}
+
+TEST_F(DemoSessionTest, PlaysOverTheWholeScreen) {
+  DemoRun run({"--placement", "interstitial", "--vast", single, "--screenshot", shot, "--do", "close@2.3"});
+  EXPECT_EQ(run.finish(), 0) << run.told();
+  EXPECT_EQ(run.callbacks(), (Strings{"requestForPlayer", "didLoadAds", "adGroupStart", "adStart film-1",
+                                      "adUserClose film-1", "adGroupComplete"}))
+      << run.told();
+}
+
+TEST_F(DemoSessionTest, LetsGoOfItsServerHoweverItEnds) {
+  for (const int signal : {SIGTERM, SIGKILL}) {
+    DemoRun run({});
+    const std::string origin = originOf(run);
+    EXPECT_TRUE(isServed(origin)) << origin;
+    run.process().signal(signal);
+    const int status = run.finish();
+    EXPECT_EQ(status, signal == SIGTERM ? 1 : -1) << run.told();
+    EXPECT_TRUE(comesToAnEnd(origin)) << "the server has outlived signal " << signal;
+  }
+}
+
+TEST_F(DemoSessionTest, BadArgumentsEndWithTwoAndSayWhich) {
+  struct Case {
+    Strings arguments;
+    const char* named;
+  };
+  for (const Case& c : {Case{{"--nonsense"}, "--nonsense"},
+                        Case{{"stray"}, "stray"},
+                        Case{{"--placement", "sideways"}, "sideways"},
+                        Case{{"--size", "0.5"}, "--size"},
+                        Case{{"--placement", "resizable", "--size", "half"}, "half"},
+                        Case{{"--param", "novalue"}, "novalue"},
+                        Case{{"--param", "=x"}, "=x"},
+                        Case{{"--controller-host", "https://host"}, "https://host"},
+                        Case{{"--controller-host", "host:port"}, "host:port"},
+                        Case{{"--controller-host", ""}, "HOST"},
+                        Case{{"--controller-host", "host", "--ads", single}, "--ads"},
+                        Case{{"--ca", single}, "--ca"},
+                        Case{{"--ads", "/missing.json"}, "/missing.json"},
+                        Case{{"--vast", "/missing.xml"}, "/missing.xml"},
+                        Case{{"--config", "/"}, "--config"},
+                        Case{{"--screenshot", "/missing/shot.png"}, "/missing/shot.png"},
+                        Case{{"--events", "/missing/events"}, "/missing/events"},
+                        Case{{"--timeout", "-1"}, "-1"},
+                        Case{{"--timeout", "soon"}, "soon"},
+                        Case{{"--do", "dance@1"}, "dance@1"},
+                        Case{{"--do", "pause@never"}, "pause@never"},
+                        Case{{"--do", "pause"}, "pause"}}) {
+    DemoRun run(c.arguments);
+    EXPECT_EQ(run.finish(), 2) << c.named;
+    EXPECT_NE(run.errors().find(c.named), std::string::npos) << c.named << " in: " << run.told();
+    EXPECT_TRUE(run.events().empty());
+  }
+  for (const char* option : {"--help", "--version"}) {
+    DemoRun run({option});
+    EXPECT_EQ(run.finish(), 0) << option;
+    EXPECT_NE(run.told().find("vemora-demo"), std::string::npos) << option;
+    EXPECT_EQ(run.errors(), "") << option;
+  }
+}
+
+}  // namespace
+}  // namespace vemora::test

@@ -1,0 +1,31 @@
+#pragma once
+
+#include "../common/ChildProcess.h"
+
+#include <gio/gio.h>
+
+#include <string>
+
+namespace vemora::test {
+
+/// A screen and a session bus for the programs that a test starts: both are in this process's environment
+/// while it lives.
+class HeadlessDesktop {
+ public:
+  HeadlessDesktop()
+      : screen_({"Xvfb", "-displayfd", "1", "-screen", "0", "1280x1024x24", "-nolisten", "tcp"}),
+        bus_(GObjectPtr<GTestDBus>::adopt(g_test_dbus_new(G_TEST_DBUS_NONE))) {
+    g_setenv("DISPLAY", (":" + screen_.line().value_or("")).c_str(), TRUE);
+    g_unsetenv("WAYLAND_DISPLAY");
+    g_test_dbus_up(bus_.get());
+  }
+  HeadlessDesktop(const HeadlessDesktop&) = delete;
+  HeadlessDesktop& operator=(const HeadlessDesktop&) = delete;
+  ~HeadlessDesktop() { g_test_dbus_stop(bus_.get()); }
+
+ private:
+  ChildProcess screen_;
+  GObjectPtr<GTestDBus> bus_;
+};
+
+}  // namespace vemora::test
