@@ -70,8 +70,8 @@ class ScriptedPage {
   /// `reply` is the text of the members of the reply beside its id, such as R"("result":{})"; empty for no
   /// reply.
   void answer(const std::string& method, std::string reply) { state_->replies[method] = std::move(reply); }
-  /// Every script fails with this error from now on.
-  void failScripts(VMRError error) { state_->scriptError = std::move(error); }
+  /// Every script fails with this error from now on; with none, they work again.
+  void failScripts(std::optional<VMRError> error) { state_->scriptError = std::move(error); }
   /// Posts this JSON text to the handler "Vemora"; false when nobody listens.
   bool post(std::string_view text);
   bool event(const std::string& name, const std::string& id = {}, const std::string& data = "null");
