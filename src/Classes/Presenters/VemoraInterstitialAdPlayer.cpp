@@ -25,13 +25,19 @@ class VemoraInterstitialAdPlayer_p final : public VemoraAdPlayerBase_p {
   }
 
   void shutdown() override {
-    dispatch().mainAsync([self = sharedSelf(this)] {
-      if (const auto presenter = self->presenter_.exchange(nullptr)) presenter->dismissViewController(true);
-    });
+    dismissStage();
     VemoraAdPlayerBase_p::shutdown();
+    // Again: a start may have put up its stage between the two.
+    dismissStage();
   }
 
  private:
+  void dismissStage() {
+    dispatch().mainAsync([self = sharedSelf(this)] {
+      if (const auto presenter = self->presenter_.exchange(nullptr)) presenter->dismissViewController(true);
+    });
+  }
+
   void present(const JsonValue& parameters) {
     const auto webView = _getPlayerView();
     const auto presenter = topMostController();
