@@ -42,6 +42,7 @@ class VemoraInterstitialAdPlayer_p final : public VemoraAdPlayerBase_p {
     const auto webView = _getPlayerView();
     const auto presenter = topMostController();
     if (!webView || !presenter) return;
+    if (isOnStage(*webView)) return startInBackground(parameters);
     presenter_.set(presenter);
     const auto stage = VemoraInterstitialViewController::init();
     stage->view()->addSubview(webView);
@@ -50,9 +51,19 @@ class VemoraInterstitialAdPlayer_p final : public VemoraAdPlayerBase_p {
     webView->setTranslatesAutoresizingMaskIntoConstraints(false);
     pinEdges(webView, stage->view(), true);
     // The ad starts once it can be seen; a stage that never comes up never starts it.
-    presenter->presentViewController(stage, true, [self = sharedSelf(this), parameters] {
-      dispatch().globalAsync([self, parameters] { self->VemoraAdPlayerBase_p::_start(parameters); });
-    });
+    presenter->presentViewController(
+        stage, true, [self = sharedSelf(this), parameters] { self->startInBackground(parameters); });
+  }
+
+  bool isOnStage(const View& webView) const {
+    const auto presenter = presenter_.get();
+    const auto stage = presenter ? presenter->presentedViewController() : nullptr;
+    return stage && webView.isDescendantOfView(*stage->view());
+  }
+
+  void startInBackground(const JsonValue& parameters) {
+    dispatch().globalAsync(
+        [self = sharedSelf(this), parameters] { self->VemoraAdPlayerBase_p::_start(parameters); });
   }
 
   Locked<std::shared_ptr<ViewController>> presenter_;

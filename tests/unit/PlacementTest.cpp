@@ -1,0 +1,223 @@
+#include "PlayerTest.h"
+
+#include <Vemora/VemoraInterstitialAdPlayer.h>
+#include <Vemora/VemoraResizableAdPlayer.h>
+
+#include <cmath>
+#include <limits>
+
+namespace vemora {
+namespace {
+
+using testing::FakeView;
+using testing::FakeViewController;
+
+/// Players that are started on a page that has loaded two ads, in a host view of 320 by 180 points.
+class PlacementTest : public PlayerTest {
+ protected:
+  PlacementTest() { application().rootViewController()->fakeView()->addSubview(host_); }
+
+  template <typename Player>
+  std::shared_ptr<Player> loaded(std::shared_ptr<Player> player) {
+    player->setDelegate(delegate_);
+    load(player);
+    view_ = page_->view();
+    delegate_->take();
+    return player;
+  }
+  /// What the next frame, and the second after it, bring.
+  void frame() {
+    settle();
+    application().window()->layoutIfNeeded();
+    advance(1);
+  }
+  std::size_t starts() const {
+    const auto methods = page_->methods();
+    return static_cast<std::size_t>(std::count(methods.begin(), methods.end(), "control.start"));
+  }
+
+  std::shared_ptr<FakeView> host_ = std::make_shared<FakeView>(Rect{40, 20, 320, 180});
+  std::shared_ptr<testing::FakeWebView> view_;
+};
+
+TEST_F(PlacementTest, InlineFillsItsHostAndStartsOnceVisible) {
+  const auto player = loaded(VemoraInlineAdPlayer::initInView(host_));
+  EXPECT_EQ(player->placementType(), "inline");
+  player->start();
+  settle();
+  EXPECT_EQ(view_->superview(), host_);
+  EXPECT_TRUE(view_->isUserInteractionEnabled());
+  ASSERT_EQ(host_->constraints().size(), 4u);
+  for (const auto& constraint : host_->constraints()) {
+    EXPECT_EQ(constraint->firstItem.lock(), view_);
+    EXPECT_EQ(constraint->secondItem.lock(), host_);
+    EXPECT_EQ(constraint->firstAttribute, constraint->secondAttribute);
+    EXPECT_FALSE(constraint->toSafeArea);
+  }
+  EXPECT_EQ(starts(), 0u) << "held back while there is nothing to see";
+  frame();
+  EXPECT_EQ(view_->frame(), (Rect{0, 0, 320, 180}));
+  EXPECT_EQ(starts(), 1u);
+  page_->event("AdGroupEnd");
+  settle();
+  EXPECT_FALSE(view_->superview());
+  EXPECT_TRUE(host_->superview());
+  EXPECT_TRUE(host_->constraints().empty());
+}
+
+TEST_F(PlacementTest, WithoutAHostTheStartIsSentAllTheSame) {
+  const auto player = loaded(VemoraResizableAdPlayer::initWithAdPlayerDelegate(delegate_));
+  player->setSize(0.5F);
+  player->start();
+  settle();
+  EXPECT_EQ(view_->superview(), application().window());
+  view_->setFrame({0, 0, 100, 100});
+  advance(1);
+  EXPECT_EQ(starts(), 1u);
+}
+
+TEST_F(PlacementTest, ResizableStaysCentredAtItsFraction) {
+  const auto player = loaded(VemoraResizableAdPlayer::initInView(host_));
+  EXPECT_EQ(player->placementType(), "resizeable");
+  EXPECT_EQ(page_->calls()[0].params["params"]["placement_type"], JsonValue("resizeable"));
+  player->start();
+  frame();
+  EXPECT_EQ(view_->frame(), (Rect{0, 0, 320, 180})) << "fills its host at first";
+  const std::size_t constraints = host_->constraints().size();
+  for (const float size : {0.25F, 2.0F, 0.5F}) player->setSize(size);
+  EXPECT_EQ(host_->constraints().size(), constraints) << "replaced, not accumulated";
+  EXPECT_EQ(host_->layoutRequests(), 4u);
+  frame();
+  EXPECT_EQ(view_->frame(), (Rect{80, 45, 160, 90}));
+  host_->setFrame({0, 0, 160, 90});
+  frame();
+  EXPECT_EQ(view_->frame(), (Rect{40, 22.5, 80, 45})) << "scales with its host";
+  player->shutdown();
+  settle();
+  EXPECT_TRUE(host_->constraints().empty());
+  player->setSize(1);
+}
+
+TEST_F(PlacementTest, ResizableKeepsASizeThatCameBeforeTheStart) {
+  const auto player = loaded(VemoraResizableAdPlayer::init());
+  player->setSize(0.5F);
+  const auto inView = loaded(VemoraResizableAdPlayer::initInView(host_));
+  inView->setSize(0.5F);
+  EXPECT_TRUE(host_->constraints().empty());
+  inView->start();
+  frame();
+  EXPECT_EQ(view_->frame(), (Rect{80, 45, 160, 90}));
+}
+
+TEST_F(PlacementTest, ResizableSurvivesEverySize) {
+  const auto player = loaded(VemoraResizableAdPlayer::initInView(host_));
+  player->start();
+  frame();
+  for (const float size : {std::nanf(""), -1.0F, std::numeric_limits<float>::infinity(), 1e30F, 0.0F}) {
+    player->setSize(size);
+    host_->layoutIfNeeded();
+  }
+  player->setSize(1);
+  host_->layoutIfNeeded();
+  EXPECT_EQ(host_->constraints().size(), 4u);
+  EXPECT_EQ(view_->frame(), (Rect{0, 0, 320, 180}));
+}
+
+TEST_F(PlacementTest, AStartThatShutdownOvertakesPlacesNothing) {
+  const auto player = loaded(VemoraInlineAdPlayer::initInView(host_));
+  player->start();
+  std::thread([&] { player->shutdown(); }).join();
+  settle();
+  EXPECT_FALSE(view_->superview());
+  EXPECT_TRUE(host_->subviews().empty());
+}
+
+TEST_F(PlacementTest, InterstitialStartsOncePresentedOverEverything) {
+  const auto modal = std::make_shared<FakeViewController>(ViewControllerTraits{});
+  application().rootViewController()->presentViewController(modal, false, nullptr);
+  application().setHoldsPresentations(true);
+  const auto player = loaded(VemoraInterstitialAdPlayer::initWithAdPlayerDelegate(delegate_));
+  EXPECT_EQ(player->placementType(), "interstitial");
+  player->start();
+  settle();
+  const auto stage = std::dynamic_pointer_cast<FakeViewController>(modal->presentedViewController());
+  ASSERT_TRUE(stage);
+  EXPECT_TRUE(stage->traits().prefersStatusBarHidden);
+  EXPECT_TRUE(stage->fakeView()->isBlack());
+  EXPECT_EQ(view_->superview(), stage->view());
+  EXPECT_TRUE(view_->isUserInteractionEnabled());
+  ASSERT_EQ(stage->fakeView()->constraints().size(), 4u);
+  for (const auto& constraint : stage->fakeView()->constraints()) EXPECT_TRUE(constraint->toSafeArea);
+  frame();
+  EXPECT_EQ(view_->frame(), (Rect{0, 0, 400, 300}));
+  EXPECT_EQ(starts(), 0u) << "visible, but not yet presented";
+  stage->finishPresentation();
+  settle();
+  EXPECT_EQ(starts(), 1u);
+
+  page_->event("AdGroupEnd");
+  settle();
+  EXPECT_FALSE(modal->presentedViewController());
+  EXPECT_EQ(application().rootViewController()->presentedViewController(), modal) << "dismisses only itself";
+  EXPECT_EQ(delegate_->take(), Heard{"adGroupComplete 2"});
+  application().rootViewController()->dismissViewController(false);
+}
+
+TEST_F(PlacementTest, InterstitialWithoutAWindowNeverStarts) {
+  const auto player = loaded(VemoraInterstitialAdPlayer::initWithAdPlayerDelegate(delegate_));
+  const auto window = application().window();
+  application().setKeyWindow(nullptr);
+  player->start();
+  advance(2);
+  EXPECT_EQ(starts(), 0u);
+  application().setKeyWindow(window);
+}
+
+TEST_F(PlacementTest, AStartAgainDoesNotStackStages) {
+  const auto player = loaded(VemoraInterstitialAdPlayer::initWithAdPlayerDelegate(delegate_));
+  player->start();
+  frame();
+  player->start();
+  frame();
+  EXPECT_EQ(starts(), 2u);
+  player->shutdown();
+  settle();
+  EXPECT_FALSE(application().rootViewController()->presentedViewController())
+      << "no black screen stays behind";
+}
+
+TEST_F(PlacementTest, InterstitialGoesWithItsPlayer) {
+  auto player = loaded(VemoraInterstitialAdPlayer::initWithAdPlayerDelegate(delegate_));
+  player->start();
+  frame();
+  ASSERT_TRUE(application().rootViewController()->presentedViewController());
+  view_ = nullptr;
+  dispatch().detachNewThread([player = std::move(player)]() mutable { player = nullptr; });
+  settle();
+  EXPECT_FALSE(application().rootViewController()->presentedViewController());
+  EXPECT_FALSE(page_->view());
+}
+
+TEST_F(PlacementTest, NoStageStaysBehindWhenAStartCrossesTheShutdown) {
+  const auto player = loaded(VemoraInterstitialAdPlayer::initWithAdPlayerDelegate(delegate_));
+  // The session ends on a background thread; when that has queued the dismissal and goes on to end the
+  // session, the main thread overtakes it with the presentation.
+  std::atomic<bool> isShuttingDown{false}, mayGoOn{false};
+  system().setOnLog([&](std::string_view line) {
+    if (line != "VEMORA LOG: Monitor Heartbeat Suspend") return;
+    isShuttingDown = true;
+    while (!mayGoOn) std::this_thread::yield();
+  });
+  std::thread ending([&] { player->shutdown(); });
+  while (!isShuttingDown) std::this_thread::yield();
+  platform().fakeDispatch().runMain();
+  player->start();
+  while (!application().rootViewController()->presentedViewController()) platform().fakeDispatch().runMain();
+  mayGoOn = true;
+  ending.join();
+  settle();
+  EXPECT_FALSE(application().rootViewController()->presentedViewController());
+}
+
+}  // namespace
+}  // namespace vemora

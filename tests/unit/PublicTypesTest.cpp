@@ -1,0 +1,175 @@
+#include "Classes/DataModel/VMRConfig.h"
+#include "Classes/VemoraTypes_p.h"
+#include "Classes/impl/VMRCrypto.h"
+#include "Classes/impl/VMRUtilities.h"
+#include "CoreTest.h"
+
+#include <Vemora/InternalInconsistencyException.h>
+#include <Vemora/VemoraAdGroup.h>
+#include <Vemora/VemoraAdRequest.h>
+#include <Vemora/VemoraTypes.h>
+
+namespace vemora {
+namespace {
+
+class PublicTypesTest : public CoreTest {};
+
+// Settings and log.
+
+TEST_F(PublicTypesTest, KeepsTheApiKey) {
+  EXPECT_EQ(Vemora::apiKey(), std::nullopt);
+  Vemora::setAPIKey("publisher");
+  EXPECT_EQ(Vemora::apiKey(), "publisher");
+  Vemora::setAPIKey("");
+  EXPECT_EQ(Vemora::apiKey(), "");
+  Vemora::setAPIKey(std::nullopt);
+  EXPECT_EQ(Vemora::apiKey(), std::nullopt);
+}
+
+TEST_F(PublicTypesTest, LogsInDebugModeAndErrorsAlways) {
+  Vemora::debugMode(false);
+  EXPECT_FALSE(Vemora::debugMode());
+  Vemora::log("quiet");
+  Vemora::logError("loud");
+  Vemora::debugMode(true);
+  Vemora::log("heard");
+  EXPECT_EQ(system().lines(), (std::vector<testing::LogLine>{{LogLevel::Error, "VEMORA ERROR: loud"},
+                                                             {LogLevel::Default, "VEMORA LOG: heard"}}));
+}
+
+TEST_F(PublicTypesTest, KnowsItsVersion) {
+  EXPECT_EQ(Vemora::version(), "1.2.3");
+  platform().fakeBundle().library["CFBundleShortVersionString"] = "";
+  EXPECT_EQ(Vemora::version(), "1");
+  platform().fakeBundle().library.clear();
+  EXPECT_EQ(Vemora::version(), "1");
+  EXPECT_STREQ(reinterpret_cast<const char*>(VemoraVersionString), "@(#)PROGRAM:Vemora  PROJECT:Vemora-1\n");
+}
+
+// Requests.
+
+TEST_F(PublicTypesTest, TakesTheKeyThatIsThere) {
+  EXPECT_EQ(VemoraAdRequest::init()->apiKey(), "unkeyed-client");
+  EXPECT_EQ(VemoraAdRequest::initWithApiKey("")->apiKey(), "");
+  EXPECT_EQ(VemoraAdRequest::initPrivate()->apiKey(), std::nullopt);
+  Vemora::setAPIKey("");
+  EXPECT_EQ(VemoraAdRequest::init()->apiKey(), "");
+  Vemora::setAPIKey("publisher");
+  EXPECT_EQ(VemoraAdRequest::init()->apiKey(), "publisher");
+  EXPECT_EQ(VemoraAdRequest::initWithApiKey("own")->apiKey(), "own");
+}
+
+TEST_F(PublicTypesTest, RequestsKeepAndRemoveEntries) {
+  const auto request = VemoraAdRequest::init();
+  EXPECT_EQ(request->placementType(), "none");
+  EXPECT_EQ(request->channel(), std::nullopt);
+  EXPECT_TRUE(request->paramDict().empty() && request->customDict().empty() &&
+              request->playbackDict().empty());
+  request->setParam("a", 1);
+  request->setParam("a", JsonValue::array({"x", "y"}));
+  request->setParam("gone", "x");
+  request->setParam("gone", nullptr);
+  request->setParam("never", nullptr);
+  EXPECT_EQ(JsonValue(request->paramDict()), json(R"({"a":["x","y"]})"));
+  request->setCustom("c", json(R"({"d":1})"));
+  request->setPlaybackOption("muted", false);
+  EXPECT_EQ(JsonValue(request->customDict()).serialized(), R"({"c":{"d":1}})");
+  EXPECT_EQ(JsonValue(request->playbackDict()).serialized(), R"({"muted":false})");
+}
+
+// Events.
+
+TEST_F(PublicTypesTest, NamesEventsBothWays) {
+  const auto names = adEventArr();
+  ASSERT_EQ(names.size(), 26u);
+  for (std::ptrdiff_t value = 0; value < 26; ++value) {
+    const auto event = static_cast<VemoraAdEvent>(value);
+    EXPECT_EQ(VemoraAdEventFromNSString(NSStringFromVemoraAdEvent(event)), event);
+  }
+  EXPECT_EQ(NSStringFromVemoraAdEvent(static_cast<VemoraAdEvent>(9)), "AdVideoThirdQuartile");
+  EXPECT_EQ(VemoraAdEventFromNSString("ADSKIPPABLEstatechange"), 25);
+  EXPECT_EQ(VemoraAdEventFromNSString("AdStarted "), AdUnknown);
+  EXPECT_EQ(VemoraAdEventFromNSString(""), AdUnknown);
+  EXPECT_EQ(VemoraAdEventFromNSString(std::nullopt), AdUnknown);
+  for (const std::ptrdiff_t value : {26, -1, 1 << 30})
+    EXPECT_EQ(NSStringFromVemoraAdEvent(static_cast<VemoraAdEvent>(value)), "AdUnknown");
+}
+
+// Ads, groups, configuration.
+
+TEST_F(PublicTypesTest, GroupsSortTheirAdsByIndex) {
+  const auto group = VemoraAdGroup::initWithAdGroupDict(json(R"({"adgroup":{"ads":[
+      {"id":"c","index":2,"duration":30.5},{"id":"a","duration":"15 s"},{"id":"b","index":"1x"},{"id":"z","index":-1}]}})"));
+  std::string order;
+  for (const auto& ad : *group) order += *ad->id().asString();
+  EXPECT_EQ(order, "zabc");
+  EXPECT_EQ(group->totalDuration(), 45.5);
+  EXPECT_TRUE(VemoraAdGroup::initWithAdGroupDict(json(R"({"adgroup":{"ads":[]}})"))->ads().empty());
+  for (const char* text :
+       {"{}", R"({"adgroup":{}})", R"({"adgroup":{"ads":null}})", R"({"adgroup":[]})", "[]", "5"})
+    EXPECT_FALSE(VemoraAdGroup::initWithAdGroupDict(json(text))) << text;
+  EXPECT_THROW(VemoraAdGroup::init(), InternalInconsistencyException);
+}
+
+TEST_F(PublicTypesTest, AdsKeepWhatTheyAreSent) {
+  const auto ad = VemoraAd::initWithAdDictionary(json(
+      R"({"id":"a","index":3,"vpi":"mp4","title":7,"duration":15,"price":"1.5","url":null,"clickthru":["x"]})"));
+  EXPECT_EQ(ad->index(), JsonValue(3));
+  EXPECT_EQ(ad->vpi(), JsonValue("mp4"));
+  EXPECT_EQ(ad->title(), JsonValue(7));
+  EXPECT_EQ(ad->price(), JsonValue("1.5"));
+  EXPECT_TRUE(ad->url().isNull());
+  EXPECT_TRUE(ad->clickthru().isArray());
+  EXPECT_THROW(VemoraAd::init(), InternalInconsistencyException);
+}
+
+TEST_F(PublicTypesTest, AdsWithoutAnIdAreNumberedAcrossGroups) {
+  const auto number = [](const char* text) {
+    return VemoraAd::initWithAdDictionary(json(text))->id().integerValue();
+  };
+  const auto first = number("{}");
+  EXPECT_EQ(number(R"({"id":""})"), first + 1);
+  EXPECT_EQ(number(R"({"id":null})"), first + 2);
+  EXPECT_EQ(number("5"), first + 3) << "of an element that is no object, too";
+  const auto group = VemoraAdGroup::initWithAdGroupDict(json(R"({"adgroup":{"ads":[{},"x"]}})"));
+  EXPECT_EQ(group->ads()[1]->id(), JsonValue(std::to_string(first + 5)));
+  EXPECT_TRUE(group->ads()[1]->id().isIdenticalTo(json("\"" + std::to_string(first + 5) + "\"")))
+      << "an event finds it by identity";
+}
+
+TEST_F(PublicTypesTest, ConfigurationEnablesViewabilityByANumber) {
+  const auto enabled = [](const char* text) {
+    return VMRConfig::initWithConfigDict(json(text))->featureMOATEnabled();
+  };
+  for (const char* text :
+       {R"({"features":{"moat":1}})", R"({"features":{"moat":true}})", R"({"features":{"moat":0.5}})"})
+    EXPECT_TRUE(enabled(text)) << text;
+  for (const char* text : {R"({"features":{"moat":"1"}})", R"({"features":{"moat":0}})",
+                           R"({"features":{"moat":null}})", R"({"features":[]})", "{}", "null", "[]"})
+    EXPECT_FALSE(enabled(text)) << text;
+  EXPECT_EQ(VMRConfig::initWithConfigDict(json(R"({"moat_partner_code":"x"})"))->moatPartnerCode(), "x");
+  EXPECT_EQ(VMRConfig::initWithConfigDict(json(R"({"moat_partner_code":5})"))->moatPartnerCode(),
+            std::nullopt);
+}
+
+// Helpers.
+
+TEST_F(PublicTypesTest, FindsValuesByPath) {
+  const JsonValue root = json(R"({"ads":[1,2],"a":{"b":{"0":"x"}},"":{"a":5},"s":"text"})");
+  const auto at = [&](const char* path) { return VMRUtilities::jsonValueFrom(root, path); };
+  EXPECT_EQ(at("ads"), json("[1,2]"));
+  EXPECT_EQ(at("a/b/0"), JsonValue("x"));
+  EXPECT_EQ(at("/a"), JsonValue(5));
+  EXPECT_EQ(at(""), json(R"({"a":5})"));
+  for (const char* nowhere : {"ads/0", "s/b", "missing/b", "a/b/", "a//b", "a/b/0/x"})
+    EXPECT_TRUE(at(nowhere).isNull());
+  EXPECT_TRUE(VMRUtilities::jsonValueFrom(json("[{}]"), "0").isNull());
+}
+
+TEST_F(PublicTypesTest, DigestsTexts) {
+  EXPECT_EQ(VMRCrypto::sha1(""), "da39a3ee5e6b4b0d3255bfef95601890afd80709");
+  EXPECT_EQ(VMRCrypto::sha1("\xc3\xa9"), "bf15be717ac1b080b4f1c456692825891ff5073d");
+}
+
+}  // namespace
+}  // namespace vemora
