@@ -1,0 +1,208 @@
+#include "Classes/Runtime/VMRRuntime.h"
+#include "Classes/impl/VMRRpcTask.h"
+#include "Platform/Testing/TestingPlatform.h"
+#include "support/Messages.h"
+#include "support/Report.h"
+
+#include <Vemora/VemoraAdPlayerDelegate.h>
+#include <Vemora/VemoraInlineAdPlayer.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <memory>
+#include <string>
+#include <vector>
+
+// Whether a message costs the same however much else goes on. No web views: the page's part is played by the
+// testing backend, so that nothing but our own work is measured.
+
+namespace {
+
+using namespace vemora;
+using namespace vemora::bench;
+using vemora::testing::TestingPlatform;
+
+/// A channel that posts nowhere.
+class SilentRuntime final : public VMRRuntime {
+ public:
+  void postMessage(const std::shared_ptr<VMRRpc>&, ErrorHandler) override {}
+};
+
+class Listener final : public VMRRuntimeMessageHandler {
+ public:
+  bool onMessage(const std::shared_ptr<VMRRpc>& message) override {
+    return message && message->isKindOf("event");
+  }
+};
+
+std::shared_ptr<VMRRpcTask> newTask(const std::shared_ptr<VMRRuntime>& runtime) {
+  auto task = VMRRpcTask::initWithRuntime(runtime, VMRRpc::initWithMethod("control.play", nullptr),
+                                          VMRFuture::init());
+  runtime->registerObserver(task);
+  return task;
+}
+
+/// A channel with a player's two listeners and calls that await their replies.
+struct BusyChannel {
+  explicit BusyChannel(int outstanding) {
+    for (const auto& listener : listeners) runtime->registerObserver(listener);
+    for (int i = 0; i < outstanding; ++i) tasks.push_back(newTask(runtime));
+  }
+
+  std::shared_ptr<VMRRuntime> runtime = std::make_shared<SilentRuntime>();
+  std::vector<std::shared_ptr<Listener>> listeners = {std::make_shared<Listener>(),
+                                                      std::make_shared<Listener>()};
+  std::vector<std::shared_ptr<VMRRpcTask>> tasks;
+};
+
+constexpr int kBatch = 2000;
+
+double perMessage(const Usage& used) {
+  return used.cpu / kBatch * 1e9;
+}
+
+double costOfReplies(BusyChannel& channel) {
+  return perMessage(usageOf([&] {
+    for (int i = 0; i < kBatch; ++i) {
+      const auto task = newTask(channel.runtime);
+      channel.runtime->onMessage(task->message()->replyWith(JsonValue::object({{"ok", true}})));
+      if (!task->future()->isDone()) std::abort();
+    }
+  }));
+}
+
+double costOfEvents(BusyChannel& channel) {
+  const auto event = VMRRpc::messageWithString(eventMessage("film-1", 3.75));
+  return perMessage(usageOf([&] {
+    for (int i = 0; i < kBatch; ++i) channel.runtime->onMessage(event);
+  }));
+}
+
+void measureOutstandingCalls(Report& report) {
+  BusyChannel idle(0);
+  for (const int outstanding : {100, 10'000, 100'000}) {
+    BusyChannel busy(outstanding);
+    const std::string beside = ", " + std::to_string(outstanding) + " calls outstanding";
+    report.ratio(
+        "call and reply" + beside, "ns", "none outstanding",
+        takeTurns(
+            report.rounds(21), [&] { return costOfReplies(idle); }, [&] { return costOfReplies(busy); }),
+        1.5);
+    report.ratio(
+        "event" + beside, "ns", "none outstanding",
+        takeTurns(
+            report.rounds(21), [&] { return costOfEvents(idle); }, [&] { return costOfEvents(busy); }),
+        1.5);
+  }
+}
+
+/// Nanoseconds for each observer that is registered and released.
+double costOfObservers(int count) {
+  const auto runtime = std::make_shared<SilentRuntime>();
+  std::vector<std::shared_ptr<VMRRpcTask>> tasks;
+  for (int i = 0; i < count; ++i) {
+    tasks.push_back(
+        VMRRpcTask::initWithRuntime(runtime, VMRRpc::initWithMethod("control.play", nullptr), nullptr));
+  }
+  const Usage used = usageOf([&] {
+    for (const auto& task : tasks) runtime->registerObserver(task);
+    for (const auto& task : tasks) runtime->unregisterObserver(task.get());
+  });
+  return used.cpu / count * 1e9;
+}
+
+void measureObservers(Report& report) {
+  for (const int count : {10'000, 100'000}) {
+    report.ratio(
+        "registering and releasing one of " + std::to_string(count), "ns", "one of 1000",
+        takeTurns(
+            report.rounds(9), [] { return costOfObservers(1000); }, [&] { return costOfObservers(count); }),
+        2.5);
+  }
+}
+
+class CountingDelegate final : public VemoraAdPlayerDelegate {
+ public:
+  std::shared_ptr<VemoraAdRequest> requestForPlayer(const Player&) override {
+    return VemoraAdRequest::initPrivate();
+  }
+  void vemoraDidLoadAds(const Player&, const AdGroup& ads, const std::optional<VMRError>&) override {
+    if (ads && !ads->ads().empty()) ++loaded;
+  }
+  void vemoraAdTimeUpdate(const Player&, const Ad& ad, double) override {
+    if (ad) ++updates;
+  }
+
+  int loaded = 0;
+  int updates = 0;
+};
+
+/// Players on pages that answer every call with the same reply.
+class LoadedPlayers {
+ public:
+  explicit LoadedPlayers(int count) {
+    TestingPlatform& platform = TestingPlatform::current();
+    const auto reply = JsonValue::parse(getAdsReply())->operator[]("result");
+    for (int i = 0; i < count; ++i) {
+      players_.push_back(VemoraInlineAdPlayer::initWithAdPlayerDelegate(delegate_));
+      players_.back()->load();
+      const auto page = platform.fakeApplication().lastWebView();
+      page->onEvaluate = [weak = std::weak_ptr(page), reply](const std::string& script) {
+        const std::size_t begin = script.find("({") + 1;
+        const auto call = VMRRpc::messageWithString(script.substr(begin, script.rfind("})") + 1 - begin));
+        const auto page = weak.lock();
+        if (call && page) page->post("Vemora", call->replyWith(reply)->properties());
+        return std::nullopt;
+      };
+      page->finishNavigation();
+      pages_.push_back(page);
+    }
+    platform.fakeDispatch().settle();
+    if (delegate_->loaded != count) std::abort();
+  }
+  ~LoadedPlayers() {
+    for (const auto& player : players_) player->shutdown();
+    TestingPlatform::current().fakeDispatch().settle();
+  }
+
+  /// Every event runs on a fresh thread of the testing backend's, whose cost is part of the figure.
+  double costOfEvents() {
+    constexpr int kEvents = 1000;
+    const auto event = JsonValue::parse(eventMessage("film-1", 3.75)).value();
+    const int before = delegate_->updates;
+    const Usage used = usageOf([&] {
+      for (int i = 0; i < kEvents; ++i) {
+        pages_[static_cast<std::size_t>(i) % pages_.size()]->post("Vemora", event);
+        if (i % 100 == 99) TestingPlatform::current().fakeDispatch().settle();
+      }
+    });
+    if (delegate_->updates != before + kEvents) std::abort();
+    return used.cpu / kEvents * 1e6;
+  }
+
+ private:
+  std::shared_ptr<CountingDelegate> delegate_ = std::make_shared<CountingDelegate>();
+  std::vector<std::shared_ptr<VemoraInlineAdPlayer>> players_;
+  std::vector<std::shared_ptr<vemora::testing::FakeWebView>> pages_;
+};
+
+void measurePlayers(Report& report) {
+  TestingPlatform::current().reset();
+  LoadedPlayers one(1), ten(10), hundred(100);
+  const auto costOf = [](LoadedPlayers& players) { return [&players] { return players.costOfEvents(); }; };
+  report.ratio("event from page to delegate, 10 players", "us", "one player",
+               takeTurns(report.rounds(9), costOf(one), costOf(ten)), 1.25);
+  report.ratio("event from page to delegate, 100 players", "us", "one player",
+               takeTurns(report.rounds(9), costOf(one), costOf(hundred)), 1.25);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  Report report("scale, CPU time", argc, argv);
+  TestingPlatform::current();
+  measureOutstandingCalls(report);
+  measureObservers(report);
+  measurePlayers(report);
+  return report.finish();
+}
