@@ -131,9 +131,9 @@ TEST_F(WebViewTest, TellsFailuresBeforeContentFromLaterOnes) {
   application().keyWindow()->addSubview(page->view);
   // A port that nobody listens on any more, and one that web pages may not use.
   const std::string closed = LoopbackServer().url("/");
-  for (const std::string address : {closed, std::string("http://127.0.0.1:1/"), std::string(),
-                                    std::string("no address"), std::string("vemora-unknown://host/"),
-                                    std::string("file:///nonexistent"), std::string("http://\xff/")}) {
+  for (const std::string& address : {closed, std::string("http://127.0.0.1:1/"), std::string(),
+                                     std::string("no address"), std::string("vemora-unknown://host/"),
+                                     std::string("file:///nonexistent"), std::string("http://\xff/")}) {
     page->load(address);
     EXPECT_EQ(page->outcome(), "provisional") << address;
     EXPECT_FALSE(page->lastError->description.empty());
