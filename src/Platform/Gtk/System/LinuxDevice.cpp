@@ -1,7 +1,10 @@
 #include "Platform/Gtk/GtkPorts.h"
+#include "Platform/Gtk/Services/NetworkFacts.h"
 #include "Platform/Gtk/System/AdvertisingChoice.h"
 #include "Platform/Gtk/System/InfoDictionary.h"
 #include "Platform/Gtk/System/MachineInfo.h"
+
+#include <netinet/in.h>
 
 namespace vemora::gtk {
 
@@ -31,7 +34,21 @@ class LinuxDevice final : public Device {
   /// have.
   bool hasTelephonyNetworkInfo() override { return true; }
 
-  std::optional<int> statusBarDataNetworkType() override { return machine_.dataNetworkType(); }
+  std::optional<int> statusBarDataNetworkType() override {
+    sockaddr_in internet{};
+    internet.sin_family = AF_INET;
+    const NetworkFacts facts =
+        factsForAddress(reinterpret_cast<const sockaddr&>(internet), G_NETWORK_CONNECTIVITY_FULL);
+    if (!facts.routed) return std::nullopt;
+    switch (facts.kind) {
+      case InterfaceKind::WiFi:
+        return 5;
+      case InterfaceKind::WWAN:
+        return 3;  // The kernel does not know a mobile network's generation.
+      default:
+        return std::nullopt;
+    }
+  }
 
  private:
   const MachineInfo machine_;

@@ -11,7 +11,6 @@
 #include <array>
 #include <memory>
 #include <sstream>
-#include <vector>
 
 namespace vemora::gtk {
 
@@ -133,35 +132,6 @@ UserInterfaceIdiom MachineInfo::userInterfaceIdiom() const {
   return UserInterfaceIdiom::Unspecified;
 }
 
-std::optional<std::string> MachineInfo::defaultRouteInterface() const {
-  // The columns of /proc/net/route: interface, destination, gateway, flags, ...; of ipv6_route: destination,
-  // its length, ..., flags and interface last.
-  std::istringstream routes(readFile(root_ + "/proc/net/route").value_or(""));
-  for (std::string entry; std::getline(routes, entry);) {
-    std::istringstream columns(entry);
-    std::string interface, destination;
-    if (columns >> interface >> destination && destination == "00000000") return interface;
-  }
-  std::istringstream routes6(readFile(root_ + "/proc/net/ipv6_route").value_or(""));
-  for (std::string entry; std::getline(routes6, entry);) {
-    std::istringstream columns(entry);
-    std::vector<std::string> fields;
-    for (std::string field; columns >> field;) fields.push_back(field);
-    const bool isDefault = fields.size() == 10 && fields[1] == "00" && fields[0] == std::string(32, '0');
-    if (isDefault && fields[9] != "lo") return fields[9];
-  }
-  return std::nullopt;
-}
-
-std::optional<int> MachineInfo::dataNetworkType() const {
-  const std::optional<std::string> interface = defaultRouteInterface();
-  if (!interface) return std::nullopt;
-  const std::string folder = "/sys/class/net/" + *interface;
-  if (exists(folder + "/wireless") || exists(folder + "/phy80211")) return 5;
-  if (assignment(folder + "/uevent", "DEVTYPE") == "wwan") return 3;
-  return std::nullopt;
-}
-
 std::optional<std::string> MachineInfo::machineId() const {
   for (const char* path : {"/etc/machine-id", "/var/lib/dbus/machine-id"}) {
     const std::optional<std::string> text = line(path);
@@ -203,8 +173,10 @@ std::optional<std::string> vendorOfApplication(std::string_view applicationId) {
   const std::size_t lastDot = name.rfind('.');
   if (lastDot == std::string_view::npos) return std::string(name);
   const std::string_view prefix = name.substr(0, lastDot);
-  // The list of public suffixes knows under which names vendors register.
-  const char* domain = soup_tld_get_base_domain(dottedBackwards(prefix).c_str(), nullptr);
+  // The list of public suffixes knows under which names vendors register. The answer is a part of the
+  // question.
+  const std::string host = dottedBackwards(prefix);
+  const char* domain = soup_tld_get_base_domain(host.c_str(), nullptr);
   return domain ? dottedBackwards(domain) : std::string(prefix);
 }
 

@@ -19,9 +19,6 @@ class MachineInfo {
   std::string systemName() const;
   std::optional<std::string> systemVersion() const;
   UserInterfaceIdiom userInterfaceIdiom() const;
-  /// As the status bar would show it: 5 for Wi-Fi and 3 for mobile networks, whose generation the kernel does
-  /// not know.
-  std::optional<int> dataNetworkType() const;
 
   /// A UUID that stands for this machine towards one vendor: nobody can tell the machine's own id from it,
   /// nor match it with another vendor's. Absent when the machine has no id yet.
@@ -34,7 +31,6 @@ class MachineInfo {
   std::optional<std::string> osRelease(std::string_view variable) const;
   std::optional<std::string> machineId() const;
   std::string chassis() const;
-  std::optional<std::string> defaultRouteInterface() const;
   bool exists(std::string_view path) const;
 
   const std::string root_;

@@ -1,11 +1,12 @@
 #include "Platform/Gtk/System/NetworkThread.h"
 
+#include "Platform/Gtk/Services/ContextThread.h"
+
 #include <pthread.h>
 #include <unistd.h>
 
 #include <chrono>
 #include <cstdlib>
-#include <memory>
 #include <utility>
 
 namespace vemora::gtk {
@@ -13,15 +14,6 @@ namespace vemora::gtk {
 namespace {
 
 constexpr std::chrono::seconds kStopLimit{1};
-
-gboolean runWork(gpointer work) {
-  (*static_cast<NetworkThread::Work*>(work))();
-  return G_SOURCE_REMOVE;
-}
-
-void deleteWork(gpointer work) {
-  delete static_cast<NetworkThread::Work*>(work);
-}
 
 }  // namespace
 
@@ -37,11 +29,7 @@ NetworkThread::NetworkThread()
 }
 
 void NetworkThread::post(Work work) {
-  GSource* source = g_idle_source_new();
-  g_source_set_priority(source, G_PRIORITY_DEFAULT);
-  g_source_set_callback(source, runWork, new Work(std::move(work)), deleteWork);
-  g_source_attach(source, context_);
-  g_source_unref(source);
+  runOnContext(context_, std::move(work));
 }
 
 void NetworkThread::run() {

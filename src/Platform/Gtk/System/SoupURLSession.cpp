@@ -2,6 +2,7 @@
 
 #include "Platform/Gtk/GObjectPtr.h"
 #include "Platform/Gtk/System/NetworkThread.h"
+#include "Platform/Gtk/UI/GErrorConversion.h"
 #include "Platform/Gtk/UI/TrustedCertificates.h"
 
 #include <libsoup/soup.h>
@@ -17,17 +18,9 @@ namespace {
 using OwnedError = std::unique_ptr<GError, GFree<g_error_free>>;
 using OwnedUri = std::unique_ptr<GUri, GFree<g_uri_unref>>;
 
-VMRError errorFrom(const GError& error) {
-  VMRError result;
-  result.domain = g_quark_to_string(error.domain);
-  result.code = error.code;
-  result.description = error.message;
-  return result;
-}
-
 VMRError ioError(GIOErrorEnum code, const char* description) {
   const OwnedError error(g_error_new_literal(G_IO_ERROR, code, description));
-  return errorFrom(*error);
+  return errorFromGError(*error);
 }
 
 /// What HTTP allows as a method or a field's name.
@@ -140,7 +133,7 @@ void Download::start(std::unique_ptr<Download> self, Done done) {
 }
 
 void Download::armTimeout() {
-  timeout_.reset(g_timeout_source_new_seconds(core_->limits.totalSeconds));
+  timeout_.reset(g_timeout_source_new(static_cast<guint>(core_->limits.total.count())));
   g_source_set_callback(timeout_.get(), onTimeout, this, nullptr);
   g_source_attach(timeout_.get(), g_main_context_get_thread_default());
 }
@@ -158,7 +151,8 @@ void Download::onAnswer(GObject* session, GAsyncResult* result, gpointer data) {
   if (self->body_) return readBody(std::move(self));
   const OwnedError owned(error);
   const bool timedOut = g_cancellable_is_cancelled(self->cancellable_.get());
-  self->complete(timedOut ? ioError(G_IO_ERROR_TIMED_OUT, "The request timed out.") : errorFrom(*owned));
+  self->complete(timedOut ? ioError(G_IO_ERROR_TIMED_OUT, "The request timed out.")
+                          : errorFromGError(*owned));
 }
 
 void Download::readBody(std::unique_ptr<Download> self) {
@@ -179,7 +173,7 @@ void Download::onBodyRead(GObject* body, GAsyncResult* result, gpointer data) {
     g_cancellable_cancel(self->cancellable_.get());
   }
   const bool letGo = g_cancellable_is_cancelled(self->cancellable_.get());
-  self->complete(owned && !letGo ? std::optional(errorFrom(*owned)) : std::nullopt);
+  self->complete(owned && !letGo ? std::optional(errorFromGError(*owned)) : std::nullopt);
 }
 
 void Download::complete(const std::optional<VMRError>& error) {

@@ -2,6 +2,7 @@
 
 #include "Platform/Ports/URLSession.h"
 
+#include <chrono>
 #include <cstddef>
 #include <memory>
 
@@ -11,7 +12,7 @@ namespace vemora::gtk {
 /// read.
 struct URLSessionLimits {
   unsigned int idleSeconds = 60;  ///< Without a byte from the server.
-  unsigned int totalSeconds = 300;
+  std::chrono::milliseconds total = std::chrono::minutes(5);
   std::size_t bodyBytes = std::size_t{1} << 20;
 };
 

@@ -1,0 +1,32 @@
+#include "TemporaryFolder.h"
+#include "URLSessionEnd.h"
+
+#include <glib.h>
+#include <gtest/gtest.h>
+
+#include <string>
+
+namespace {
+
+/// Folders of its own, one language, no proxy, and no warning of GLib's about our calls overlooked.
+void pinEnvironment(const std::string& home) {
+  for (const char* variable : {"LC_ALL", "LC_MESSAGES", "LANGUAGE"}) g_unsetenv(variable);
+  for (const char* variable : {"HOME", "XDG_CONFIG_HOME", "XDG_CACHE_HOME", "XDG_DATA_HOME"}) {
+    g_setenv(variable, home.c_str(), TRUE);
+  }
+  g_setenv("LANG", "pt_BR.UTF-8", TRUE);
+  g_setenv("no_proxy", "*", TRUE);
+  g_log_set_always_fatal(static_cast<GLogLevelFlags>(G_LOG_FATAL_MASK | G_LOG_LEVEL_CRITICAL));
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  static const vemora::test::TemporaryFolder home;
+  pinEnvironment(home.path());
+  if (argc == 4 && std::string(argv[1]) == "--end-process") {
+    vemora::gtk::endProcessWithDownloads(argv[2], argv[3]);
+  }
+  testing::InitGoogleTest(&argc, argv);
+  return RUN_ALL_TESTS();
+}

@@ -1,0 +1,235 @@
+#include "Platform/Gtk/System/KeyFileUserDefaults.h"
+#include "TemporaryFolder.h"
+
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cstdint>
+#include <functional>
+#include <limits>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace vemora::gtk {
+
+namespace {
+
+constexpr char kFile[] = "/vemora/org.example.App.ini";
+
+class UserDefaultsTest : public testing::Test {
+ protected:
+  KeyFileUserDefaults open() {
+    return KeyFileUserDefaults(
+        path(), [this](double, std::function<void()> work) { scheduled_.push_back(std::move(work)); });
+  }
+  std::string path() const { return folder_.path(kFile); }
+
+  test::TemporaryFolder folder_;
+  std::vector<std::function<void()>> scheduled_;
+};
+
+TEST_F(UserDefaultsTest, KeepsValuesAndTheirTypes) {
+  const std::vector<std::pair<std::string, JsonValue>> values = {
+      {"plain", "text"},
+      {"empty", ""},
+      {"blanks", "  two before, two after  "},
+      {"lines", "a\nb\r\n\tc\\d;e=f#[g]"},
+      {"umlaut=[de] \xC3\xBC", "\xC3\xBC\xE2\x82\xAC"},
+      {"#comment", std::string_view("zero\0inside", 11)},
+      {"%41", "an escape is no escape"},
+      {"digits", "42"},
+      {"smallest", std::numeric_limits<std::int64_t>::min()},
+      {"largest", std::numeric_limits<std::uint64_t>::max()},
+      {"tenth", 0.1},
+      {"five", 5.0},
+      {"infinite", -std::numeric_limits<double>::infinity()},
+      {"yes", true},
+      {"list", std::vector<JsonValue>{"a", 1, nullptr}},
+      {"object", JsonDictionary{{"key", std::vector<JsonValue>{2.5}}}},
+  };
+  {
+    KeyFileUserDefaults defaults = open();
+    for (const auto& [key, value] : values) {
+      defaults.setObject(value, key);
+      EXPECT_EQ(defaults.objectForKey(key), value) << key;
+    }
+    EXPECT_TRUE(defaults.synchronize());
+  }
+  KeyFileUserDefaults defaults = open();
+  for (const auto& [key, value] : values) {
+    EXPECT_EQ(defaults.objectForKey(key), value) << key;
+    EXPECT_EQ(defaults.objectForKey(key).type(), value.type()) << key;
+  }
+  EXPECT_TRUE(defaults.objectForKey("absent").isNull());
+}
+
+TEST_F(UserDefaultsTest, GivesNumbersAsText) {
+  KeyFileUserDefaults defaults = open();
+  defaults.setObject(1, "number");
+  defaults.setObject(2.5, "real");
+  defaults.setObject("consent", "text");
+  defaults.setObject(std::vector<JsonValue>{1}, "list");
+  EXPECT_EQ(defaults.stringForKey("number"), "1");
+  EXPECT_EQ(defaults.stringForKey("real"), "2.5");
+  EXPECT_EQ(defaults.stringForKey("text"), "consent");
+  EXPECT_EQ(defaults.stringForKey("list"), std::nullopt);
+  EXPECT_EQ(defaults.stringForKey("absent"), std::nullopt);
+  EXPECT_TRUE(defaults.synchronize());
+  EXPECT_EQ(open().stringForKey("number"), "1");
+}
+
+TEST_F(UserDefaultsTest, SavesByItself) {
+  KeyFileUserDefaults defaults = open();
+  defaults.setObject("a", "first");
+  defaults.setObject("b", "second");
+  ASSERT_EQ(scheduled_.size(), 1u);
+  scheduled_.front()();
+  EXPECT_EQ(open().stringForKey("first"), "a");
+  EXPECT_EQ(open().stringForKey("second"), "b");
+  defaults.setObject("c", "third");
+  EXPECT_EQ(scheduled_.size(), 2u);
+}
+
+TEST_F(UserDefaultsTest, ReadsWhatAnotherProgramWrites) {
+  KeyFileUserDefaults defaults = open();
+  EXPECT_EQ(defaults.stringForKey("IABConsent_SubjectToGDPR"), std::nullopt);
+  folder_.write(kFile, "# By hand\n[Defaults]\nIABConsent_SubjectToGDPR=1\n\n[Other]\nx=y\n");
+  EXPECT_EQ(defaults.stringForKey("IABConsent_SubjectToGDPR"), "1");
+  // Of the same size, within the same tick of the clock.
+  folder_.write(kFile, "# By hand\n[Defaults]\nIABConsent_SubjectToGDPR=0\n\n[Other]\nx=y\n");
+  EXPECT_EQ(defaults.stringForKey("IABConsent_SubjectToGDPR"), "0");
+
+  defaults.setObject("mine", "own");
+  EXPECT_TRUE(defaults.synchronize());
+  const std::string text = folder_.read(kFile);
+  EXPECT_NE(text.find("# By hand\n"), std::string::npos);
+  EXPECT_NE(text.find("[Other]\nx=y\n"), std::string::npos);
+  EXPECT_EQ(defaults.stringForKey("IABConsent_SubjectToGDPR"), "0");
+}
+
+TEST_F(UserDefaultsTest, RemovesKeys) {
+  KeyFileUserDefaults defaults = open();
+  defaults.setObject(1, "gone");
+  EXPECT_TRUE(defaults.synchronize());
+  defaults.removeObjectForKey("gone");
+  EXPECT_TRUE(defaults.objectForKey("gone").isNull());
+  EXPECT_TRUE(defaults.synchronize());
+  EXPECT_TRUE(open().objectForKey("gone").isNull());
+  EXPECT_EQ(folder_.read(kFile).find("gone"), std::string::npos);
+}
+
+TEST_F(UserDefaultsTest, LaysUnsavedValuesOverThoseOfOthers) {
+  KeyFileUserDefaults ours = open();
+  KeyFileUserDefaults theirs = open();
+  ours.setObject("ours", "shared");
+  ours.setObject("ours", "a");
+  theirs.setObject("theirs", "shared");
+  theirs.setObject("theirs", "b");
+  EXPECT_TRUE(theirs.synchronize());
+  EXPECT_EQ(ours.stringForKey("shared"), "ours");
+  EXPECT_EQ(ours.stringForKey("b"), "theirs");
+  EXPECT_TRUE(ours.synchronize());
+  EXPECT_EQ(theirs.stringForKey("shared"), "ours");
+  EXPECT_EQ(theirs.stringForKey("a"), "ours");
+  EXPECT_EQ(theirs.stringForKey("b"), "theirs");
+}
+
+TEST_F(UserDefaultsTest, KeepsACorruptFileAside) {
+  const std::string corrupt = "vemora.app.guid=without a group\n\xFF";
+  folder_.write(kFile, corrupt);
+  KeyFileUserDefaults defaults = open();
+  EXPECT_TRUE(defaults.objectForKey("vemora.app.guid").isNull());
+  EXPECT_EQ(folder_.read(kFile), corrupt);
+  defaults.setObject("new", "vemora.app.guid");
+  EXPECT_TRUE(defaults.synchronize());
+  EXPECT_EQ(open().stringForKey("vemora.app.guid"), "new");
+  EXPECT_EQ(folder_.read(std::string(kFile) + ".corrupt"), corrupt);
+}
+
+TEST_F(UserDefaultsTest, HoldsInMemoryWhatCannotBeWritten) {
+  folder_.write("/vemora", "a file where the folder should be");
+  KeyFileUserDefaults defaults = open();
+  defaults.setObject("value", "key");
+  EXPECT_FALSE(defaults.synchronize());
+  EXPECT_EQ(defaults.stringForKey("key"), "value");
+  std::filesystem::remove(folder_.path("/vemora"));
+  EXPECT_TRUE(defaults.synchronize());
+  EXPECT_EQ(open().stringForKey("key"), "value");
+}
+
+TEST_F(UserDefaultsTest, HoldsInMemoryWhatHasNoText) {
+  KeyFileUserDefaults defaults = open();
+  defaults.setObject("\xFF", "bytes");
+  defaults.setObject("fine", "text");
+  EXPECT_FALSE(defaults.synchronize());
+  EXPECT_EQ(defaults.stringForKey("bytes"), "\xFF");
+  EXPECT_EQ(open().stringForKey("text"), "fine");
+}
+
+/// Runs `work` in a process of its own.
+pid_t startProcess(const std::function<void()>& work) {
+  const pid_t child = fork();
+  if (child == 0) {
+    work();
+    _exit(0);
+  }
+  return child;
+}
+
+TEST_F(UserDefaultsTest, LosesNothingWhenProcessesWriteTogether) {
+  constexpr int kProcesses = 3;
+  constexpr int kKeys = 15;
+  std::vector<pid_t> children;
+  for (int process = 0; process < kProcesses; ++process) {
+    children.push_back(startProcess([&] {
+      KeyFileUserDefaults defaults = open();
+      for (int key = 0; key < kKeys; ++key) {
+        defaults.setObject(key, std::to_string(process) + "." + std::to_string(key));
+        if (!defaults.synchronize()) _exit(1);
+      }
+    }));
+  }
+  for (const pid_t child : children) {
+    int status = -1;
+    ASSERT_EQ(waitpid(child, &status, 0), child);
+    EXPECT_EQ(status, 0);
+  }
+  KeyFileUserDefaults defaults = open();
+  for (int process = 0; process < kProcesses; ++process) {
+    for (int key = 0; key < kKeys; ++key) {
+      EXPECT_EQ(defaults.objectForKey(std::to_string(process) + "." + std::to_string(key)), JsonValue(key));
+    }
+  }
+}
+
+TEST_F(UserDefaultsTest, SurvivesACrashInAnyWrite) {
+  const std::string text(100'000, 'x');
+  for (int round = 0; round < 25; ++round) {
+    std::filesystem::remove_all(folder_.path("/vemora"));
+    const pid_t child = startProcess([&] {
+      KeyFileUserDefaults defaults = open();
+      for (int write = 0;; ++write) {
+        defaults.setObject(text + std::to_string(write), "vemora.app.guid");
+        defaults.synchronize();
+      }
+    });
+    usleep(static_cast<useconds_t>(round * 300));
+    kill(child, SIGKILL);
+    waitpid(child, nullptr, 0);
+
+    KeyFileUserDefaults defaults = open();
+    const std::optional<std::string> found = defaults.stringForKey("vemora.app.guid");
+    EXPECT_TRUE(!found || found->starts_with(text)) << round;
+    defaults.setObject("next", "other");
+    EXPECT_TRUE(defaults.synchronize());
+    EXPECT_EQ(defaults.stringForKey("vemora.app.guid"), found);
+    EXPECT_FALSE(std::filesystem::exists(path() + ".corrupt"));
+  }
+}
+
+}  // namespace
+
+}  // namespace vemora::gtk
