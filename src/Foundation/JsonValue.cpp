@@ -424,7 +424,8 @@ bool JsonValue::isIdenticalTo(const JsonValue& other) const noexcept {
 
 bool JsonValue::operator==(const JsonValue& other) const {
   if (isNumber() && other.isNumber()) {
-    if ((type_ == Type::Boolean) != (other.type_ == Type::Boolean)) return false;
+    if (type_ == Type::Boolean || other.type_ == Type::Boolean)
+      return type_ == other.type_ && payload_.boolean == other.payload_.boolean;
     if (type_ == Type::Double || other.type_ == Type::Double) return doubleValue() == other.doubleValue();
     const bool bothNegative = integerValue() < 0 && other.integerValue() < 0;
     const bool bothNatural = integerValue() >= 0 && other.integerValue() >= 0;

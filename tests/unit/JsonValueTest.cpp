@@ -4,7 +4,9 @@
 
 #include <cmath>
 #include <cstring>
+#include <new>
 #include <random>
+#include <thread>
 
 namespace vemora {
 namespace {
@@ -99,6 +101,12 @@ TEST(JsonValue, TakesBooleansForNumbersButNotForOneInComparison) {
   EXPECT_EQ(JsonValue(true).integerValue(), 1);
   EXPECT_EQ(JsonValue(true).serialized(), "true");
   EXPECT_NE(JsonValue(true), JsonValue(1));
+  // Made where other values stood before: what a boolean leaves of its room must not count.
+  alignas(JsonValue) unsigned char room[sizeof(JsonValue)];
+  std::memset(room, 0xA5, sizeof room);
+  const auto* boolean = new (room) JsonValue(true);
+  EXPECT_EQ(*boolean, JsonValue(true));
+  EXPECT_NE(*boolean, JsonValue(false));
   EXPECT_EQ(JsonValue(1.0), JsonValue(1u));
   EXPECT_NE(JsonValue(-1), JsonValue(18446744073709551615u));
 }
@@ -107,6 +115,40 @@ TEST(JsonValue, RefusesToWriteWhatJsonCannotCarry) {
   EXPECT_FALSE(JsonValue(std::nan("")).serialized());
   EXPECT_FALSE(JsonValue(std::string("\xc3")).serialized());
   EXPECT_EQ(JsonValue(std::string("a\0b", 3)).serialized(), "\"a\\u0000b\"");
+}
+
+TEST(JsonValue, InternsOnManyThreadsAtOnce) {
+  // Few texts, short lives and many threads: strings die in one thread while another asks for them.
+  const auto text = [](int i) { return "shared text number " + std::to_string(i % 7); };
+  std::vector<std::thread> threads;
+  for (int seed = 0; seed < 4; ++seed) {
+    threads.emplace_back([&text, seed] {
+      for (int i = 0; i < 20000; ++i) {
+        const JsonValue first = JsonValue::internedString(text(i + seed));
+        const JsonValue copy = first;
+        const JsonValue second = JsonValue::internedString(text(i + seed));
+        ASSERT_TRUE(first.isIdenticalTo(second));
+        ASSERT_EQ(copy.asString(), text(i + seed));
+      }
+    });
+  }
+  for (auto& thread : threads) thread.join();
+
+  // Growing tables, and values that cross threads.
+  const JsonValue kept = JsonValue::internedString("kept");
+  threads.clear();
+  for (int part = 0; part < 4; ++part) {
+    threads.emplace_back([&kept, part] {
+      std::vector<JsonValue> held;
+      for (int i = 0; i < 5000; ++i)
+        held.push_back(JsonValue::internedString(std::to_string(i + part * 2500)));
+      for (int i = 0; i < 5000; ++i)
+        ASSERT_TRUE(held[static_cast<std::size_t>(i)].isIdenticalTo(
+            JsonValue::internedString(std::to_string(i + part * 2500))));
+      ASSERT_TRUE(kept.isIdenticalTo(JsonValue::internedString("kept")));
+    });
+  }
+  for (auto& thread : threads) thread.join();
 }
 
 }  // namespace
