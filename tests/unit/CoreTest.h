@@ -10,6 +10,9 @@
 #include <functional>
 #include <map>
 #include <memory>
+#include <optional>
+#include <ostream>
+#include <stdexcept>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -21,6 +24,11 @@ inline JsonValue json(std::string_view text) {
   const auto value = JsonValue::parse(text);
   if (!value) throw std::invalid_argument("bad JSON in a test: " + std::string(text));
   return *value;
+}
+
+/// How a failed expectation shows a value.
+inline void PrintTo(const JsonValue& value, std::ostream* stream) {
+  *stream << value.serialized().value_or("unprintable");
 }
 
 /// Fresh fakes and time 0 for each test, debug log on. After the test, everything must be gone: a view that

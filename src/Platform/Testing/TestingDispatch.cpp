@@ -182,6 +182,23 @@ std::optional<TestingDispatch::Timer> TestingDispatch::takeDueTimer() {
   return timer;
 }
 
+/// Lets go of cancelled blocks that are due, all of them on one background thread: there may be thousands.
+bool TestingDispatch::dropDueCancelled() {
+  std::vector<std::shared_ptr<DispatchBlock>> dropped;
+  {
+    MutexLock lock(mutex_);
+    const auto end = timers_.upper_bound(now_);
+    for (auto timer = timers_.begin(); timer != end;) {
+      const bool cancelled = timer->second.block->isCancelled();
+      if (cancelled) dropped.push_back(std::move(timer->second.block));
+      timer = cancelled ? timers_.erase(timer) : std::next(timer);
+    }
+  }
+  if (dropped.empty()) return false;
+  detachNewThread([dropped = std::move(dropped)] {});
+  return true;
+}
+
 void TestingDispatch::fire(Timer timer) {
   auto run = [block = std::move(timer.block)] { block->run(); };
   timer.onMain ? mainAsync(std::move(run)) : globalAsync(std::move(run));
@@ -191,6 +208,7 @@ void TestingDispatch::advance(double seconds) {
   const double limit = now() + seconds;
   for (;;) {
     settle();
+    if (dropDueCancelled()) continue;
     if (auto timer = takeDueTimer()) {
       fire(*std::move(timer));
       continue;

@@ -64,6 +64,7 @@ class TestingDispatch final : public Dispatch {
   std::uint64_t awaitRound();
   std::optional<double> nextMoment(double limit) const;
   std::optional<Timer> takeDueTimer();
+  bool dropDueCancelled();
   void fire(Timer timer);
   void threadEnded();
   void joinEnded();
