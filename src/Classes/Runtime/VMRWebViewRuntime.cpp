@@ -88,7 +88,8 @@ void VMRWebViewRuntime::build() {
 VMRWebViewRuntime::~VMRWebViewRuntime() {
   auto webView = _webView.exchange(nullptr);
   if (!webView) return;
-  const auto end = [observer = this](WebView& view) { stopObserving(view, observer); };
+  const KeyValueObserver* address = this;  // Only compared: the rest has gone by then.
+  const auto end = [address](WebView& view) { stopObserving(view, address); };
   if (dispatch().isMainThread()) {
     end(*webView);
   } else {
