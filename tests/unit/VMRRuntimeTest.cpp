@@ -75,6 +75,9 @@ std::shared_ptr<VMRRpc> replyIn(const VMRFuture& future) {
 
 class VMRRuntimeTest : public CoreTest {
  protected:
+  // The handlers hold the tasks, and those the runtime that keeps the handlers.
+  ~VMRRuntimeTest() override { runtime_->letGoOfHandlers(); }
+
   std::shared_ptr<VMRFuture> exec(const std::shared_ptr<VMRRpc>& message) {
     auto future = runtime_->exec(message);
     settle();

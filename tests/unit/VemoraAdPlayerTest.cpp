@@ -3,8 +3,9 @@
 #include "PlayerTest.h"
 
 #include <Vemora/VemoraAdPlayer.h>
-#include <Vemora/VemoraInterstitialAdPlayer.h>
-#include <Vemora/VemoraResizableAdPlayer.h>
+
+#include <atomic>
+#include <thread>
 
 namespace vemora {
 namespace {
@@ -595,6 +596,41 @@ TEST_F(VemoraAdPlayerTest, MayLoseItsRuntimeOrContextMeanwhile) {
   }();
   EXPECT_FALSE(dumper->context());
   EXPECT_EQ(dumper->vastDictionary(*delegate_->request), JsonValue::object({}));
+}
+
+TEST_F(VemoraAdPlayerTest, SurvivesEverythingAtOnce) {
+  load();
+  std::vector<std::thread> hosts;
+  for (int i = 0; i < 3; ++i) {
+    hosts.emplace_back([&, i] {
+      for (int round = 0; round < 8; ++round) {
+        player_->pause();
+        player_->resume();
+        player_->setSize(0.5F);
+        player_->adGroup();
+        player_->request();
+        player_->setDelegate(delegate_);
+        inner(*player_)._heartbeatCheck(nullptr);
+        if (i == 0 && round % 4 == 3) player_->shutdown();
+      }
+    });
+  }
+  for (int round = 0; round < 4; ++round) {
+    page_->event("AdTimeChange", "a", "1");
+    page_->ping();
+    page_->post(R"({"method":"window","params":{"event":"open","url":"https://example.com/"}})");
+    application().resignActive();
+    application().becomeActive();
+    platform().fakeDispatch().runMain();
+    platform().fakeAudio().changeRoute(2);
+    if (round == 2) player_->load();
+  }
+  for (auto& host : hosts) host.join();
+  settle();
+  player_->shutdown();
+  advance(30);
+  player_ = nullptr;
+  EXPECT_FALSE(application().lastWebView());
 }
 
 TEST_F(VemoraAdPlayerTest, EventsInTheirHundredsReachTheDelegateAllTheSame) {
