@@ -2,11 +2,15 @@
 
 #include "../common/GLibHandles.h"
 #include "FileLookup.h"
+#include "check/ConformanceCheck.h"
 
+#include <algorithm>
 #include <charconv>
 #include <iostream>
+#include <span>
 #include <string_view>
 #include <system_error>
+#include <utility>
 
 namespace vemora {
 namespace {
@@ -23,7 +27,12 @@ constexpr const char* kDescription =
     "Paths: /mobile/sdk/v4/native/VMRWebViewRuntime.html, /ads.json, /config.json, /media/...,\n"
     "/beacon/... (counted), /beacons (lists them); anything else comes from --root.\n"
     "In the ad list, the configuration and every .json and .xml file, {{origin}} becomes the server's "
-    "origin.\n";
+    "origin.\n\n"
+    "With --check [PAGE_URL] it drives a controller page through sessions as a host app does, and\n"
+    "tells which rules of the controller protocol hold; without an address, those of the page that\n"
+    "it would serve. It needs a display; without one:\n"
+    "  dbus-run-session xvfb-run -a vemora-serve --check\n"
+    "It exits with 0 when all rules hold, with 1 when not or when the page cannot be checked.\n";
 
 /// The values that the option parser fills in.
 struct Values {
@@ -31,6 +40,12 @@ struct Values {
   int exitWithParent = FALSE;
   int listBeacons = FALSE;
   int verbose = FALSE;
+  int check = FALSE;
+  int json = FALSE;
+  char** sessions = nullptr;
+  char* authority = nullptr;
+  char* request = nullptr;
+  char* timeout = nullptr;
   char* port = nullptr;
   char* page = nullptr;
   char* ads = nullptr;
@@ -43,7 +58,10 @@ struct Values {
   Values(const Values&) = delete;
   Values& operator=(const Values&) = delete;
   ~Values() {
-    for (char* text : {port, page, ads, config, media, root, certificateFile}) g_free(text);
+    for (char* text : {port, page, ads, config, media, root, certificateFile, authority, request, timeout}) {
+      g_free(text);
+    }
+    g_strfreev(sessions);
   }
 };
 
@@ -66,10 +84,22 @@ GOptionContextPtr makeContext(Values& v) {
       {"version", 0, 0, kFlag, &v.version, "Show the version", nullptr},
       {nullptr, 0, 0, kFlag, nullptr, nullptr, nullptr},
   };
-  GOptionContextPtr context(g_option_context_new(nullptr));
+  const GOptionEntry checkEntries[] = {
+      {"check", 0, 0, kFlag, &v.check, "Check a controller page in place of serving", nullptr},
+      {"ca", 0, 0, kFile, &v.authority, "Trust the certificates in this file as well, PEM", "FILE"},
+      {"request", 0, 0, kFile, &v.request, "Object to lay over the ad request of the check", "FILE"},
+      {"session", 0, 0, G_OPTION_ARG_STRING_ARRAY, &v.sessions,
+       "Only this session: play, controls, waiting or robustness; may be repeated", "NAME"},
+      {"timeout", 0, 0, G_OPTION_ARG_STRING, &v.timeout, "Longest time for a session (default: 300)",
+       "SECONDS"},
+      {"json", 0, 0, kFlag, &v.json, "Report as one line of JSON", nullptr},
+      {nullptr, 0, 0, kFlag, nullptr, nullptr, nullptr},
+  };
+  GOptionContextPtr context(g_option_context_new("[PAGE_URL]"));
   g_option_context_set_summary(context.get(), kSummary);
   g_option_context_set_description(context.get(), kDescription);
   g_option_context_add_main_entries(context.get(), entries, nullptr);
+  g_option_context_add_main_entries(context.get(), checkEntries, nullptr);
   return context;
 }
 
@@ -95,6 +125,84 @@ std::optional<std::string> unusable(const char* what, const fs::path& path,
   return std::string("cannot read the ") + what + " '" + path.string() + "': " + *why;
 }
 
+/// The first option that was given and does not go with what was asked for; null when all do.
+const char* strayOption(const Values& v, bool isCheckOfOwnPage) {
+  const std::pair<const char*, bool> forChecks[] = {{"--ca", v.authority},
+                                                    {"--request", v.request},
+                                                    {"--session", v.sessions},
+                                                    {"--timeout", v.timeout},
+                                                    {"--json", v.json}};
+  const std::pair<const char*, bool> forServing[] = {{"--ca-out", v.certificateFile},
+                                                     {"--exit-with-parent", v.exitWithParent},
+                                                     {"--list-beacons", v.listBeacons}};
+  const std::pair<const char*, bool> forOwnPages[] = {{"--port", v.port},   {"--page", v.page},
+                                                      {"--ads", v.ads},     {"--config", v.config},
+                                                      {"--media", v.media}, {"--root", v.root}};
+  const auto firstGiven = [](std::span<const std::pair<const char*, bool>> options) -> const char* {
+    const auto found =
+        std::find_if(options.begin(), options.end(), [](const auto& option) { return option.second; });
+    return found == options.end() ? nullptr : found->first;
+  };
+  if (!v.check) return firstGiven(forChecks);
+  if (const char* const stray = firstGiven(forServing)) return stray;
+  return isCheckOfOwnPage ? nullptr : firstGiven(forOwnPages);
+}
+
+/// Absent for what is no positive number of seconds.
+std::optional<double> readSeconds(const char* text) {
+  char* end = nullptr;
+  const double seconds = g_ascii_strtod(text, &end);
+  // The toolkit counts milliseconds in 32 bits.
+  constexpr double kMost = 1'000'000;
+  if (end == text || *end != '\0' || !(seconds > 0) || seconds > kMost) return std::nullopt;
+  return seconds;
+}
+
+bool isSecureAddress(const std::string& address) {
+  const GUriPtr uri(g_uri_parse(address.c_str(), G_URI_FLAGS_ENCODED, nullptr));
+  return uri && g_uri_get_scheme(uri.get()) == std::string_view("https") && g_uri_get_host(uri.get()) &&
+         *g_uri_get_host(uri.get());
+}
+
+/// Absent when it makes no sense; `problem` then says why.
+std::optional<CheckRequest> readCheckRequest(const Values& v, const char* address, std::string& problem) {
+  CheckRequest check;
+  if (address) {
+    check.address = address;
+    if (!isSecureAddress(*check.address)) {
+      problem = "not an https address: " + *check.address;
+      return std::nullopt;
+    }
+  }
+  const std::vector<std::string> known = check::sessionNames();
+  for (char** name = v.sessions; name && *name; ++name) {
+    if (std::find(known.begin(), known.end(), *name) == known.end()) {
+      problem = "no such session: " + std::string(*name);
+      return std::nullopt;
+    }
+    check.sessions.emplace_back(*name);
+  }
+  if (v.timeout) {
+    const std::optional<double> seconds = readSeconds(v.timeout);
+    if (!seconds) {
+      problem = "not a number of seconds: " + std::string(v.timeout);
+      return std::nullopt;
+    }
+    check.timeout = *seconds;
+  }
+  check.adRequest = pathOf(v.request);
+  check.authority = pathOf(v.authority);
+  check.asJson = v.json;
+  return check;
+}
+
+/// What the own page plays when nobody says what.
+void giveAdsToCheck(LocalServerOptions& server) {
+  if (server.ads) return;
+  server.ads = VEMORA_SERVE_CHECK_ADS;
+  if (!server.mediaFolder) server.mediaFolder = VEMORA_SERVE_CHECK_MEDIA;
+}
+
 }  // namespace
 
 std::variant<CommandLine, ExitNow> readCommandLine(int argc, char** argv) {
@@ -106,9 +214,20 @@ std::variant<CommandLine, ExitNow> readCommandLine(int argc, char** argv) {
     std::cout << "vemora-serve " << VEMORA_VERSION << "\n";
     return ExitNow{};
   }
-  if (argc > 1) return badArguments("unexpected argument: " + std::string(argv[1]));
+  const int mostArguments = values.check ? 2 : 1;
+  if (argc > mostArguments) return badArguments("unexpected argument: " + std::string(argv[mostArguments]));
+  const char* const address = argc > 1 ? argv[1] : nullptr;
+  if (const char* const stray = strayOption(values, !address)) {
+    return badArguments(std::string(stray) +
+                        (values.check ? " does not go with this check" : " needs --check"));
+  }
 
   CommandLine result;
+  if (values.check) {
+    std::string problem;
+    result.check = readCheckRequest(values, address, problem);
+    if (!result.check) return badArguments(problem);
+  }
   if (values.port) {
     const std::optional<std::uint16_t> port = readPort(values.port);
     if (!port) return badArguments("not a port: " + std::string(values.port));
@@ -119,6 +238,7 @@ std::variant<CommandLine, ExitNow> readCommandLine(int argc, char** argv) {
   result.server.config = pathOf(values.config);
   result.server.mediaFolder = pathOf(values.media);
   result.server.rootFolder = pathOf(values.root);
+  if (result.check && !result.check->address) giveAdsToCheck(result.server);
   result.certificateFile = pathOf(values.certificateFile);
   result.exitWithParent = values.exitWithParent;
   result.listBeacons = values.listBeacons;
@@ -127,6 +247,16 @@ std::variant<CommandLine, ExitNow> readCommandLine(int argc, char** argv) {
 }
 
 std::optional<std::string> unusableInput(const CommandLine& commandLine) {
+  if (const auto& check = commandLine.check) {
+    std::optional<std::string> problem;
+    if (check->adRequest) {
+      problem = unusable("request", *check->adRequest, whyUnreadableFile(*check->adRequest));
+    }
+    if (!problem && check->authority) {
+      problem = unusable("certificates", *check->authority, whyUnreadableFile(*check->authority));
+    }
+    if (problem || check->address) return problem;
+  }
   const LocalServerOptions& server = commandLine.server;
   auto problem = unusable("controller page", server.page, whyUnreadableFile(server.page));
   if (problem && server.page == VEMORA_SERVE_DEFAULT_PAGE) *problem += "; build it, or name one with --page";

@@ -4,12 +4,25 @@
 
 #include <filesystem>
 #include <optional>
+#include <string>
 #include <variant>
+#include <vector>
 
 namespace vemora {
 
+/// A conformance check in place of serving.
+struct CheckRequest {
+  std::optional<std::string> address;  ///< Absent: the page of this server.
+  std::vector<std::string> sessions;   ///< Empty: all.
+  std::optional<std::filesystem::path> adRequest;
+  std::optional<std::filesystem::path> authority;
+  double timeout = 300;
+  bool asJson = false;
+};
+
 /// What the program was asked to do.
 struct CommandLine {
+  std::optional<CheckRequest> check;
   LocalServerOptions server;
   std::optional<std::filesystem::path> certificateFile;
   bool exitWithParent = false;

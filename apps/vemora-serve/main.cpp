@@ -2,6 +2,7 @@
 #include "../common/GObjectPtr.h"
 #include "CommandLine.h"
 #include "LocalServer.h"
+#include "check/ConformanceCheck.h"
 
 #include <gio/gunixinputstream.h>
 #include <glib-unix.h>
@@ -10,8 +11,11 @@
 #include <unistd.h>
 
 #include <csignal>
+#include <filesystem>
 #include <iostream>
+#include <optional>
 #include <string>
+#include <utility>
 #include <variant>
 
 namespace vemora {
@@ -62,13 +66,46 @@ int fail(const std::string& why) {
   return kFailure;
 }
 
-int serve(CommandLine commandLine) {
-  if (const auto problem = unusableInput(commandLine)) return fail(*problem);
-  if (commandLine.verbose) {
-    commandLine.server.onRequest = [](const std::string& method, const std::string& target, unsigned status) {
-      std::cerr << method << " " << target << " " << status << "\n";
-    };
+/// Adds the certificates of a file to those to trust. Absent when it could; otherwise why not.
+std::optional<std::string> trustFile(const std::filesystem::path& file,
+                                     check::PageView::Certificates& trusted) {
+  GErrorHolder error;
+  GList* const list = g_tls_certificate_list_new_from_file(file.c_str(), error.out());
+  for (const GList* item = list; item; item = item->next) {
+    trusted.push_back(GObjectPtr<GTlsCertificate>::adopt(G_TLS_CERTIFICATE(item->data)));
   }
+  g_list_free(list);
+  if (error) return "cannot use the certificates of '" + file.string() + "': " + error.message();
+  if (trusted.empty()) return "there are no certificates in '" + file.string() + "'";
+  return std::nullopt;
+}
+
+int check(CommandLine commandLine) {
+  const CheckRequest& request = *commandLine.check;
+  check::CheckOptions options{.address = request.address.value_or(""),
+                              .sessions = request.sessions,
+                              .adRequest = request.adRequest,
+                              .trusted = {},
+                              .timeout = request.timeout,
+                              .asJson = request.asJson,
+                              .tell = {}};
+  if (commandLine.verbose) options.tell = [](const std::string& line) { std::cerr << line << "\n"; };
+  if (request.authority) {
+    if (const auto problem = trustFile(*request.authority, options.trusted)) return fail(*problem);
+  }
+  LocalServer server(std::move(commandLine.server));
+  if (!request.address) {
+    std::string problem;
+    if (!server.start(problem)) return fail(problem);
+    const std::string& pem = server.certificatePem();
+    options.trusted.push_back(GObjectPtr<GTlsCertificate>::adopt(
+        g_tls_certificate_new_from_pem(pem.data(), static_cast<gssize>(pem.size()), nullptr)));
+    options.address = server.origin() + std::string(kControllerPagePath);
+  }
+  return check::runCheck(options);
+}
+
+int serve(CommandLine commandLine) {
   const GMainLoopPtr loop(g_main_loop_new(nullptr, FALSE));
   g_unix_signal_add(SIGINT, quitOnSignal, loop.get());
   g_unix_signal_add(SIGTERM, quitOnSignal, loop.get());
@@ -98,6 +135,16 @@ int serve(CommandLine commandLine) {
   return 0;
 }
 
+int run(CommandLine commandLine) {
+  if (const auto problem = unusableInput(commandLine)) return fail(*problem);
+  if (commandLine.verbose) {
+    commandLine.server.onRequest = [](const std::string& method, const std::string& target, unsigned status) {
+      std::cerr << method << " " << target << " " << status << "\n";
+    };
+  }
+  return commandLine.check ? check(std::move(commandLine)) : serve(std::move(commandLine));
+}
+
 }  // namespace
 }  // namespace vemora
 
@@ -106,5 +153,5 @@ int main(int argc, char** argv) {
   std::signal(SIGPIPE, SIG_IGN);
   const auto commandLine = vemora::readCommandLine(argc, argv);
   if (const auto* exit = std::get_if<vemora::ExitNow>(&commandLine)) return exit->status;
-  return vemora::serve(std::get<vemora::CommandLine>(commandLine));
+  return vemora::run(std::get<vemora::CommandLine>(commandLine));
 }

@@ -1,0 +1,67 @@
+#pragma once
+
+#include "../../common/GObjectPtr.h"
+#include "Transcript.h"
+
+#include <gtk/gtk.h>
+#include <webkit/webkit.h>
+
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace vemora::check {
+
+/// A web view with one controller page, set up as a host sets it up: media play in line and unasked, and the
+/// page reaches the message handlers "Vemora" and "VemoraLog". Nothing is kept between two of them.
+///
+/// Threads: the main thread. Lifetime: nothing is told after the destructor; the widget has to be out of its
+/// container by then.
+class PageView {
+ public:
+  /// The size of the view while it is placed.
+  static constexpr int kWidth = 320;
+  static constexpr int kHeight = 180;
+
+  struct Listener {
+    std::function<void()> loaded;
+    std::function<void(const std::string& why)> loadFailed;
+    std::function<void(const std::string& why)> gone;
+    std::function<void(Post)> posted;  ///< Without a time.
+  };
+  using Certificates = std::vector<GObjectPtr<GTlsCertificate>>;
+
+  /// `trusted`: certificates to trust in addition to those that the system trusts.
+  PageView(Certificates trusted, Listener listener);
+  PageView(const PageView&) = delete;
+  PageView& operator=(const PageView&) = delete;
+  ~PageView();
+
+  [[nodiscard]] GtkWidget* widget() const;
+  void load(const std::string& address);
+  /// Runs a script and tells what came of it, in the words of `Call::outcome`; for text, the text itself.
+  void evaluate(const std::string& script, std::function<void(const std::string& outcome)> done);
+  /// Gives the view the size that an ad has, where before it had none to speak of.
+  void place();
+  void setShown(bool shown);
+  /// Ends the page; nothing is told any more.
+  void close();
+
+ private:
+  struct Hooks;
+  void finishLoading();
+  [[nodiscard]] bool trust(const char* address, GTlsCertificate* certificate);
+
+  Certificates trusted_;
+  Listener listener_;
+  GObjectPtr<WebKitNetworkSession> session_;
+  GObjectPtr<WebKitWebView> view_;
+  std::shared_ptr<PageView*> self_;  ///< Null inside once this is gone, for scripts still on their way.
+  std::string address_;
+  bool hasFailed_ = false;
+  bool hasRetried_ = false;
+  bool isOver_ = false;
+};
+
+}  // namespace vemora::check

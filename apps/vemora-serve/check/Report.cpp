@@ -1,0 +1,93 @@
+#include "Report.h"
+
+#include <algorithm>
+
+namespace vemora::check {
+
+namespace {
+
+const char* nameOf(Outcome outcome) {
+  switch (outcome) {
+    case Outcome::Ok:
+      return "ok";
+    case Outcome::Fail:
+      return "fail";
+    case Outcome::Skip:
+      return "skip";
+  }
+  return "";
+}
+
+const char* markOf(Outcome outcome) {
+  return outcome == Outcome::Fail ? "FAIL" : nameOf(outcome);
+}
+
+std::size_t count(std::span<const Finding> findings, Outcome outcome) {
+  return static_cast<std::size_t>(std::count_if(
+      findings.begin(), findings.end(), [&](const Finding& finding) { return finding.outcome == outcome; }));
+}
+
+std::string padded(std::string text, std::size_t width) {
+  if (text.size() < width) text.append(width - text.size(), ' ');
+  return text;
+}
+
+std::string lineOf(const Finding& finding, std::size_t nameWidth) {
+  std::string line =
+      padded(markOf(finding.outcome), 6) + padded(finding.rule->name, nameWidth + 2) + finding.rule->says;
+  const char* separator = ": ";
+  for (const std::string& seen : finding.seen) {
+    line += separator + seen;
+    separator = "; ";
+  }
+  return line + "\n";
+}
+
+}  // namespace
+
+bool allHold(std::span<const Finding> findings) {
+  return count(findings, Outcome::Fail) == 0;
+}
+
+std::string reportAsText(std::span<const Finding> findings, double seconds) {
+  std::size_t nameWidth = 0;
+  for (const Finding& finding : findings)
+    nameWidth = std::max(nameWidth, std::string(finding.rule->name).size());
+  std::string text;
+  for (const Finding& finding : findings) text += lineOf(finding, nameWidth);
+  const auto number = [&](Outcome outcome) { return std::to_string(count(findings, outcome)); };
+  return text + std::to_string(findings.size()) + " rules: " + number(Outcome::Ok) + " hold, " +
+         number(Outcome::Fail) + " do not, " + number(Outcome::Skip) + " skipped; " + inSeconds(seconds) +
+         "\n";
+}
+
+std::string reportAsJson(std::span<const Finding> findings, const std::string& url, double seconds) {
+  std::vector<JsonValue> rules;
+  for (const Finding& finding : findings) {
+    std::vector<JsonValue> seen(finding.seen.begin(), finding.seen.end());
+    rules.push_back(JsonValue::object({{"name", finding.rule->name},
+                                       {"says", finding.rule->says},
+                                       {"outcome", nameOf(finding.outcome)},
+                                       {"seen", JsonValue::array(std::move(seen))}}));
+  }
+  const JsonValue counts = JsonValue::object({{"ok", count(findings, Outcome::Ok)},
+                                              {"fail", count(findings, Outcome::Fail)},
+                                              {"skip", count(findings, Outcome::Skip)}});
+  return JsonValue::object({{"url", url},
+                            {"holds", allHold(findings)},
+                            {"seconds", seconds},
+                            {"counts", counts},
+                            {"rules", JsonValue::array(std::move(rules))}})
+             .serialized()
+             .value_or("null") +
+         "\n";
+}
+
+std::string problemAsJson(const std::string& url, const std::string& problem) {
+  return JsonValue::object({{"url", url}, {"holds", false}, {"problem", problem}})
+             .serialized()
+             .value_or("null") +
+         "\n";
+}
+
+}  // namespace vemora::check
