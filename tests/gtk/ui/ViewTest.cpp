@@ -266,6 +266,9 @@ TEST(Views, RefuseImpossibleSuperviews) {
   EXPECT_EQ(gtk_widget_get_parent(host.adWidget()), host.content()) << "the host's widget was moved";
   ad->removeFromSuperview();
   EXPECT_EQ(gtk_widget_get_parent(host.adWidget()), host.content());
+  ad->superview()->addSubview(page->view);
+  EXPECT_EQ(takeWarnings().size(), 1U) << "a widget of the host's";
+  EXPECT_EQ(page->view->superview(), nullptr);
   ad->addSubview(page->view);
   ad->addSubview(page->view);
   page->view->removeFromSuperview();

@@ -163,7 +163,7 @@ std::optional<Rect> GtkView::convertRectToView(const Rect& rect, const View& oth
 
 void GtkView::addSubview(const std::shared_ptr<View>&) {
   assertMainThread();
-  g_critical("Ads can be put into ad views, interstitials and windows only, not into a widget of the host's");
+  Platform::shared().system().log(LogLevel::Error, "A widget of the app's takes no ads; ad views do");
 }
 
 void GtkView::removeFromSuperview() {

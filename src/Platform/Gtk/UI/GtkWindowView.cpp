@@ -58,7 +58,7 @@ std::shared_ptr<GtkAreaView> GtkWindowView::parkingPlace() {
     watchSurface();
     layOutParkingPlace();
   }
-  const auto place = std::static_pointer_cast<GtkAreaView>(viewOfWidget(parking_.get()));
+  auto place = std::static_pointer_cast<GtkAreaView>(viewOfWidget(parking_.get()));
   place->setEmptyHandler([weak = weak_from_this()] {
     if (const auto view = weak.lock()) static_cast<GtkWindowView&>(*view).closeParkingPlace();
   });
