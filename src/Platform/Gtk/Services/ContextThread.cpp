@@ -26,9 +26,6 @@ ContextThread::ContextThread(const char* name)
     pthread_setname_np(pthread_self(), name);
     g_main_context_push_thread_default(context_.get());
     g_main_loop_run(loop_.get());
-    // Closed connections have last words, which keep the context for as long as nobody hears them.
-    while (g_main_context_iteration(context_.get(), FALSE)) {
-    }
     g_main_context_pop_thread_default(context_.get());
   });
 }

@@ -5,12 +5,11 @@
 #include "Platform/Gtk/GtkPorts.h"
 #include "Platform/Gtk/Services/ContextThread.h"
 #include "Platform/Gtk/Services/LocationPermission.h"
+#include "Platform/Gtk/Services/PrivateBus.h"
 
 #include <gio/gio.h>
-#include <unistd.h>
 
 #include <algorithm>
-#include <cstdlib>
 #include <optional>
 #include <utility>
 
@@ -118,22 +117,6 @@ class Recipient : public std::enable_shared_from_this<Recipient> {
   std::weak_ptr<LocationManagerDelegate> delegate_ VMR_GUARDED_BY(mutex_);
 };
 
-GObjectPtr<GDBusConnection> openBus(GBusType type, GCancellable* cancellable) {
-  const std::unique_ptr<char, GFree<g_free>> address(
-      g_dbus_address_get_for_bus_sync(type, cancellable, nullptr));
-  if (!address) return nullptr;
-  const auto flags = static_cast<GDBusConnectionFlags>(G_DBUS_CONNECTION_FLAGS_AUTHENTICATION_CLIENT |
-                                                       G_DBUS_CONNECTION_FLAGS_MESSAGE_BUS_CONNECTION);
-  return GObjectPtr<GDBusConnection>::adopt(
-      g_dbus_connection_new_for_address_sync(address.get(), flags, nullptr, cancellable, nullptr));
-}
-
-/// False where asking for the session bus would start one.
-bool hasSessionBus() {
-  if (std::getenv("DBUS_SESSION_BUS_ADDRESS")) return true;
-  return access((std::string(g_get_user_runtime_dir()) + "/bus").c_str(), F_OK) == 0;
-}
-
 /// The one client of GeoClue's, for all managers. Lives on the service thread; only `answers` is for
 /// everybody.
 class GeoClueClient {
@@ -142,7 +125,8 @@ class GeoClueClient {
       : options_(std::move(options)), cancellable_(GObjectPtr<GCancellable>::adopt(g_cancellable_new())) {}
 
   Answers& answers() { return answers_; }
-  /// From any thread: cuts short whatever call is waiting, and all later ones.
+  /// From any thread: stops waiting for a bus. A call that is under way goes on until its answer or its
+  /// time-out, since GLib loses a connection whose answer meets a cancellation.
   void cancel() { g_cancellable_cancel(cancellable_.get()); }
 
   void open();
@@ -173,26 +157,26 @@ class GeoClueClient {
   void forgetClient();
   void reportFix(const Location& fix);
 
-  Variant call(GDBusConnection* bus, const char* service, const char* path, const char* interface,
+  Variant call(PrivateBus& bus, const char* service, const char* path, const char* interface,
                const char* method, GVariant* arguments, const char* reply, int milliseconds,
                Error* error = nullptr);
   Variant callService(const char* path, const char* interface, const char* method, GVariant* arguments,
                       const char* reply, Error* error = nullptr) {
-    return call(systemBus_.get(), kService, path, interface, method, arguments, reply,
-                kServiceCallMilliseconds, error);
+    return call(*systemBus_, kService, path, interface, method, arguments, reply, kServiceCallMilliseconds,
+                error);
   }
   void tellService(const char* path, const char* interface, const char* method, GVariant* arguments);
   template <Handler handler>
-  guint subscribe(GDBusConnection* bus, const char* sender, const char* interface, const char* signal,
+  guint subscribe(PrivateBus& bus, const char* sender, const char* interface, const char* signal,
                   const char* path);
-  static void unsubscribe(GDBusConnection* bus, guint& subscription);
+  static void unsubscribe(const std::unique_ptr<PrivateBus>& bus, guint& subscription);
 
   const GeoClueOptions options_;
   const GObjectPtr<GCancellable> cancellable_;
   Answers answers_;
 
-  GObjectPtr<GDBusConnection> systemBus_;
-  GObjectPtr<GDBusConnection> sessionBus_;
+  std::unique_ptr<PrivateBus> systemBus_;
+  std::unique_ptr<PrivateBus> sessionBus_;
   guint nameWatch_ = 0;
   guint managerSubscription_ = 0;
   guint storeSubscription_ = 0;
@@ -210,13 +194,13 @@ class GeoClueClient {
   std::optional<Location> lastFix_;
 };
 
-Variant GeoClueClient::call(GDBusConnection* bus, const char* service, const char* path,
-                            const char* interface, const char* method, GVariant* arguments, const char* reply,
-                            int milliseconds, Error* error) {
+Variant GeoClueClient::call(PrivateBus& bus, const char* service, const char* path, const char* interface,
+                            const char* method, GVariant* arguments, const char* reply, int milliseconds,
+                            Error* error) {
   GError* failure = nullptr;
-  Variant answer(g_dbus_connection_call_sync(bus, service, path, interface, method, arguments,
+  Variant answer(g_dbus_connection_call_sync(bus.connection(), service, path, interface, method, arguments,
                                              G_VARIANT_TYPE(reply), G_DBUS_CALL_FLAGS_NONE, milliseconds,
-                                             cancellable_.get(), &failure));
+                                             nullptr, &failure));
   Error owned(failure);
   if (error) *error = std::move(owned);
   return answer;
@@ -224,31 +208,31 @@ Variant GeoClueClient::call(GDBusConnection* bus, const char* service, const cha
 
 void GeoClueClient::tellService(const char* path, const char* interface, const char* method,
                                 GVariant* arguments) {
-  g_dbus_connection_call(systemBus_.get(), kService, path, interface, method, arguments, nullptr,
+  g_dbus_connection_call(systemBus_->connection(), kService, path, interface, method, arguments, nullptr,
                          G_DBUS_CALL_FLAGS_NO_AUTO_START, -1, nullptr, nullptr, nullptr);
 }
 
 template <GeoClueClient::Handler handler>
-guint GeoClueClient::subscribe(GDBusConnection* bus, const char* sender, const char* interface,
-                               const char* signal, const char* path) {
+guint GeoClueClient::subscribe(PrivateBus& bus, const char* sender, const char* interface, const char* signal,
+                               const char* path) {
   return g_dbus_connection_signal_subscribe(
-      bus, sender, interface, signal, path, nullptr, G_DBUS_SIGNAL_FLAGS_NONE,
+      bus.connection(), sender, interface, signal, path, nullptr, G_DBUS_SIGNAL_FLAGS_NONE,
       [](GDBusConnection*, const char*, const char*, const char*, const char*, GVariant* parameters,
          gpointer self) { (static_cast<GeoClueClient*>(self)->*handler)(parameters); },
       this, nullptr);
 }
 
-void GeoClueClient::unsubscribe(GDBusConnection* bus, guint& subscription) {
-  if (subscription) g_dbus_connection_signal_unsubscribe(bus, std::exchange(subscription, 0));
+void GeoClueClient::unsubscribe(const std::unique_ptr<PrivateBus>& bus, guint& subscription) {
+  if (subscription) g_dbus_connection_signal_unsubscribe(bus->connection(), std::exchange(subscription, 0));
 }
 
 void GeoClueClient::open() {
   readConfiguration();
-  systemBus_ = openBus(G_BUS_TYPE_SYSTEM, cancellable_.get());
+  systemBus_ = PrivateBus::open(G_BUS_TYPE_SYSTEM, cancellable_.get());
   if (systemBus_) {
     openPermissionStore();
     const Variant owned =
-        call(systemBus_.get(), "org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus",
+        call(*systemBus_, "org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus",
              "NameHasOwner", g_variant_new("(s)", kService), "(b)", kShortCallMilliseconds);
     gboolean running = FALSE;
     if (owned) g_variant_get(owned.get(), "(b)", &running);
@@ -260,9 +244,9 @@ void GeoClueClient::open() {
   if (!systemBus_) return;
 
   managerSubscription_ = subscribe<&GeoClueClient::managerPropertiesChanged>(
-      systemBus_.get(), kService, kPropertiesInterface, "PropertiesChanged", kManagerPath);
+      *systemBus_, kService, kPropertiesInterface, "PropertiesChanged", kManagerPath);
   nameWatch_ = g_bus_watch_name_on_connection(
-      systemBus_.get(), kService, G_BUS_NAME_WATCHER_FLAGS_NONE,
+      systemBus_->connection(), kService, G_BUS_NAME_WATCHER_FLAGS_NONE,
       [](GDBusConnection*, const char*, const char*, gpointer self) {
         static_cast<GeoClueClient*>(self)->serviceAppeared();
       },
@@ -275,23 +259,22 @@ void GeoClueClient::open() {
 void GeoClueClient::close() {
   stop();
   if (nameWatch_) g_bus_unwatch_name(std::exchange(nameWatch_, 0));
-  unsubscribe(systemBus_.get(), managerSubscription_);
-  unsubscribe(sessionBus_.get(), storeSubscription_);
-  for (GObjectPtr<GDBusConnection>* bus : {&systemBus_, &sessionBus_}) {
-    if (*bus) g_dbus_connection_close_sync(bus->get(), nullptr, nullptr);
-    bus->reset();
-  }
+  unsubscribe(systemBus_, managerSubscription_);
+  unsubscribe(sessionBus_, storeSubscription_);
+  running_ = activatable_ = false;
+  systemBus_.reset();
+  sessionBus_.reset();
   recipients_.clear();
 }
 
 void GeoClueClient::openPermissionStore() {
-  if (options_.desktopId.empty() || !hasSessionBus()) return;
-  sessionBus_ = openBus(G_BUS_TYPE_SESSION, cancellable_.get());
+  if (options_.desktopId.empty()) return;
+  sessionBus_ = PrivateBus::open(G_BUS_TYPE_SESSION, cancellable_.get());
   if (!sessionBus_) return;
-  storeSubscription_ = subscribe<&GeoClueClient::permissionsChanged>(sessionBus_.get(), kStoreService,
+  storeSubscription_ = subscribe<&GeoClueClient::permissionsChanged>(*sessionBus_, kStoreService,
                                                                      kStoreService, "Changed", kStorePath);
   const Variant answer =
-      call(sessionBus_.get(), kStoreService, kStorePath, kStoreService, "Lookup",
+      call(*sessionBus_, kStoreService, kStorePath, kStoreService, "Lookup",
            g_variant_new("(ss)", kStoreTable, kStoreId), "(a{sas}v)", kShortCallMilliseconds);
   if (!answer) return;
   const Variant permissions(g_variant_get_child_value(answer.get(), 0));
@@ -322,7 +305,7 @@ void GeoClueClient::readConfiguration() {
 
 bool GeoClueClient::isActivatable() {
   const Variant answer =
-      call(systemBus_.get(), "org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus",
+      call(*systemBus_, "org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus",
            "ListActivatableNames", nullptr, "(as)", kShortCallMilliseconds);
   if (!answer) return false;
   const Variant list(g_variant_get_child_value(answer.get(), 0));
@@ -348,7 +331,7 @@ void GeoClueClient::serviceVanished() {
 
 void GeoClueClient::readAvailableAccuracy() {
   const Variant answer =
-      call(systemBus_.get(), kService, kManagerPath, kPropertiesInterface, "Get",
+      call(*systemBus_, kService, kManagerPath, kPropertiesInterface, "Get",
            g_variant_new("(ss)", kManagerInterface, "AvailableAccuracyLevel"), "(v)", kShortCallMilliseconds);
   Variant level;
   if (answer) {
@@ -398,8 +381,8 @@ void GeoClueClient::startIfWanted() {
   const char* path = nullptr;
   g_variant_get(client.get(), "(&o)", &path);
   clientPath_ = path;
-  locationSubscription_ = subscribe<&GeoClueClient::locationUpdated>(
-      systemBus_.get(), kService, kClientInterface, "LocationUpdated", path);
+  locationSubscription_ = subscribe<&GeoClueClient::locationUpdated>(*systemBus_, kService, kClientInterface,
+                                                                     "LocationUpdated", path);
   Error error;
   const bool started =
       setClientProperty("DesktopId", g_variant_new_string(options_.desktopId.c_str())) &&
@@ -424,7 +407,7 @@ void GeoClueClient::stop() {
 }
 
 void GeoClueClient::forgetClient() {
-  unsubscribe(systemBus_.get(), locationSubscription_);
+  unsubscribe(systemBus_, locationSubscription_);
   clientPath_.clear();
   lastFix_.reset();
 }
@@ -433,7 +416,7 @@ void GeoClueClient::locationUpdated(GVariant* parameters) {
   if (!g_variant_is_of_type(parameters, G_VARIANT_TYPE("(oo)"))) return;
   const char* path = nullptr;
   g_variant_get_child(parameters, 1, "&o", &path);
-  const Variant answer = call(systemBus_.get(), kService, path, kPropertiesInterface, "GetAll",
+  const Variant answer = call(*systemBus_, kService, path, kPropertiesInterface, "GetAll",
                               g_variant_new("(s)", kLocationInterface), "(a{sv})", kShortCallMilliseconds);
   if (!answer) return;
   const Variant properties(g_variant_get_child_value(answer.get(), 0));

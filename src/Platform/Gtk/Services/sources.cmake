@@ -7,5 +7,6 @@ set(VEMORA_GTK_SERVICES_SOURCES
   Services/GioNetworkReachability.cpp
   Services/LocationPermission.cpp
   Services/NetworkFacts.cpp
+  Services/PrivateBus.cpp
   Services/PulseAudioSession.cpp
 )
