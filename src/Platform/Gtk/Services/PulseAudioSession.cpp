@@ -102,7 +102,8 @@ void RouteWatch::connect() {
   pa_context_set_state_callback(
       context_, [](pa_context*, void* self) { from(self).stateChanged(); }, this);
   const char* server = options_.server.empty() ? nullptr : options_.server.c_str();
-  if (pa_context_connect(context_, server, PA_CONTEXT_NOAUTOSPAWN, nullptr) < 0) retryLater();
+  // Failure is heard as a change of state.
+  pa_context_connect(context_, server, PA_CONTEXT_NOAUTOSPAWN, nullptr);
 }
 
 void RouteWatch::disconnect() {
