@@ -3,6 +3,8 @@
 #include "Platform/Gtk/GObjectPtr.h"
 
 #include <gio/gio.h>
+#include <signal.h>
+#include <sys/prctl.h>
 
 #include <map>
 #include <string>
@@ -10,7 +12,8 @@
 
 namespace vemora::gtk::test {
 
-/// A helper program that ends, at the latest, with this object.
+/// A helper program that ends, at the latest, with this object or with the thread that made it, however that
+/// dies.
 class ChildProcess {
  public:
   using Environment = std::map<std::string, std::string>;
@@ -25,6 +28,8 @@ class ChildProcess {
     for (const auto& [name, value] : environment) {
       g_subprocess_launcher_setenv(launcher.get(), name.c_str(), value.c_str(), TRUE);
     }
+    g_subprocess_launcher_set_child_setup(
+        launcher.get(), [](gpointer) { prctl(PR_SET_PDEATHSIG, SIGKILL); }, nullptr, nullptr);
     process_ = GObjectPtr<GSubprocess>::adopt(
         g_subprocess_launcher_spawnv(launcher.get(), arguments.data(), nullptr));
   }

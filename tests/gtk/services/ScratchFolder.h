@@ -12,7 +12,7 @@ namespace vemora::gtk::test {
 class ScratchFolder {
  public:
   ScratchFolder() {
-    char* made = g_dir_make_tmp("vemora-XXXXXX", nullptr);
+    char* made = g_dir_make_tmp("vemora-services-XXXXXX", nullptr);
     path_ = made;
     g_free(made);
   }
