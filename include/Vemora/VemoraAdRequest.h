@@ -4,6 +4,7 @@
 #include <Vemora/VemoraExport.h>
 
 #include <memory>
+#include <mutex>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -32,9 +33,10 @@ class VEMORA_EXPORT VemoraAdRequest {
   const std::optional<std::string>& channel() const { return channel_; }
   void setChannel(std::optional<std::string> channel) { channel_ = std::move(channel); }
 
-  /// "none" until a player that loads the request writes its own kind: "inline", "resizeable" or "interstitial".
-  const std::optional<std::string>& placementType() const { return placementType_; }
-  void setPlacementType(std::optional<std::string> type) { placementType_ = std::move(type); }
+  /// "none" until a player that loads the request writes its own kind: "inline", "resizeable" or "interstitial". Any
+  /// thread: several loads may share a request.
+  std::optional<std::string> placementType() const;
+  void setPlacementType(std::optional<std::string> type);
 
   /// Request parameters. A null value, or an absent list, removes the entry; a list is kept whole as one value.
   void setParam(std::string_view key, const JsonValue& value);
@@ -56,6 +58,7 @@ class VEMORA_EXPORT VemoraAdRequest {
 
   std::optional<std::string> apiKey_;
   std::optional<std::string> channel_;
+  mutable std::mutex mutex_;  ///< Guards the placement type, the one field that players write.
   std::optional<std::string> placementType_;
   JsonDictionary paramDict_;
   JsonDictionary customDict_;

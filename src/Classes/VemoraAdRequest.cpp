@@ -34,6 +34,16 @@ std::shared_ptr<VemoraAdRequest> VemoraAdRequest::initPrivate() {
   return std::shared_ptr<VemoraAdRequest>(new VemoraAdRequest);
 }
 
+std::optional<std::string> VemoraAdRequest::placementType() const {
+  std::lock_guard lock(mutex_);
+  return placementType_;
+}
+
+void VemoraAdRequest::setPlacementType(std::optional<std::string> type) {
+  std::lock_guard lock(mutex_);
+  placementType_.swap(type);
+}
+
 void VemoraAdRequest::setParam(std::string_view key, const JsonValue& value) {
   setOrRemove(paramDict_, key, value);
 }
