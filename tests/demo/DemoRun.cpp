@@ -68,6 +68,11 @@ std::vector<std::string> DemoRun::callbacks() const {
   return names;
 }
 
+std::string DemoRun::lastCallback() const {
+  const std::vector<std::string> all = callbacks();
+  return all.empty() ? "" : all.back();
+}
+
 JsonValue DemoRun::event(const std::string& name) const {
   for (const JsonValue& event : events_) {
     if (shortName(event["callback"].stringValue().value_or("")) == name) return event;

@@ -32,6 +32,8 @@ class DemoRun {
   [[nodiscard]] const std::vector<JsonValue>& events() const { return events_; }
   /// Their short names, without the ticking of the time: "vemora:adStart:" of "ad-1" is "adStart ad-1".
   [[nodiscard]] std::vector<std::string> callbacks() const;
+  /// The last of them; empty when there is none.
+  [[nodiscard]] std::string lastCallback() const;
   /// The first callback of this name that is there; null when there is none.
   [[nodiscard]] JsonValue event(const std::string& name) const;
   /// Path and query of each beacon, in order of arrival.

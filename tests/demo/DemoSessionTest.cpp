@@ -15,16 +15,24 @@ namespace {
 
 using Strings = std::vector<std::string>;
 
-/// The size of a picture and how many colours it has; of neighbouring colours only one counts.
-struct Picture {
-  int width = 0;
-  int height = 0;
-};
-
-Picture pictureOf(const std::filesystem::path& file) {
+/// How much of a picture is neither the white of paper nor the black of an empty film, 0 to 1.
+double colouredShareOf(const std::filesystem::path& file) {
   const auto pixbuf = GObjectPtr<GdkPixbuf>::adopt(gdk_pixbuf_new_from_file(file.c_str(), nullptr));
-  if (!pixbuf) return {};
-  return {gdk_pixbuf_get_width(pixbuf.get()), gdk_pixbuf_get_height(pixbuf.get())};
+  if (!pixbuf) return 0;
+  const int width = gdk_pixbuf_get_width(pixbuf.get());
+  const int height = gdk_pixbuf_get_height(pixbuf.get());
+  const int channels = gdk_pixbuf_get_n_channels(pixbuf.get());
+  const guint8* const pixels = gdk_pixbuf_read_pixels(pixbuf.get());
+  int coloured = 0;
+  for (int y = 0; y < height; ++y) {
+    const guint8* const row =
+        pixels + static_cast<std::ptrdiff_t>(y) * gdk_pixbuf_get_rowstride(pixbuf.get());
+    for (int x = 0; x < width; ++x) {
+      const auto [darkest, brightest] = std::minmax_element(row + x * channels, row + x * channels + 3);
+      if (*brightest > 32 && *darkest < 200) ++coloured;
+    }
+  }
+  return static_cast<double>(coloured) / (static_cast<double>(width) * height);
 }
 
 class DemoSessionTest : public testing::Test {
@@ -89,6 +97,8 @@ TEST_F(DemoSessionTest, PlaysAGroupInline) {
                                     "/beacon/progress?ad=3&offset=4.5",
                                     "/beacon/complete?ad=3"}));
 
+  EXPECT_GT(colouredShareOf(shot), 0.15) << "the film is in the picture";
+
   double time = 0;
   double elapsed = 0;
   std::string running;
@@ -129,7 +139,7 @@ TEST_F(DemoSessionTest, HasNoAds) {
 TEST_F(DemoSessionTest, EndsFiveSecondsAfterThePageHasGoneSilent) {
   DemoRun run(withConfig(R"({"faults":{"stopPingAfter":2.5}})"));
   EXPECT_EQ(run.finish(), 1);
-  EXPECT_EQ(run.callbacks().back(), "adError") << run.told();
+  EXPECT_EQ(run.lastCallback(), "adError") << run.told();
   const JsonValue error = run.event("adError");
   EXPECT_EQ(error["error"]["code"].integerValue(), 5005);
   EXPECT_TRUE(error["ad"].isNull());
@@ -141,7 +151,7 @@ TEST_F(DemoSessionTest, EndsFiveSecondsAfterThePageHasGoneSilent) {
 TEST_F(DemoSessionTest, TellsWhyThePageGaveUp) {
   DemoRun run(withConfig(R"({"faults":{"adError":"The film is torn"}})"));
   EXPECT_EQ(run.finish(), 1);
-  EXPECT_EQ(run.callbacks().back().substr(0, 7), "adError") << run.told();
+  EXPECT_EQ(run.lastCallback().substr(0, 7), "adError") << run.told();
   const JsonValue error = run.event("adError")["error"];
   EXPECT_EQ(error["domain"], JsonValue("VMRErrorDomain"));
   EXPECT_EQ(error["code"].integerValue(), 5004);
@@ -154,6 +164,7 @@ TEST_F(DemoSessionTest, ResizesAnAdThatPlays) {
                "larger@0.8", "--do", "larger@1", "--screenshot", shot});
   EXPECT_EQ(run.finish(), 0) << run.told();
   EXPECT_EQ(run.callbacks(), playedToItsEnd) << run.told();
+  EXPECT_TRUE(std::filesystem::exists(shot));
 }
 
 TEST_F(DemoSessionTest, PlaysOverTheWholeScreen) {
@@ -162,6 +173,7 @@ TEST_F(DemoSessionTest, PlaysOverTheWholeScreen) {
   EXPECT_EQ(run.callbacks(), (Strings{"requestForPlayer", "didLoadAds", "adGroupStart", "adStart film-1",
                                       "adUserClose film-1", "adGroupComplete"}))
       << run.told();
+  EXPECT_GT(colouredShareOf(shot), 0.4) << "the film fills the picture";
 }
 
 TEST_F(DemoSessionTest, LetsGoOfItsServerHoweverItEnds) {

@@ -15,9 +15,10 @@ class HeadlessDesktop {
   HeadlessDesktop()
       : screen_({"Xvfb", "-displayfd", "1", "-screen", "0", "1280x1024x24", "-nolisten", "tcp"}),
         bus_(GObjectPtr<GTestDBus>::adopt(g_test_dbus_new(G_TEST_DBUS_NONE))) {
+    g_test_dbus_up(bus_.get());
+    // After the bus, which takes away any screen.
     g_setenv("DISPLAY", (":" + screen_.line().value_or("")).c_str(), TRUE);
     g_unsetenv("WAYLAND_DISPLAY");
-    g_test_dbus_up(bus_.get());
   }
   HeadlessDesktop(const HeadlessDesktop&) = delete;
   HeadlessDesktop& operator=(const HeadlessDesktop&) = delete;
