@@ -238,12 +238,17 @@ void DemoApplication::onTime(const PlayerCallback& callback) {
   window_->showProgress(duration > 0 ? elapsed / duration : 0);
   const bool isUnderWay =
       elapsed >= std::min(kScreenshotAtSeconds, duration > 0 ? duration / 2 : kScreenshotAtSeconds);
-  if (!commandLine_.screenshot || screenshotAsked_ || !isUnderWay) return;
-  screenshotAsked_ = true;
-  saveScreenshot(window_->windowOfAd(), *commandLine_.screenshot,
-                 [this](const std::optional<std::string>& problem) {
-                   screenshotTaken_ = true;
-                   if (problem) complain("No screenshot: " + *problem);
+  if (isUnderWay && commandLine_.screenshot) takeScreenshot();
+}
+
+void DemoApplication::takeScreenshot() {
+  // A page may tell of its film before a busy machine has drawn it: then there is another try.
+  if (picture_ == Picture::Asked || picture_ == Picture::Taken) return;
+  picture_ = Picture::Asked;
+  saveScreenshot(window_->windowOfAd(), window_->boundsOfAd(), *commandLine_.screenshot,
+                 [this](ScreenshotResult result, const std::string& problem) {
+                   picture_ = result == ScreenshotResult::NothingThere ? Picture::Poor : Picture::Taken;
+                   if (result == ScreenshotResult::NotTaken) complain("No screenshot: " + problem);
                  });
 }
 
@@ -283,8 +288,9 @@ void DemoApplication::endEarly(const std::string& why) {
 void DemoApplication::finish(std::optional<std::string> failure) {
   if (std::exchange(finished_, true)) return;
   if (failure) complain(*failure);
-  if (!failure && commandLine_.screenshot && !screenshotTaken_) {
-    complain("No screenshot: no ad has played for long enough.");
+  if (!failure && commandLine_.screenshot && picture_ != Picture::Taken) {
+    complain(picture_ == Picture::Poor ? "The screenshot shows no ad."
+                                       : "No screenshot: no ad has played for long enough.");
   }
   if (window_) {
     window_->setControlsEnabled(false);

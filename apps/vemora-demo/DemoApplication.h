@@ -48,6 +48,7 @@ class DemoApplication {
   void onCallback(const PlayerCallback& callback);
   void onLoaded(const PlayerCallback& callback);
   void onTime(const PlayerCallback& callback);
+  void takeScreenshot();
   void perform(Command command);
   void resize(float factor);
 
@@ -75,8 +76,7 @@ class DemoApplication {
   std::shared_ptr<VemoraAdPlayerBase> player_;
 
   float size_ = 1;
-  bool screenshotAsked_ = false;
-  bool screenshotTaken_ = false;
+  enum class Picture { Wanted, Asked, Poor, Taken } picture_ = Picture::Wanted;
   bool finished_ = false;
   std::vector<std::string> failures_;
 };

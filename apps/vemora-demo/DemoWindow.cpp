@@ -139,6 +139,13 @@ GtkWindow* DemoWindow::windowOfAd() const {
   return window_.get();
 }
 
+graphene_rect_t DemoWindow::boundsOfAd() const {
+  GtkWidget* const window = GTK_WIDGET(windowOfAd());
+  graphene_rect_t bounds{};
+  const bool isKnown = gtk_widget_compute_bounds(adWidget_ ? adWidget_ : window, window, &bounds);
+  return isKnown ? bounds : graphene_rect_t{};
+}
+
 void DemoWindow::showStatus(const std::string& text) {
   gtk_label_set_text(GTK_LABEL(widget("status")), text.c_str());
 }

@@ -36,6 +36,8 @@ class DemoWindow {
   [[nodiscard]] std::shared_ptr<View> adView() const;
   /// The window that shows the ad: this one, or what was presented over it.
   [[nodiscard]] GtkWindow* windowOfAd() const;
+  /// Where in that window the ad may show.
+  [[nodiscard]] graphene_rect_t boundsOfAd() const;
 
   void showStatus(const std::string& text);
   /// How much of the running ad has played, 0 to 1.

@@ -3,17 +3,23 @@
 #include "../common/GLibHandles.h"
 #include "../common/GObjectPtr.h"
 
+#include <algorithm>
+#include <cstdint>
 #include <utility>
+#include <vector>
 
 namespace vemora {
 namespace {
 
 using GskRenderNodePtr = std::unique_ptr<GskRenderNode, FreeWith<gsk_render_node_unref>>;
 
+using Done = std::function<void(ScreenshotResult, const std::string&)>;
+
 struct PendingScreenshot {
   GtkWindow* window;
+  graphene_rect_t subject;
   std::filesystem::path file;
-  std::function<void(const std::optional<std::string>&)> done;
+  Done done;
 };
 
 /// Draws the window as it was drawn last, films included: those are textures in its tree of render nodes.
@@ -32,30 +38,55 @@ GObjectPtr<GdkTexture> textureOf(GtkWindow* window) {
   return GObjectPtr<GdkTexture>::adopt(gsk_renderer_render_texture(renderer, node.get(), &viewport));
 }
 
-std::optional<std::string> save(GtkWindow* window, const std::filesystem::path& file) {
-  const auto texture = textureOf(window);
-  if (!texture) return "the window shows nothing";
-  if (!gdk_texture_save_to_png(texture.get(), file.c_str())) return "cannot write '" + file.string() + "'";
-  return std::nullopt;
+bool hasOneColour(GdkTexture* texture, const graphene_rect_t& area) {
+  const auto width = static_cast<std::size_t>(gdk_texture_get_width(texture));
+  const auto height = static_cast<std::size_t>(gdk_texture_get_height(texture));
+  std::vector<std::uint32_t> pixels(width * height);
+  gdk_texture_download(texture, reinterpret_cast<guchar*>(pixels.data()), width * sizeof(std::uint32_t));
+
+  const auto clamped = [](float value, std::size_t limit) {
+    return static_cast<std::size_t>(std::clamp(value, 0.0F, static_cast<float>(limit)));
+  };
+  const std::size_t left = clamped(area.origin.x, width);
+  const std::size_t right = clamped(area.origin.x + area.size.width, width);
+  const std::size_t top = clamped(area.origin.y, height);
+  const std::size_t bottom = clamped(area.origin.y + area.size.height, height);
+  if (left >= right || top >= bottom) return true;
+  const std::uint32_t first = pixels[top * width + left];
+  for (std::size_t y = top; y < bottom; ++y) {
+    const std::uint32_t* const row = pixels.data() + y * width;
+    if (std::any_of(row + left, row + right, [&](std::uint32_t pixel) { return pixel != first; }))
+      return false;
+  }
+  return true;
+}
+
+void save(const PendingScreenshot& pending, const Done& done) {
+  const auto texture = textureOf(pending.window);
+  if (!texture) return done(ScreenshotResult::NotTaken, "the window shows nothing");
+  if (!gdk_texture_save_to_png(texture.get(), pending.file.c_str())) {
+    return done(ScreenshotResult::NotTaken, "cannot write '" + pending.file.string() + "'");
+  }
+  const bool isEmpty = hasOneColour(texture.get(), pending.subject);
+  done(isEmpty ? ScreenshotResult::NothingThere : ScreenshotResult::Taken, "");
 }
 
 void onPainted(GdkFrameClock* clock, gpointer data) {
   // The window's render nodes are complete only now: while a frame is due, they are gone.
-  auto& pending = *static_cast<PendingScreenshot*>(data);
-  const auto problem = save(pending.window, pending.file);
-  const auto done = std::exchange(pending.done, nullptr);
+  const PendingScreenshot pending = *static_cast<PendingScreenshot*>(data);
   g_signal_handlers_disconnect_by_func(clock, reinterpret_cast<gpointer>(onPainted), data);
-  done(problem);
+  save(pending, pending.done);
 }
 
 }  // namespace
 
-void saveScreenshot(GtkWindow* window, const std::filesystem::path& file,
-                    std::function<void(const std::optional<std::string>& problem)> done) {
+void saveScreenshot(GtkWindow* window, const graphene_rect_t& subject, const std::filesystem::path& file,
+                    std::function<void(ScreenshotResult result, const std::string& problem)> done) {
   GdkFrameClock* const clock = gtk_widget_get_frame_clock(GTK_WIDGET(window));
-  if (!clock) return done("the window is not on the screen");
+  if (!clock) return done(ScreenshotResult::NotTaken, "the window is not on the screen");
   g_signal_connect_data(
-      clock, "after-paint", G_CALLBACK(onPainted), new PendingScreenshot{window, file, std::move(done)},
+      clock, "after-paint", G_CALLBACK(onPainted),
+      new PendingScreenshot{window, subject, file, std::move(done)},
       [](gpointer data, GClosure*) { delete static_cast<PendingScreenshot*>(data); }, GConnectFlags());
   gtk_widget_queue_draw(GTK_WIDGET(window));
 }

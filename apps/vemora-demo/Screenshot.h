@@ -4,16 +4,22 @@
 
 #include <filesystem>
 #include <functional>
-#include <optional>
 #include <string>
 
 namespace vemora {
 
-/// Saves the next frame of what `window` shows as a PNG, and calls `done`, with what went wrong if something
-/// did. A window that goes before that frame takes `done` with it.
+enum class ScreenshotResult {
+  Taken,
+  NothingThere,  ///< Taken, but what it is about shows nothing but one colour.
+  NotTaken,
+};
+
+/// Saves the next frame of what `window` shows as a PNG. `subject` says which part of it the picture is
+/// about, in the window's coordinates.
 ///
-/// Threads: the main one.
-void saveScreenshot(GtkWindow* window, const std::filesystem::path& file,
-                    std::function<void(const std::optional<std::string>& problem)> done);
+/// Threads: the main one. Completion: `done` is called once, unless the window goes before its next frame.
+/// `problem` says why there is no file.
+void saveScreenshot(GtkWindow* window, const graphene_rect_t& subject, const std::filesystem::path& file,
+                    std::function<void(ScreenshotResult result, const std::string& problem)> done);
 
 }  // namespace vemora
