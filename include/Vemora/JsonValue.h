@@ -67,9 +67,13 @@ class VEMORA_EXPORT JsonValue {
   JsonValue(const std::vector<JsonValue>& array);
 
   JsonValue(const JsonValue& other) noexcept;
-  JsonValue(JsonValue&& other) noexcept;
+  JsonValue(JsonValue&& other) noexcept : type_(other.type_), payload_(other.payload_) {
+    other.type_ = Type::Null;
+  }
   JsonValue& operator=(JsonValue other) noexcept;
-  ~JsonValue();
+  ~JsonValue() {
+    if (isShared()) release();
+  }
 
   /// An object of the given entries, in their order; of entries with the same key the last counts.
   static JsonValue object(std::vector<Entry> entries);
@@ -132,6 +136,7 @@ class VEMORA_EXPORT JsonValue {
 
   JsonValue(Type type, Shared* owned) noexcept;
   bool isShared() const noexcept { return type_ >= Type::String; }
+  void release() noexcept;
 
   Type type_;
   union {

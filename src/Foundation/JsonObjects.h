@@ -3,7 +3,9 @@
 #include <Vemora/JsonValue.h>
 
 #include <atomic>
+#include <cstddef>
 #include <cstdint>
+#include <span>
 #include <string_view>
 #include <vector>
 
@@ -24,28 +26,62 @@ struct JsonValue::StringObject : Shared {
   void destroy();
 
   std::string_view text() const { return {reinterpret_cast<const char*>(this + 1), length}; }
-
-  /// NUL bytes behind the text: a checking reader of UTF-8 looks at up to three bytes beyond a sequence cut
-  /// short.
-  static constexpr std::size_t kPadding = 4;
+  /// Of interned strings no two have the same text.
+  bool isSameText(const StringObject& other) const {
+    return this == &other || (!(isInterned && other.isInterned) && text() == other.text());
+  }
 
   std::size_t length = 0;
   std::size_t hash = 0;  ///< Of interned strings only.
   StringObject* nextInBucket = nullptr;
   bool isInterned = false;
+
+ private:
+  struct Interned;
+  class Recent;
 };
 
+/// The elements follow the object in the same allocation.
 struct JsonValue::ArrayObject : Shared {
-  std::vector<JsonValue> elements;
+  /// Takes the elements out of where they are.
+  static ArrayObject* make(std::span<JsonValue> elements);
+  void destroy();
+
+  std::span<const JsonValue> elements() const {
+    return {reinterpret_cast<const JsonValue*>(this + 1), count};
+  }
+
+  std::size_t count = 0;
 };
 
+/// The entries follow the object in the same allocation.
 struct JsonValue::ObjectObject : Shared {
-  /// Keeps the last of entries with the same key.
-  explicit ObjectObject(std::vector<Entry> given);
+  /// Takes the entries out of where they are. Keeps the last of those with the same key.
+  static ObjectObject* make(std::span<Entry> entries);
+  /// The same with keys and values in turn.
+  static ObjectObject* make(std::span<JsonValue> keysAndValues);
+  void destroy();
+
+  std::span<const Entry> entries() const { return {reinterpret_cast<const Entry*>(this + 1), count}; }
   const JsonValue* find(std::string_view key) const;
 
-  std::vector<Entry> entries;
+  std::size_t count = 0;
   std::vector<std::uint32_t> byKey;  ///< Positions ordered by key, for objects too large to walk.
+
+ private:
+  template <typename EntryAt>
+  static ObjectObject* make(std::size_t count, EntryAt entryAt);
+  std::span<Entry> ownEntries() { return {reinterpret_cast<Entry*>(this + 1), count}; }
+  void dropRepeatedKeys();
+  void keepOnly(std::size_t kept);
+  void sortByKey();
+};
+
+/// For the reader, which has the parts of an array or object in a row, and for letting go.
+struct JsonValueAccess {
+  static JsonValue arrayOf(std::span<JsonValue> elements);
+  static JsonValue objectOf(std::span<JsonValue> keysAndValues);
+  static void destroy(JsonValue::Type type, JsonValue::Shared* shared);
 };
 
 }  // namespace vemora

@@ -2,26 +2,64 @@
 
 #include <Vemora/JsonValue.h>
 
-#include <rapidjson/encodedstream.h>
 #include <rapidjson/error/error.h>
 #include <rapidjson/memorystream.h>
 #include <rapidjson/reader.h>
 #include <rapidjson/stringbuffer.h>
 #include <rapidjson/writer.h>
 
+#include <algorithm>
+#include <cstring>
+#include <memory>
+
 namespace vemora {
 
 namespace {
 
-constexpr unsigned kReadFlags = rapidjson::kParseFullPrecisionFlag | rapidjson::kParseValidateEncodingFlag |
-                                rapidjson::kParseIterativeFlag;
+// What the handler refuses keeps the recursion short, and `isUtf8` has looked at the text beforehand.
+constexpr unsigned kReadFlags = rapidjson::kParseFullPrecisionFlag | rapidjson::kParseInsituFlag;
 
-using Writer = rapidjson::Writer<rapidjson::StringBuffer, rapidjson::UTF8<>, rapidjson::UTF8<>,
-                                 rapidjson::CrtAllocator, rapidjson::kWriteValidateEncodingFlag>;
+/// The reader works in a copy of the text, since it unescapes in place. Most messages are short.
+class TextCopy {
+ public:
+  explicit TextCopy(std::string_view text) {
+    if (text.size() >= sizeof inside_) outside_ = std::make_unique<char[]>(text.size() + 1);
+    if (!text.empty()) std::memcpy(bytes(), text.data(), text.size());
+    bytes()[text.size()] = '\0';
+  }
+  char* bytes() { return outside_ ? outside_.get() : inside_; }
+
+ private:
+  char inside_[4096];
+  std::unique_ptr<char[]> outside_;
+};
+
+/// Unescapes in place. Does not write what stands there already: reading words just after their bytes were
+/// written one by one is slow, and hashing does that.
+struct TextStream : rapidjson::InsituStringStream {
+  using rapidjson::InsituStringStream::InsituStringStream;
+  void Put(char c) {
+    if (*dst_ != c) *dst_ = c;
+    ++dst_;
+  }
+};
+
+}  // namespace
+}  // namespace vemora
+
+/// Small enough for the reader to keep in registers.
+template <>
+struct rapidjson::StreamTraits<vemora::TextStream> {
+  enum { copyOptimization = 1 };
+};
+
+namespace vemora {
+namespace {
 
 /// Builds values from the reader's events. Values wait on one stack until their array or object ends.
 class ValueBuilder : public rapidjson::BaseReaderHandler<rapidjson::UTF8<>, ValueBuilder> {
  public:
+  ValueBuilder() { values_.reserve(kUsualValues); }
   bool Null() { return add(nullptr); }
   bool Bool(bool value) { return add(value); }
   bool Int(int value) { return add(value); }
@@ -40,38 +78,61 @@ class ValueBuilder : public rapidjson::BaseReaderHandler<rapidjson::UTF8<>, Valu
   bool StartArray() { return ++depth_ <= JsonValue::kMaximumDepth; }
 
   bool EndObject(rapidjson::SizeType count) {
-    std::vector<JsonValue::Entry> entries;
-    entries.reserve(count);
-    const auto first = values_.end() - static_cast<std::ptrdiff_t>(count) * 2;
-    for (auto next = first; next != values_.end(); next += 2) {
-      entries.push_back({std::move(*next), std::move(*(next + 1))});
-    }
-    return end(first, JsonValue::object(std::move(entries)));
+    return end(JsonValueAccess::objectOf(last(std::size_t{count} * 2)), std::size_t{count} * 2);
   }
-
-  bool EndArray(rapidjson::SizeType count) {
-    const auto first = values_.end() - static_cast<std::ptrdiff_t>(count);
-    std::vector<JsonValue> elements(std::make_move_iterator(first), std::make_move_iterator(values_.end()));
-    return end(first, JsonValue::array(std::move(elements)));
-  }
+  bool EndArray(rapidjson::SizeType count) { return end(JsonValueAccess::arrayOf(last(count)), count); }
 
   JsonValue take() { return std::move(values_.front()); }
 
  private:
+  static constexpr std::size_t kUsualValues = 32;
+
+  std::span<JsonValue> last(std::size_t count) { return std::span(values_).last(count); }
+
   bool add(JsonValue value) {
     values_.push_back(std::move(value));
     return true;
   }
 
-  bool end(std::vector<JsonValue>::iterator first, JsonValue value) {
+  bool end(JsonValue value, std::size_t parts) {
     --depth_;
-    values_.erase(first, values_.end());
+    values_.resize(values_.size() - parts);
     return add(std::move(value));
   }
 
   std::vector<JsonValue> values_;
   std::size_t depth_ = 0;
 };
+
+constexpr std::string_view kByteOrderMark = "\xef\xbb\xbf";
+
+constexpr std::uint64_t kHighBits = 0x8080808080808080;
+
+/// Whether all text up to here is ASCII, eight bytes at a time.
+std::size_t asciiPrefix(std::string_view text) {
+  std::size_t at = 0;
+  for (; at + sizeof(std::uint64_t) <= text.size(); at += sizeof(std::uint64_t)) {
+    std::uint64_t word = 0;
+    std::memcpy(&word, text.data() + at, sizeof word);
+    if (word & kHighBits) return at;
+  }
+  return at;
+}
+
+struct Nowhere {
+  using Ch = char;
+  void Put(Ch) {}
+};
+
+bool isUtf8(std::string_view text) {
+  text.remove_prefix(asciiPrefix(text));
+  rapidjson::MemoryStream bytes(text.data() ? text.data() : "", text.size());
+  Nowhere nowhere;
+  while (bytes.Tell() < text.size()) {
+    if (!rapidjson::UTF8<>::Validate(bytes, nowhere)) return false;
+  }
+  return bytes.Tell() == text.size();
+}
 
 /// The code unit of an escape "\uXXXX" at this place; absent when there is none.
 std::optional<unsigned> escapedUnit(std::string_view text, std::size_t at) {
@@ -121,67 +182,103 @@ std::optional<std::string> withLoneSurrogatesReplaced(std::string_view text) {
   return replaced;
 }
 
-bool write(const JsonValue& value, Writer& writer, std::size_t depth);
-
-bool writeText(std::string_view text, Writer& writer) {
-  return writer.String(text.data() ? text.data() : "", static_cast<rapidjson::SizeType>(text.size()));
-}
-
-bool writeArray(const JsonValue& value, Writer& writer, std::size_t depth) {
-  bool good = writer.StartArray();
-  for (const JsonValue& element : value.elements()) good = good && write(element, writer, depth);
-  return good && writer.EndArray();
-}
-
-bool writeObject(const JsonValue& value, Writer& writer, std::size_t depth) {
-  bool good = writer.StartObject();
-  for (const JsonValue::Entry& entry : value.entries()) {
-    good = good && writeText(*entry.key.asString(), writer) && write(entry.value, writer, depth);
+/// Whether the text can stand between quotes as it is: ASCII without quotes, backslashes and control
+/// characters.
+bool isPlain(std::string_view text) {
+  constexpr std::uint64_t kOnes = 0x0101010101010101;
+  constexpr std::size_t kWord = sizeof(std::uint64_t);
+  const auto zeroBytes = [](std::uint64_t word) { return (word - kOnes) & ~word; };
+  const auto oddBytes = [&](const char* place) {
+    std::uint64_t word = 0;
+    std::memcpy(&word, place, kWord);
+    const std::uint64_t controls = word - kOnes * 0x20;
+    return (word | controls | zeroBytes(word ^ kOnes * '"') | zeroBytes(word ^ kOnes * '\\')) & kHighBits;
+  };
+  const auto isOdd = [](char c) { return c < 0x20 || c > 0x7E || c == '"' || c == '\\'; };
+  if (text.size() < kWord) return std::none_of(text.begin(), text.end(), isOdd);
+  for (std::size_t at = 0; at + kWord < text.size(); at += kWord) {
+    if (oddBytes(text.data() + at)) return false;
   }
-  return good && writer.EndObject();
+  return !oddBytes(text.data() + text.size() - kWord);
 }
 
-bool write(const JsonValue& value, Writer& writer, std::size_t depth) {
-  switch (value.type()) {
-    case JsonValue::Type::Null:
-      return writer.Null();
-    case JsonValue::Type::Boolean:
-      return writer.Bool(value.boolValue());
-    case JsonValue::Type::Integer:
-      return writer.Int64(value.integerValue());
-    case JsonValue::Type::Unsigned:
-      return writer.Uint64(value.unsignedValue());
-    case JsonValue::Type::Double:
-      return writer.Double(value.doubleValue());
-    case JsonValue::Type::String:
-      return writeText(*value.asString(), writer);
-    case JsonValue::Type::Array:
-      return depth < JsonValue::kMaximumDepth && writeArray(value, writer, depth + 1);
-    case JsonValue::Type::Object:
-      return depth < JsonValue::kMaximumDepth && writeObject(value, writer, depth + 1);
+class TextWriter {
+ public:
+  bool write(const JsonValue& value, std::size_t depth = 0) {
+    switch (value.type()) {
+      case JsonValue::Type::Null:
+        return writer_.Null();
+      case JsonValue::Type::Boolean:
+        return writer_.Bool(value.boolValue());
+      case JsonValue::Type::Integer:
+        return writer_.Int64(value.integerValue());
+      case JsonValue::Type::Unsigned:
+        return writer_.Uint64(value.unsignedValue());
+      case JsonValue::Type::Double:
+        return writer_.Double(value.doubleValue());
+      case JsonValue::Type::String:
+        return writeText(*value.asString());
+      case JsonValue::Type::Array:
+        return depth < JsonValue::kMaximumDepth && writeArray(value, depth + 1);
+      case JsonValue::Type::Object:
+        return depth < JsonValue::kMaximumDepth && writeObject(value, depth + 1);
+    }
+    return false;
   }
-  return false;
-}
+
+  std::string text() const { return {buffer_.GetString(), buffer_.GetSize()}; }
+
+ private:
+  bool writeText(std::string_view text) {
+    if (!isPlain(text)) {
+      return isUtf8(text) && writer_.String(text.data(), static_cast<rapidjson::SizeType>(text.size()));
+    }
+    writer_.RawValue("", 0, rapidjson::kStringType);  // Whatever has to stand before the text.
+    char* const place = buffer_.Push(text.size() + 2);
+    place[0] = '"';
+    std::copy(text.begin(), text.end(), place + 1);
+    place[text.size() + 1] = '"';
+    return true;
+  }
+
+  bool writeArray(const JsonValue& value, std::size_t depth) {
+    bool good = writer_.StartArray();
+    for (const JsonValue& element : value.elements()) good = good && write(element, depth);
+    return good && writer_.EndArray();
+  }
+
+  bool writeObject(const JsonValue& value, std::size_t depth) {
+    bool good = writer_.StartObject();
+    for (const JsonValue::Entry& entry : value.entries()) {
+      good = good && writeText(*entry.key.asString()) && write(entry.value, depth);
+    }
+    return good && writer_.EndObject();
+  }
+
+  rapidjson::StringBuffer buffer_;
+  rapidjson::Writer<rapidjson::StringBuffer> writer_{buffer_};
+};
 
 }  // namespace
 
 std::optional<JsonValue> JsonValue::parse(std::string_view text) {
+  if (!isUtf8(text)) return std::nullopt;
+  if (text.starts_with(kByteOrderMark)) text.remove_prefix(kByteOrderMark.size());
   const std::optional<std::string> replaced = withLoneSurrogatesReplaced(text);
   if (replaced) text = *replaced;
-  rapidjson::MemoryStream bytes(text.data() ? text.data() : "", text.size());
-  rapidjson::EncodedInputStream<rapidjson::UTF8<>, rapidjson::MemoryStream> stream(bytes);
+  TextCopy copy(text);
+  TextStream stream(copy.bytes());
   rapidjson::Reader reader;
   ValueBuilder builder;
   if (!reader.Parse<kReadFlags>(stream, builder)) return std::nullopt;
-  if (bytes.Tell() != text.size()) return std::nullopt;  // The reader takes a NUL byte for the end.
+  if (stream.Tell() != text.size()) return std::nullopt;  // The reader takes a NUL byte for the end.
   return builder.take();
 }
 
 std::optional<std::string> JsonValue::serialized() const {
-  rapidjson::StringBuffer buffer;
-  Writer writer(buffer);
-  if (!write(*this, writer, 0)) return std::nullopt;
-  return std::string(buffer.GetString(), buffer.GetSize());
+  TextWriter writer;
+  if (!writer.write(*this)) return std::nullopt;
+  return writer.text();
 }
 
 }  // namespace vemora

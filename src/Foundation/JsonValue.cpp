@@ -9,6 +9,7 @@
 #include <cstring>
 #include <limits>
 #include <locale>
+#include <memory>
 #include <new>
 #include <sstream>
 
@@ -23,8 +24,36 @@ std::string_view keyText(const JsonValue::Entry& entry) {
   return *entry.key.asString();
 }
 
+template <typename Word>
+std::uint64_t wordAt(const char* place) {
+  Word word = 0;
+  std::memcpy(&word, place, sizeof word);
+  return word;
+}
+
+/// Up to eight bytes of text as one number. Words that overlap, since loading a part of a word is slow.
+std::uint64_t shortTextAsNumber(std::string_view text) {
+  const char* const begin = text.data();
+  const char* const end = begin + text.size();
+  if (text.size() >= 4) return wordAt<std::uint32_t>(begin) | wordAt<std::uint32_t>(end - 4) << 32;
+  if (text.size() >= 2) return wordAt<std::uint16_t>(begin) | wordAt<std::uint16_t>(end - 2) << 16;
+  return text.empty() ? 0 : wordAt<std::uint8_t>(begin);
+}
+
 std::size_t hashOf(std::string_view text) {
-  return std::hash<std::string_view>{}(text);
+  constexpr std::uint64_t kFactor = 0x9E3779B97F4A7C15;
+  constexpr std::size_t kWord = sizeof(std::uint64_t);
+  std::uint64_t hash = text.size() * kFactor;
+  const auto mix = [&hash](std::uint64_t word) {
+    hash = (hash ^ word) * kFactor;
+    hash ^= hash >> 32;
+  };
+  std::size_t at = 0;
+  for (; at + kWord < text.size(); at += kWord) mix(wordAt<std::uint64_t>(text.data() + at));
+  mix(text.size() <= kWord ? shortTextAsNumber(text)
+                           : wordAt<std::uint64_t>(text.data() + text.size() - kWord));
+  mix(0);  // Multiplying carries upwards only: once more brings the last bytes to the low bits.
+  return static_cast<std::size_t>(hash);
 }
 
 template <typename Integer>
@@ -114,8 +143,8 @@ std::string decimalText(double number) {
 
 /// The process's interned strings, weakly: a string is in the table while anybody holds it. Split by hash, so
 /// that threads that read messages at the same time seldom meet.
-struct JsonValueAccess {
-  using StringObject = JsonValue::StringObject;
+struct JsonValue::StringObject::Interned {
+  static constexpr std::size_t kShards = 32;
 
   struct Shard {
     Mutex mutex;  ///< Guards the buckets and the chains through them. A leaf: nothing is locked under it.
@@ -172,96 +201,192 @@ struct JsonValueAccess {
     }
   };
 
-  static constexpr std::size_t kShards = 32;
-
   static Shard& shardOf(std::size_t hash) {
     static auto& shards = *new std::array<Shard, kShards>;
     return shards[hash % kShards];
   }
+};
 
-  static void destroy(JsonValue::Type type, JsonValue::Shared* shared) {
-    switch (type) {
-      case JsonValue::Type::String:
-        return static_cast<StringObject*>(shared)->destroy();
-      case JsonValue::Type::Array:
-        delete static_cast<JsonValue::ArrayObject*>(shared);
-        return;
-      case JsonValue::Type::Object:
-        delete static_cast<JsonValue::ObjectObject*>(shared);
-        return;
-      default:
-        return;
-    }
+/// The short strings that a thread has met last, held by it: the names that come with every message are then
+/// neither looked up under a lock nor made anew each time.
+class JsonValue::StringObject::Recent {
+ public:
+  static constexpr std::size_t kLongest = 32;
+
+  /// Null at the end of the thread.
+  static Recent* ofThread() {
+    static thread_local bool ended = false;
+    struct Owner {
+      Recent strings;
+      ~Owner() { ended = true; }
+    };
+    static thread_local Owner owner;
+    return ended ? nullptr : &owner.strings;
   }
+
+  ~Recent() {
+    for (StringObject* held : slots_) release(held);
+  }
+
+  /// With a reference for the caller.
+  StringObject* intern(std::string_view text, std::size_t hash) {
+    StringObject*& slot = slots_[hash % slots_.size()];
+    if (!slot || slot->hash != hash || slot->text() != text) {
+      release(std::exchange(slot, Interned::shardOf(hash).intern(text, hash)));
+    }
+    slot->references.fetch_add(1, std::memory_order_relaxed);
+    return slot;
+  }
+
+ private:
+  static void release(StringObject* held) {
+    if (held) JsonValue(Type::String, held);
+  }
+
+  std::array<StringObject*, 256> slots_{};
 };
 
 JsonValue::StringObject* JsonValue::StringObject::make(std::string_view text) {
-  auto* object = new (::operator new(sizeof(StringObject) + text.size() + kPadding)) StringObject;
+  auto* object = new (::operator new(sizeof(StringObject) + text.size())) StringObject;
   object->length = text.size();
   auto* bytes = reinterpret_cast<char*>(object + 1);
   if (!text.empty()) std::memcpy(bytes, text.data(), text.size());
-  std::memset(bytes + text.size(), 0, kPadding);
   return object;
 }
 
 JsonValue::StringObject* JsonValue::StringObject::intern(std::string_view text) {
   const std::size_t hash = hashOf(text);
-  return JsonValueAccess::shardOf(hash).intern(text, hash);
+  if (text.size() <= Recent::kLongest) {
+    if (Recent* recent = Recent::ofThread()) return recent->intern(text, hash);
+  }
+  return Interned::shardOf(hash).intern(text, hash);
 }
 
 void JsonValue::StringObject::destroy() {
-  if (isInterned) JsonValueAccess::shardOf(hash).remove(this);
+  if (isInterned) Interned::shardOf(hash).remove(this);
   this->~StringObject();
   ::operator delete(this);
 }
 
-JsonValue::ObjectObject::ObjectObject(std::vector<Entry> given) : entries(std::move(given)) {
-  const auto sortByKey = [this] {
-    byKey.resize(entries.size());
-    for (std::uint32_t i = 0; i < byKey.size(); ++i) byKey[i] = i;
-    std::stable_sort(byKey.begin(), byKey.end(),
-                     [this](auto a, auto b) { return keyText(entries[a]) < keyText(entries[b]); });
-  };
-  if (entries.size() <= kWalkedObjectSize) {
-    for (std::size_t i = 0; i + 1 < entries.size();) {
-      const bool repeated = std::any_of(entries.begin() + static_cast<std::ptrdiff_t>(i) + 1, entries.end(),
-                                        [&](const Entry& e) { return keyText(e) == keyText(entries[i]); });
-      if (repeated) {
-        entries.erase(entries.begin() + static_cast<std::ptrdiff_t>(i));
-      } else {
-        ++i;
-      }
+JsonValue::ArrayObject* JsonValue::ArrayObject::make(std::span<JsonValue> elements) {
+  auto* object = new (::operator new(sizeof(ArrayObject) + elements.size_bytes())) ArrayObject;
+  std::uninitialized_move(elements.begin(), elements.end(), reinterpret_cast<JsonValue*>(object + 1));
+  object->count = elements.size();
+  return object;
+}
+
+void JsonValue::ArrayObject::destroy() {
+  std::destroy_n(reinterpret_cast<JsonValue*>(this + 1), count);
+  this->~ArrayObject();
+  ::operator delete(this);
+}
+
+template <typename EntryAt>
+JsonValue::ObjectObject* JsonValue::ObjectObject::make(std::size_t count, EntryAt entryAt) {
+  auto* object = new (::operator new(sizeof(ObjectObject) + count * sizeof(Entry))) ObjectObject;
+  auto* entries = reinterpret_cast<Entry*>(object + 1);
+  for (std::size_t i = 0; i < count; ++i) new (entries + i) Entry(entryAt(i));
+  object->count = count;
+  object->dropRepeatedKeys();
+  return object;
+}
+
+JsonValue::ObjectObject* JsonValue::ObjectObject::make(std::span<Entry> entries) {
+  return make(entries.size(), [&](std::size_t i) { return std::move(entries[i]); });
+}
+
+JsonValue::ObjectObject* JsonValue::ObjectObject::make(std::span<JsonValue> parts) {
+  return make(parts.size() / 2, [&](std::size_t i) {
+    return Entry{std::move(parts[2 * i]), std::move(parts[2 * i + 1])};
+  });
+}
+
+void JsonValue::ObjectObject::destroy() {
+  std::destroy_n(reinterpret_cast<Entry*>(this + 1), count);
+  this->~ObjectObject();
+  ::operator delete(this);
+}
+
+void JsonValue::ObjectObject::dropRepeatedKeys() {
+  const std::span<Entry> own = ownEntries();
+  if (count > kWalkedObjectSize) {
+    sortByKey();
+    std::vector<bool> isRepeated(count);
+    bool anyRepeated = false;
+    for (std::size_t i = 0; i + 1 < count; ++i) {
+      if (keyText(own[byKey[i]]) != keyText(own[byKey[i + 1]])) continue;
+      isRepeated[byKey[i]] = true;
+      anyRepeated = true;
     }
+    if (!anyRepeated) return;
+    std::size_t kept = 0;
+    for (std::size_t i = 0; i < count; ++i) {
+      if (!isRepeated[i]) own[kept++] = std::move(own[i]);
+    }
+    keepOnly(kept);
+    sortByKey();
     return;
   }
-  sortByKey();
-  std::vector<bool> isRepeated(entries.size());
-  bool anyRepeated = false;
-  for (std::size_t i = 0; i + 1 < byKey.size(); ++i) {
-    if (keyText(entries[byKey[i]]) != keyText(entries[byKey[i + 1]])) continue;
-    isRepeated[byKey[i]] = true;
-    anyRepeated = true;
+  const auto keyObject = [](const Entry& entry) -> const StringObject& {
+    return *static_cast<const StringObject*>(entry.key.payload_.shared);
+  };
+  std::size_t kept = 0;
+  for (std::size_t i = 0; i < count; ++i) {
+    const auto isSameKey = [&](const Entry& other) { return keyObject(other).isSameText(keyObject(own[i])); };
+    const bool isRepeated =
+        std::any_of(own.begin() + static_cast<std::ptrdiff_t>(i) + 1, own.end(), isSameKey);
+    if (isRepeated) continue;
+    if (kept != i) own[kept] = std::move(own[i]);
+    ++kept;
   }
-  if (!anyRepeated) return;
-  std::vector<Entry> kept;
-  for (std::size_t i = 0; i < entries.size(); ++i) {
-    if (!isRepeated[i]) kept.push_back(std::move(entries[i]));
-  }
-  entries = std::move(kept);
-  sortByKey();
+  keepOnly(kept);
+}
+
+void JsonValue::ObjectObject::keepOnly(std::size_t kept) {
+  std::destroy(ownEntries().begin() + static_cast<std::ptrdiff_t>(kept), ownEntries().end());
+  count = kept;
+}
+
+void JsonValue::ObjectObject::sortByKey() {
+  byKey.resize(count);
+  for (std::uint32_t i = 0; i < byKey.size(); ++i) byKey[i] = i;
+  std::stable_sort(byKey.begin(), byKey.end(),
+                   [own = entries()](auto a, auto b) { return keyText(own[a]) < keyText(own[b]); });
 }
 
 const JsonValue* JsonValue::ObjectObject::find(std::string_view key) const {
+  const std::span<const Entry> own = entries();
   if (byKey.empty()) {
-    for (const Entry& entry : entries) {
+    for (const Entry& entry : own) {
       if (keyText(entry) == key) return &entry.value;
     }
     return nullptr;
   }
   const auto found =
       std::lower_bound(byKey.begin(), byKey.end(), key,
-                       [this](auto position, std::string_view k) { return keyText(entries[position]) < k; });
-  return found != byKey.end() && keyText(entries[*found]) == key ? &entries[*found].value : nullptr;
+                       [own](auto position, std::string_view k) { return keyText(own[position]) < k; });
+  return found != byKey.end() && keyText(own[*found]) == key ? &own[*found].value : nullptr;
+}
+
+JsonValue JsonValueAccess::arrayOf(std::span<JsonValue> elements) {
+  return JsonValue(JsonValue::Type::Array, JsonValue::ArrayObject::make(elements));
+}
+
+JsonValue JsonValueAccess::objectOf(std::span<JsonValue> keysAndValues) {
+  return JsonValue(JsonValue::Type::Object, JsonValue::ObjectObject::make(keysAndValues));
+}
+
+void JsonValueAccess::destroy(JsonValue::Type type, JsonValue::Shared* shared) {
+  switch (type) {
+    case JsonValue::Type::String:
+      return static_cast<JsonValue::StringObject*>(shared)->destroy();
+    case JsonValue::Type::Array:
+      return static_cast<JsonValue::ArrayObject*>(shared)->destroy();
+    case JsonValue::Type::Object:
+      return static_cast<JsonValue::ObjectObject*>(shared)->destroy();
+    default:
+      return;
+  }
 }
 
 JsonValue::JsonValue(Type type, Shared* owned) noexcept : type_(type), payload_{} {
@@ -283,31 +408,24 @@ JsonValue::JsonValue(const JsonValue& other) noexcept : type_(other.type_), payl
   if (isShared()) payload_.shared->references.fetch_add(1, std::memory_order_relaxed);
 }
 
-JsonValue::JsonValue(JsonValue&& other) noexcept : type_(other.type_), payload_(other.payload_) {
-  other.type_ = Type::Null;
-}
-
 JsonValue& JsonValue::operator=(JsonValue other) noexcept {
   std::swap(type_, other.type_);
   std::swap(payload_, other.payload_);
   return *this;
 }
 
-JsonValue::~JsonValue() {
-  if (!isShared()) return;
+void JsonValue::release() noexcept {
   if (payload_.shared->references.fetch_sub(1, std::memory_order_acq_rel) == 1) {
     JsonValueAccess::destroy(type_, payload_.shared);
   }
 }
 
 JsonValue JsonValue::object(std::vector<Entry> entries) {
-  return JsonValue(Type::Object, new ObjectObject(std::move(entries)));
+  return JsonValue(Type::Object, ObjectObject::make(std::span(entries)));
 }
 
 JsonValue JsonValue::array(std::vector<JsonValue> elements) {
-  auto* made = new ArrayObject;
-  made->elements = std::move(elements);
-  return JsonValue(Type::Array, made);
+  return JsonValue(Type::Array, ArrayObject::make(elements));
 }
 
 JsonValue JsonValue::internedString(std::string_view text) {
@@ -408,12 +526,12 @@ JsonValue JsonValue::operator[](std::string_view key) const {
 
 std::span<const JsonValue> JsonValue::elements() const noexcept {
   if (!isArray()) return {};
-  return static_cast<const ArrayObject*>(payload_.shared)->elements;
+  return static_cast<const ArrayObject*>(payload_.shared)->elements();
 }
 
 std::span<const JsonValue::Entry> JsonValue::entries() const noexcept {
   if (!isObject()) return {};
-  return static_cast<const ObjectObject*>(payload_.shared)->entries;
+  return static_cast<const ObjectObject*>(payload_.shared)->entries();
 }
 
 bool JsonValue::isIdenticalTo(const JsonValue& other) const noexcept {

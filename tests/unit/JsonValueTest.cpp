@@ -71,6 +71,23 @@ TEST(JsonValue, InternsWhatItReads) {
   EXPECT_FALSE(JsonValue(nullptr).isIdenticalTo(nullptr));
 }
 
+TEST(JsonValue, WritesEveryCharacterAtEveryPlaceSoThatItReadsBack) {
+  for (std::size_t length = 1; length <= 20; ++length) {
+    for (std::size_t at = 0; at < length; ++at) {
+      for (int c = 0; c < 0x80; ++c) {
+        std::string text(length, 'x');
+        text[at] = static_cast<char>(c);
+        const auto written = JsonValue(text).serialized();
+        ASSERT_TRUE(written);
+        ASSERT_EQ(JsonValue::parse(*written)->asString(), text) << *written;
+      }
+    }
+  }
+  EXPECT_FALSE(JsonValue::parse("\"\x1f 0123456789 \""));
+  EXPECT_FALSE(JsonValue::parse("\xef\xbb{}"));
+  EXPECT_TRUE(JsonValue::parse("\xef\xbb\xbf{}"));
+}
+
 TEST(JsonValue, LetsTheLastOfRepeatedKeysCount) {
   EXPECT_EQ(JsonValue::parse(R"({"a":1,"b":2,"a":3})")->serialized(), R"({"b":2,"a":3})");
   std::string large = "{";
