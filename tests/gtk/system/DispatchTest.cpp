@@ -48,8 +48,8 @@ class Witness {
 };
 
 TEST(MainQueueTest, KeepsTheOrderOfAllThreads) {
-  constexpr int kThreads = 4;
-  constexpr int kBlocks = 500;
+  constexpr std::size_t kThreads = 4;
+  constexpr std::size_t kBlocks = 500;
   std::mutex mutex;
   int next = 0;
   std::vector<int> order;
@@ -59,13 +59,14 @@ TEST(MainQueueTest, KeepsTheOrderOfAllThreads) {
     dispatch.mainAsync([&order, number = next++] { order.push_back(number); });
   };
   std::vector<std::thread> threads;
-  for (int i = 0; i < kThreads; ++i) {
+  threads.reserve(kThreads);
+  for (std::size_t i = 0; i < kThreads; ++i) {
     threads.emplace_back([&] {
-      for (int block = 0; block < kBlocks; ++block) post();
+      for (std::size_t block = 0; block < kBlocks; ++block) post();
     });
   }
   // While some run already, and with the main thread among the givers.
-  for (int block = 0; block < kBlocks; ++block) {
+  for (std::size_t block = 0; block < kBlocks; ++block) {
     post();
     g_main_context_iteration(nullptr, FALSE);
   }

@@ -18,8 +18,10 @@ namespace {
 /// Older than the dispatch, so destroyed after its stop.
 struct StaticObject {
   std::atomic<bool> isDestroyed{false};
+  std::atomic<int> waits{0};  ///< Under way.
   ~StaticObject() {
     isDestroyed = true;
+    if (waits != 0) std::abort();
     // Time for whatever still runs to be noticed.
     std::this_thread::sleep_for(std::chrono::milliseconds(30));
   }
@@ -48,10 +50,12 @@ class Load {
 
  private:
   void wait() {
+    ++staticObject.waits;
     MutexLock lock(mutex_);
     while (dispatch_.waitUntil(mutex_, condition_, dispatch_.now() + 3600)) {
     }
     staticObject.use();
+    --staticObject.waits;
   }
 
   void repost() {
@@ -82,7 +86,10 @@ class Load {
 /// What a program does whose child could not start another program.
 [[noreturn]] void exitInForkedChild() {
   const pid_t child = fork();
-  if (child == 0) exitNow();
+  if (child == 0) {
+    staticObject.waits = 0;  // Those are the parent's.
+    exitNow();
+  }
   int status = 0;
   if (waitpid(child, &status, 0) != child || !WIFEXITED(status)) std::abort();
   std::exit(WEXITSTATUS(status));

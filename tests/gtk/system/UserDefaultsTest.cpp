@@ -183,6 +183,7 @@ TEST_F(UserDefaultsTest, LosesNothingWhenProcessesWriteTogether) {
   constexpr int kProcesses = 3;
   constexpr int kKeys = 15;
   std::vector<pid_t> children;
+  children.reserve(kProcesses);
   for (int process = 0; process < kProcesses; ++process) {
     children.push_back(startProcess([&] {
       KeyFileUserDefaults defaults = open();

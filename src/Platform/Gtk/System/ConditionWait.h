@@ -17,7 +17,7 @@ inline bool waitOnCondition(Mutex& mutex, std::condition_variable& condition, St
   std::unique_lock<std::mutex> lock(mutex.native(), std::adopt_lock);
   bool inTime = true;
   if (deadline == SteadyTime::max()) {
-    condition.wait(lock);
+    condition.wait(lock);  // NOLINT(bugprone-spuriously-wake-up-functions): the caller looks again.
   } else {
     inTime = condition.wait_until(lock, deadline) == std::cv_status::no_timeout;
   }

@@ -26,7 +26,7 @@ class GtkBundle final : public Bundle {
   std::vector<std::string> preferredLocalizations() override { return languageTags(g_get_language_names()); }
 
   std::string localizedString(std::string_view key) override {
-    const std::string text(key);
+    std::string text(key);
     // The entry of the empty key is the catalogue's header.
     if (text.empty() || text.find('\0') != std::string::npos) return text;
     const char* translated = dgettext(nullptr, text.c_str());

@@ -156,7 +156,7 @@ void Download::onAnswer(GObject* session, GAsyncResult* result, gpointer data) {
 }
 
 void Download::readBody(std::unique_ptr<Download> self) {
-  constexpr gsize kChunk = 16 * 1024;
+  constexpr gsize kChunk = 16384;
   GInputStream* body = self->body_.get();
   GCancellable* cancellable = self->cancellable_.get();
   g_input_stream_skip_async(body, kChunk, G_PRIORITY_DEFAULT, cancellable, onBodyRead, self.release());
