@@ -214,6 +214,21 @@ TEST_F(VMRRuntimeTest, GivesEachCallItsOwnReply) {
   EXPECT_EQ(replyIn(*futureA)->params(), json(R"({"only":"params"})"));
 }
 
+TEST_F(VMRRuntimeTest, OffersRepliesToCallsAndListenersInOneOrder) {
+  const auto greedy = [] { return std::make_shared<Listener>([](const auto&) { return true; }); };
+  const auto early = call(), late = call();
+  const auto earlyFuture = exec(early);
+  const auto between = greedy();
+  runtime_->registerObserver(between);
+  const auto lateFuture = exec(late);
+  runtime_->onMessage(replyTo(*early));
+  runtime_->onMessage(replyTo(*late));
+  EXPECT_TRUE(earlyFuture->isDone());
+  EXPECT_FALSE(lateFuture->isDone()) << "a listener that was there before the call has taken its reply";
+  EXPECT_EQ(runtime_->observers().size(), 3u);
+  EXPECT_EQ(runtime_->observers()[1].lock(), between);
+}
+
 TEST_F(VMRRuntimeTest, RequestsWithTheIdOfACallAreNoReplies) {
   const auto request = call();
   const auto future = exec(request);
