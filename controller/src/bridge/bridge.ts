@@ -1,6 +1,7 @@
 import type { AdEventName, NativeSide } from "./events";
 import { isObject, objectAt } from "../util/json";
 import { webAddress } from "../util/address";
+import { Outbox } from "./outbox";
 import { RpcCodes, RpcError, type RequestHandler, type Result } from "./rpc";
 
 interface MessageHandler {
@@ -14,9 +15,15 @@ declare global {
   }
 }
 
+/** Without an id: nothing answers it, and one made up here could be that of a call in flight. */
+function notification(method: string, params: Record<string, unknown>): object {
+  return { jsonrpc: "2.0", method, params };
+}
+
 /** Both directions of the JSON-RPC traffic with the native side. */
 export class Bridge implements NativeSide {
   private handler: RequestHandler | undefined;
+  private readonly outbox = new Outbox();
 
   constructor(private readonly page: Window) {
     page.VemoraProxy = { bridge: { onMessage: (text) => this.onMessage(text) } };
@@ -26,8 +33,9 @@ export class Bridge implements NativeSide {
     this.handler = handler;
   }
 
+  /** Waits for nothing: it tells that the page is alive. */
   ping(): void {
-    this.notify("ping", {});
+    this.post(notification("ping", {}));
   }
 
   event(id: string, name: AdEventName, data?: unknown): void {
@@ -87,12 +95,12 @@ export class Bridge implements NativeSide {
   }
 
   private reply(id: unknown, answer: { result: Result } | { error: object }): void {
-    if (typeof id === "string" && id !== "") this.post({ jsonrpc: "2.0", id, ...answer });
+    if (typeof id !== "string" || id === "") return;
+    this.outbox.send(() => this.post({ jsonrpc: "2.0", id, ...answer }));
   }
 
-  /** Without an id: nothing answers it, and one made up here could be that of a call in flight. */
   private notify(method: string, params: Record<string, unknown>): void {
-    this.post({ jsonrpc: "2.0", method, params });
+    this.outbox.send(() => this.post(notification(method, params)));
   }
 
   /** Plain JSON and nothing else: web views differ in what they make of the rest. */

@@ -1,4 +1,4 @@
-import { beforeEach, describe, expect, it, vi } from "vitest";
+import { afterEach, beforeEach, describe, expect, it, vi } from "vitest";
 import { Bridge } from "../../src/bridge/bridge";
 import { RpcError } from "../../src/bridge/rpc";
 import { Heartbeat } from "../../src/heartbeat";
@@ -12,15 +12,19 @@ function deliver(message: unknown): unknown {
   return window.VemoraProxy?.bridge.onMessage(text);
 }
 
-const settled = () => new Promise((resolve) => setTimeout(resolve));
+/** Until all that was to be sent has left. */
+const settled = () => vi.advanceTimersByTimeAsync(1000);
 
 beforeEach(() => {
+  vi.useFakeTimers();
   posted = [];
   logged = [];
   const list = (bodies: unknown[]) => ({ postMessage: (body: unknown) => void bodies.push(body) });
   window.webkit = { messageHandlers: { Vemora: list(posted), VemoraLog: list(logged) } };
   bridge = new Bridge(window);
 });
+
+afterEach(() => void vi.useRealTimers());
 
 describe("requests", () => {
   it("are answered under their id, with a result or an error", async () => {
@@ -70,15 +74,30 @@ describe("requests", () => {
 });
 
 describe("notifications", () => {
-  it("are plain JSON objects without an id", () => {
+  it("are plain JSON objects without an id", async () => {
     bridge.event("ad-1", "AdTimeChange", 1.5);
     bridge.event("ad-1", "AdStarted");
     bridge.beacon("https://tracker.example/?a=1");
+    await settled();
     expect(posted).toEqual([
       { jsonrpc: "2.0", method: "event", params: { id: "ad-1", event: "AdTimeChange", data: 1.5 } },
       { jsonrpc: "2.0", method: "event", params: { id: "ad-1", event: "AdStarted" } },
       { jsonrpc: "2.0", method: "window", params: { event: "beacon", url: "https://tracker.example/?a=1" } },
     ]);
+  });
+
+  it("leave one after the other, and the heartbeat between them", async () => {
+    bridge.serve(async () => ({ ok: true }));
+    bridge.beacon("https://tracker.example/1");
+    bridge.beacon("https://tracker.example/2");
+    deliver({ id: "7", method: "get.ads" });
+    bridge.ping();
+    const names = () => posted.map((body) => (body as { method?: string }).method ?? "reply");
+    expect(names()).toEqual(["window", "ping"]);
+    await vi.advanceTimersByTimeAsync(45);
+    expect(names()).toEqual(["window", "ping", "window"]);
+    await vi.advanceTimersByTimeAsync(45);
+    expect(names()).toEqual(["window", "ping", "window", "reply"]);
   });
 
   it("send nothing out but web addresses", () => {
