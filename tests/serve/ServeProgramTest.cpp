@@ -70,7 +70,12 @@ TEST_F(ServeProgramTest, BadArgumentsEndWithTwoAndSayWhich) {
   for (const Case& c :
        {Case{{"--nonsense"}, "--nonsense"}, Case{{"--port"}, "--port"}, Case{{"--port", "http"}, "http"},
         Case{{"--port", "65536"}, "65536"}, Case{{"--port", "-1"}, "-1"}, Case{{"--port", "80 "}, "80 "},
-        Case{{"--port", ""}, "port"}, Case{{"stray"}, "stray"}}) {
+        Case{{"--port", ""}, "port"}, Case{{"stray"}, "stray"}, Case{{"--json"}, "--json"},
+        Case{{"--check", "http://a/"}, "http://a/"}, Case{{"--check", "https:page"}, "https:page"},
+        Case{{"--check", "https://a/", "stray"}, "stray"}, Case{{"--check", "--session", "plays"}, "plays"},
+        Case{{"--check", "--timeout", "0"}, "seconds: 0"}, Case{{"--check", "--timeout", "1 s"}, "1 s"},
+        Case{{"--check", "--list-beacons"}, "--list-beacons"},
+        Case{{"--check", "https://a/", "--ads", "a.json"}, "--ads"}}) {
     ServeProcess process(c.arguments);
     EXPECT_EQ(process.output(), "");
     EXPECT_NE(process.errors().find(c.named), std::string::npos) << c.named;
@@ -87,6 +92,9 @@ TEST_F(ServeProgramTest, FilesThatCannotBeUsedEndWithOneAndAreNamed) {
         std::vector<std::string>{"--page", page, "--config", missing},
         std::vector<std::string>{"--page", page, "--media", missing},
         std::vector<std::string>{"--page", page, "--root", page},
+        std::vector<std::string>{"--check", "https://a/", "--ca", missing},
+        std::vector<std::string>{"--check", "https://a/", "--ca", page},
+        std::vector<std::string>{"--check", "--page", page, "--request", missing},
         std::vector<std::string>{"--page", page, "--ca-out", missing + "/ca.pem"}}) {
     ServeProcess process(arguments);
     EXPECT_EQ(process.output(), "") << arguments.back();

@@ -15,6 +15,8 @@ constexpr double kLoadTimeout = 15;
 constexpr double kReplyTimeout = 5;
 /// The session ends after 5 seconds without a ping; a page has to leave something for the way.
 constexpr double kLargestPingGap = 4;
+/// Messages this close to each other may overtake each other on the native side.
+constexpr double kOvertaking = 0.1;
 
 bool isText(const JsonValue& value) {
   return value.asString().value_or("").size() > 0;
@@ -330,6 +332,17 @@ Verdict beaconsInTime(const Transcript& t) {
 
 // The heartbeat
 
+Verdict noEarlyPing(const Transcript& t) {
+  const std::vector<Notification> all = notificationsOf(t, "ping");
+  if (all.empty()) return {Outcome::Skip, "there was none"};
+  const std::optional<double> answered = adsAnsweredAt(t);
+  if (!answered || all.front().at < *answered) {
+    return {Outcome::Fail, "one came" + phaseAt(t, all.front().at)};
+  }
+  if (all.front().at < *answered + kOvertaking) return {Outcome::Fail, "one came right behind the answer"};
+  return {};
+}
+
 Verdict pings(const Transcript& t) {
   const std::optional<double> first = adsAnsweredAt(t);
   if (!first || adList(t).count().value_or(0) == 0) return {Outcome::Skip, "there were no ads"};
@@ -381,6 +394,8 @@ constexpr Rule kRules[] = {
     {"known-methods", "The page posts the methods \"ping\", \"event\" and \"window\" alone", knownMethods},
     {"window-form", "\"window\" messages open or fire an absolute http or https address", windowForm},
     {"beacons-in-time", "No beacon follows the end of the group", beaconsInTime},
+    {"no-early-ping", "No ping comes before \"get.ads\" is answered, where it would start a watch of its own",
+     noEarlyPing},
     {"pings", "Once there are ads, a ping comes at least every 4 seconds, whatever happens", pings},
 };
 

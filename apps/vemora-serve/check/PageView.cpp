@@ -13,6 +13,9 @@ namespace {
 
 /// Without any size a page would wait for a frame that is never drawn.
 constexpr int kParked = 1;
+/// The word that a certificate is trusted goes to another process, and a load on its heels may overtake it.
+constexpr int kMostRetries = 20;
+constexpr double kRetryDelay = 0.05;
 constexpr unsigned kFirstErrorStatus = 400;
 
 GObjectPtr<WebKitSettings> hostSettings() {
@@ -79,8 +82,9 @@ struct PageView::Hooks {
   static gboolean tlsFailed(WebKitWebView*, char* address, GTlsCertificate* certificate, GTlsCertificateFlags,
                             PageView* self) {
     self->hasFailed_ = true;
-    if (!std::exchange(self->hasRetried_, true) && self->trust(address, certificate)) {
-      self->load(self->address_);
+    if (self->retries_ < kMostRetries && self->trust(address, certificate)) {
+      ++self->retries_;
+      self->retry_.start(kRetryDelay, [self] { self->load(self->address_); });
     } else if (!std::exchange(self->isOver_, true)) {
       self->listener_.loadFailed("its certificate is not trusted; name one to trust with --ca");
     }
@@ -146,9 +150,11 @@ void PageView::finishLoading() {
   WebKitWebResource* const resource = webkit_web_view_get_main_resource(view_.get());
   WebKitURIResponse* const response = resource ? webkit_web_resource_get_response(resource) : nullptr;
   const unsigned status = response ? webkit_uri_response_get_status_code(response) : 0;
-  if (status < kFirstErrorStatus) return listener_.loaded();
+  if (status != 0 && status < kFirstErrorStatus) return listener_.loaded();
   isOver_ = true;
-  listener_.loadFailed("the server answered with the status " + std::to_string(status));
+  // An address that WebKit does not even ask for is reported as finished, and nothing else is said of it.
+  listener_.loadFailed(status == 0 ? "the web view refuses this address"
+                                   : "the server answered with the status " + std::to_string(status));
 }
 
 /// WebKit trusts further certificates one by one, by their host, and knows of no further authorities: whether
@@ -188,6 +194,7 @@ void PageView::place() {
 
 void PageView::close() {
   isOver_ = true;
+  retry_.cancel();
   webkit_web_view_load_uri(view_.get(), "about:blank");
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "../../common/GObjectPtr.h"
+#include "Timer.h"
 #include "Transcript.h"
 
 #include <gtk/gtk.h>
@@ -60,7 +61,8 @@ class PageView {
   std::shared_ptr<PageView*> self_;  ///< Null inside once this is gone, for scripts still on their way.
   std::string address_;
   bool hasFailed_ = false;
-  bool hasRetried_ = false;
+  int retries_ = 0;
+  Timer retry_;
   bool isOver_ = false;
 };
 
