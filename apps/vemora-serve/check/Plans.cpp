@@ -202,15 +202,21 @@ Plan robustness() {
                        page.send("check.unknown", JsonValue::object({{"x", 1}}), Purpose::UnknownMethod);
                      },
                      isLastAnswered, seconds(1)};
+  // A page that is found dead here would only be waited for once more with every step that follows.
+  const auto lives = [](const char* method) {
+    Step step = command("", method, nullptr, isLastAnswered, kAnswer);
+    step.isEssential = true;
+    return step;
+  };
   return plan("robustness", {loading(),
                              {beforeConfig,
                               askForConfig(Purpose::OddText),
                               askForAds(),
                               goOnWithAds(),
                               unknown,
-                              command("", "control.pause", nullptr, isLastAnswered, kAnswer),
+                              lives("control.pause"),
                               {"after texts that are no messages", tellNonsense, isOver, seconds(kLongWait)},
-                              command("", "control.resume", nullptr, isLastAnswered, kAnswer),
+                              lives("control.resume"),
                               startAd(),
                               endGroup("after a stop", "control.stop")}});
 }
