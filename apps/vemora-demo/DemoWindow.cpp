@@ -9,8 +9,8 @@
 namespace vemora {
 namespace {
 
-constexpr int kAdWidth = 640;
-constexpr int kAdHeight = 360;
+constexpr int kAdWidth = 656;
+constexpr int kAdHeight = 369;
 constexpr const char* kResources = "/org/vemora/Demo/";
 
 struct NamedCommand {
