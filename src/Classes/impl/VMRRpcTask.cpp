@@ -67,9 +67,10 @@ void VMRRpcTask::complete(const std::shared_ptr<VMRRpc>& message, const std::opt
 }
 
 bool VMRRpcTask::claimCompletion() {
+  std::shared_ptr<DispatchBlock> pending;  // Let go of outside the lock: it holds this task.
   MutexLock lock(mutex_);
-  if (_timeoutBlock) _timeoutBlock->cancel();
-  _timeoutBlock = nullptr;
+  pending = std::exchange(_timeoutBlock, {}).lock();
+  if (pending) pending->cancel();
   return !std::exchange(_didFireCallback, true);
 }
 

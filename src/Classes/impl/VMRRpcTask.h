@@ -47,7 +47,8 @@ class VMRRpcTask final : public VMRRuntimeMessageHandler, public std::enable_sha
   void settle(const std::shared_ptr<VMRRpc>& message, const std::optional<VMRError>& error);
 
   Mutex mutex_;  ///< Guards the two fields below. Nothing is locked under it.
-  std::shared_ptr<DispatchBlock> _timeoutBlock VMR_GUARDED_BY(mutex_);
+  /// Weak, since the block holds the task: a block that is dropped unrun must take the task along.
+  std::weak_ptr<DispatchBlock> _timeoutBlock VMR_GUARDED_BY(mutex_);
   bool _didFireCallback VMR_GUARDED_BY(mutex_) = false;
   const std::shared_ptr<VMRRuntime> _runtime;
   const std::shared_ptr<VMRRpc> _message;
