@@ -34,11 +34,28 @@ TEST(JsonValue, ReadsAndWritesDoublesExactly) {
   }
 }
 
+TEST(JsonValue, ReadsZeroHoweverItIsWritten) {
+  const std::string digits(40, '0');
+  for (const std::string& zero : {std::string("0e154"), std::string("-0E-400"), std::string("0.0e+99999"),
+                                  "0." + digits, "-0." + digits + "e30", std::string("0.00")}) {
+    const auto value = JsonValue::parse("[1, " + zero + ",\"0e154\\\"0e154\",2]");
+    ASSERT_TRUE(value) << zero;
+    EXPECT_EQ(value->elements()[1].doubleValue(), 0) << zero;
+    EXPECT_EQ(std::signbit(value->elements()[1].doubleValue()), zero.front() == '-') << zero;
+    EXPECT_EQ(value->elements()[2].asString(), "0e154\"0e154");
+  }
+  for (const char* malformed : {"0e", "00e1", "0.e1", "-0e+", "0e1.0", "0e5-", "[0e1", "\"0e1"}) {
+    EXPECT_FALSE(JsonValue::parse(malformed)) << malformed;
+  }
+  EXPECT_EQ(JsonValue::parse("0." + digits + "1e41")->doubleValue(), 1);
+}
+
 TEST(JsonValue, RefusesWhatIsNotExactlyOneText) {
   const std::string withNul("{}\0", 3);
   for (const std::string_view text :
        {std::string_view(""), std::string_view("{} {}"), std::string_view("[1,]"),
-        std::string_view("\"\xff\""), std::string_view("nan"), std::string_view(withNul)}) {
+        std::string_view("\"\xff\""), std::string_view("nan"), std::string_view("[2e308]"),
+        std::string_view("-1e999"), std::string_view(withNul)}) {
     EXPECT_FALSE(JsonValue::parse(text)) << text;
   }
 }
