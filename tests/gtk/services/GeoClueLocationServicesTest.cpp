@@ -101,7 +101,7 @@ TEST_F(GeoClueLocationServicesTest, IsAbsentWithoutABusOrAService) {
 }
 
 TEST_F(GeoClueLocationServicesTest, KnowsAServiceThatIsYetToBeStartedAndDoesNotStartItForAQuestion) {
-  bus_.installService("org.freedesktop.GeoClue2", "/bin/sh -c 'touch " + bus_.path("started") + "'");
+  bus_.installService("org.freedesktop.GeoClue2", "/bin/sh -c 'touch " + bus_.path("started") + "; exit 1'");
   startBus();
   {
     const auto services = makeServices();
