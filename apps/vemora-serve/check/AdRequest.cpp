@@ -50,7 +50,7 @@ JsonValue adRequest(const JsonValue& own) {
 JsonValue readObject(const std::filesystem::path& file, std::string& problem) {
   std::ifstream stream(file, std::ios::binary);
   const std::string text((std::istreambuf_iterator<char>(stream)), std::istreambuf_iterator<char>());
-  const JsonValue value = stream ? JsonValue::parse(text).value_or(nullptr) : JsonValue();
+  JsonValue value = stream ? JsonValue::parse(text).value_or(nullptr) : JsonValue();
   if (value.isObject()) return value;
   problem = stream ? "holds no JSON object" : "cannot be read";
   return nullptr;

@@ -19,7 +19,7 @@ constexpr double kLargestPingGap = 4;
 constexpr double kOvertaking = 0.1;
 
 bool isText(const JsonValue& value) {
-  return value.asString().value_or("").size() > 0;
+  return !value.asString().value_or("").empty();
 }
 
 bool isFilledObject(const JsonValue& value) {
