@@ -23,9 +23,9 @@ struct Notification {
 ///
 ///     auto token = NotificationCenter::defaultCenter().addObserver(name, [](const Notification& n) { ... });
 ///
-/// Posting calls the handlers synchronously, on the posting thread, in the order in which they were added, with no lock
-/// held: handlers may add and remove observers. A handler is not called any more once its token is gone, save on a thread
-/// that is already inside it. All operations may be called from any thread.
+/// Posting calls the handlers synchronously, on the posting thread, in the order in which they were added,
+/// with no lock held: handlers may add and remove observers. A handler is not called any more once its token
+/// is gone, save on a thread that is already inside it. All operations may be called from any thread.
 class VEMORA_EXPORT NotificationCenter {
  public:
   using Handler = std::function<void(const Notification&)>;

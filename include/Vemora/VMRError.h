@@ -21,8 +21,8 @@ enum VMRErrorCode : std::int64_t {
   VMRErrorNotResponding = 5005,  ///< The controller stopped sending heartbeats.
 };
 
-/// A failure as a value: what failed (`domain`, `code`), what to tell people (`description`), and why. Errors are
-/// immutable once handed on and may be passed between threads.
+/// A failure as a value: what failed (`domain`, `code`), what to tell people (`description`), and why. Errors
+/// are immutable once handed on and may be passed between threads.
 struct VEMORA_EXPORT VMRError {
   std::string domain;
   std::int64_t code = 0;

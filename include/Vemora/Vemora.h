@@ -13,8 +13,8 @@ VEMORA_EXPORT extern const double VemoraVersionNumber;
 /// A source-identification marker, as what(1) finds it.
 VEMORA_EXPORT extern const unsigned char VemoraVersionString[];
 
-/// Settings of the whole SDK, and its log. Set them before making ad requests; they live as long as the process and are
-/// not stored. Every operation may be called from any thread.
+/// Settings of the whole SDK, and its log. Set them before making ad requests; they live as long as the
+/// process and are not stored. Every operation may be called from any thread.
 class VEMORA_EXPORT Vemora {
  public:
   Vemora() = delete;

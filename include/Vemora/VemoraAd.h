@@ -9,13 +9,14 @@ namespace vemora {
 
 /// One ad of a group, as the controller described it. Immutable; any thread.
 ///
-/// Each accessor hands out what was found, without conversion: a text where the controller sent a text, null where it sent
-/// nothing.
+/// Each accessor hands out what was found, without conversion: a text where the controller sent a text, null
+/// where it sent nothing.
 class VEMORA_EXPORT VemoraAd {
  public:
   /// Not a valid initialiser: throws `InternalInconsistencyException`.
   static std::shared_ptr<VemoraAd> init();
-  /// Never null. An ad without an id, or with an empty one, is numbered "1", "2", ... for the life of the process.
+  /// Never null. An ad without an id, or with an empty one, is numbered "1", "2", ... for the life of the
+  /// process.
   static std::shared_ptr<VemoraAd> initWithAdDictionary(const JsonValue& dictionary);
 
   const JsonValue& index() const { return index_; }  ///< Position in its group.

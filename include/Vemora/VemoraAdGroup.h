@@ -9,8 +9,8 @@
 
 namespace vemora {
 
-/// The ads that the controller will play, in the order of their `index`. Immutable; any thread. Iterating over the group
-/// iterates over its ads.
+/// The ads that the controller will play, in the order of their `index`. Immutable; any thread. Iterating
+/// over the group iterates over its ads.
 class VEMORA_EXPORT VemoraAdGroup {
  public:
   using Ads = std::vector<std::shared_ptr<VemoraAd>>;

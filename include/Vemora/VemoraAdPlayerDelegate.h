@@ -13,12 +13,12 @@ namespace vemora {
 
 class VemoraAdPlayerBase;
 
-/// What a host app hears of its player. A player holds its delegate weakly; every callback's first argument is the
-/// player.
+/// What a host app hears of its player. A player holds its delegate weakly; every callback's first argument
+/// is the player.
 ///
-/// All callbacks come on the main thread, save `requestForPlayer`. Inside any of them the host may send the player
-/// commands, shut it down or let go of it. All but `requestForPlayer` are optional. An ad is null when the controller's
-/// event names none that the group has.
+/// All callbacks come on the main thread, save `requestForPlayer`. Inside any of them the host may send the
+/// player commands, shut it down or let go of it. All but `requestForPlayer` are optional. An ad is null when
+/// the controller's event names none that the group has.
 class VEMORA_EXPORT VemoraAdPlayerDelegate {
  public:
   using Player = std::shared_ptr<VemoraAdPlayerBase>;
@@ -30,8 +30,10 @@ class VEMORA_EXPORT VemoraAdPlayerDelegate {
   /// Once for each load, on a background thread. Without a request the load ends with error 5001.
   virtual std::shared_ptr<VemoraAdRequest> requestForPlayer(const Player& player) = 0;
 
-  /// The load has ended. Look at both: a group may come together with an error (5003 for a group without ads).
-  virtual void vemoraDidLoadAds(const Player& player, const AdGroup& ads, const std::optional<VMRError>& error);
+  /// The load has ended. Look at both: a group may come together with an error (5003 for a group without
+  /// ads).
+  virtual void vemoraDidLoadAds(const Player& player, const AdGroup& ads,
+                                const std::optional<VMRError>& error);
   virtual void vemoraAdGroupStart(const Player& player, const AdGroup& adGroup);
   virtual void vemoraAdStart(const Player& player, const Ad& ad);
   virtual void vemoraAdPlaying(const Player& player, const Ad& ad);

@@ -11,8 +11,8 @@
 
 namespace vemora {
 
-/// What the host app wants to show. Fill it on one thread, hand it to a player, and do not change it afterwards: the
-/// player reads it on a thread of its own while it loads.
+/// What the host app wants to show. Fill it on one thread, hand it to a player, and do not change it
+/// afterwards: the player reads it on a thread of its own while it loads.
 ///
 ///     auto request = VemoraAdRequest::initWithApiKey("my-key");
 ///     request->setChannel("42");
@@ -33,12 +33,13 @@ class VEMORA_EXPORT VemoraAdRequest {
   const std::optional<std::string>& channel() const { return channel_; }
   void setChannel(std::optional<std::string> channel) { channel_ = std::move(channel); }
 
-  /// "none" until a player that loads the request writes its own kind: "inline", "resizeable" or "interstitial". Any
-  /// thread: several loads may share a request.
+  /// "none" until a player that loads the request writes its own kind: "inline", "resizeable" or
+  /// "interstitial". Any thread: several loads may share a request.
   std::optional<std::string> placementType() const;
   void setPlacementType(std::optional<std::string> type);
 
-  /// Request parameters. A null value, or an absent list, removes the entry; a list is kept whole as one value.
+  /// Request parameters. A null value, or an absent list, removes the entry; a list is kept whole as one
+  /// value.
   void setParam(std::string_view key, const JsonValue& value);
   /// Targeting values of the host's own, in the same way.
   void setCustom(std::string_view key, const JsonValue& value);

@@ -7,8 +7,8 @@
 
 namespace vemora {
 
-/// Plays ads centred in a view of the host app, at a fraction of its size that may change at any time: `setSize`, on the
-/// main thread. Until then the ad fills the view.
+/// Plays ads centred in a view of the host app, at a fraction of its size that may change at any time:
+/// `setSize`, on the main thread. Until then the ad fills the view.
 class VEMORA_EXPORT VemoraResizableAdPlayer final : public VemoraAdPlayerBase {
  public:
   static std::shared_ptr<VemoraResizableAdPlayer> init();

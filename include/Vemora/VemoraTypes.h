@@ -40,7 +40,8 @@ enum VemoraAdEvent : std::ptrdiff_t {
   AdSkippableStateChange,
 };
 
-/// The event of this name, in any mix of letter case; `AdUnknown` for no name and for every other text. Any thread.
+/// The event of this name, in any mix of letter case; `AdUnknown` for no name and for every other text. Any
+/// thread.
 VEMORA_EXPORT VemoraAdEvent VemoraAdEventFromNSString(std::optional<std::string_view> name);
 
 /// The name of the event; "AdUnknown" for a value that is none. Any thread.

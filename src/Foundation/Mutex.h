@@ -1,8 +1,8 @@
 #pragma once
 
-#include <mutex>
-
 #include "Foundation/ThreadAnnotations.h"
+
+#include <mutex>
 
 namespace vemora {
 

@@ -1,10 +1,10 @@
 #pragma once
 
+#include "Platform/Ports/System.h"
+
 #include <optional>
 #include <string>
 #include <string_view>
-
-#include "Platform/Ports/System.h"
 
 /// The parts of the system port that need no more than GLib, for every backend that has it.
 namespace vemora::glib {

@@ -6,9 +6,9 @@
 
 namespace vemora::gtk {
 
-/// Owns one reference to a GObject. How it came by the reference is said when it is made, since the types of the C
-/// interfaces do not say it: `adopt` takes over a reference that was given away ("transfer full"), `retain` adds one to
-/// a borrowed object ("transfer none"), `sink` makes a floating reference its own.
+/// Owns one reference to a GObject. How it came by the reference is said when it is made, since the types of
+/// the C interfaces do not say it: `adopt` takes over a reference that was given away ("transfer full"),
+/// `retain` adds one to a borrowed object ("transfer none"), `sink` makes a floating reference its own.
 template <typename T>
 class GObjectPtr {
  public:

@@ -36,6 +36,8 @@ class GtkPlatform final : public Platform {
 
 }  // namespace
 
-std::unique_ptr<Platform> createPlatform() { return std::make_unique<GtkPlatform>(); }
+std::unique_ptr<Platform> createPlatform() {
+  return std::make_unique<GtkPlatform>();
+}
 
 }  // namespace vemora

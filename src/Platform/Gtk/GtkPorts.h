@@ -1,8 +1,8 @@
 #pragma once
 
-#include <memory>
-
 #include "Platform/Ports/Platform.h"
+
+#include <memory>
 
 /// The makers of this backend's ports; each is defined beside the class that it makes.
 namespace vemora::gtk {

@@ -5,8 +5,8 @@
 
 namespace vemora {
 
-/// Posted on the default notification centre when the audio output changes, on a background thread whose blocking keeps
-/// nobody else waiting. The reason is in the user info.
+/// Posted on the default notification centre when the audio output changes, on a background thread whose
+/// blocking keeps nobody else waiting. The reason is in the user info.
 inline constexpr char AVAudioSessionRouteChangeNotification[] = "AVAudioSessionRouteChangeNotification";
 inline constexpr char AVAudioSessionRouteChangeReasonKey[] = "AVAudioSessionRouteChangeReasonKey";
 
@@ -18,8 +18,8 @@ enum AVAudioSessionRouteChangeReason : int {
   AVAudioSessionRouteChangeReasonRouteConfigurationChange = 8,
 };
 
-/// The audio output of the process. Asking for the category makes the session exist; before that no route change is
-/// posted.
+/// The audio output of the process. Asking for the category makes the session exist; before that no route
+/// change is posted.
 ///
 /// Lifetime: as long as the platform.
 /// Threads: any.

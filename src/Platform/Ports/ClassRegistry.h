@@ -17,8 +17,8 @@ class ExternalObject;
 using ExternalValue = std::variant<std::monostate, bool, std::int64_t, double, std::string, JsonValue,
                                    std::shared_ptr<View>, std::shared_ptr<ExternalObject>>;
 
-/// An object, or a class, of a library that was not there when this one was built. Messages go by selector text, such as
-/// "initWithType:withPlayheadMillis:"; the receiver decides what it understands.
+/// An object, or a class, of a library that was not there when this one was built. Messages go by selector
+/// text, such as "initWithType:withPlayheadMillis:"; the receiver decides what it understands.
 ///
 /// Lifetime: shared; the outside object is let go of with the last reference.
 /// Threads: the main thread.

@@ -30,8 +30,8 @@ class Device {
 
   /// Whether the platform has the class "CTTelephonyNetworkInfo".
   virtual bool hasTelephonyNetworkInfo() = 0;
-  /// What the status bar's network item shows: 0 nothing, 1 "2G", 2 "3G", 3 "4G", 4 LTE, 5 Wi-Fi. Main thread where the
-  /// platform has a status bar. Absent without such an item.
+  /// What the status bar's network item shows: 0 nothing, 1 "2G", 2 "3G", 3 "4G", 4 LTE, 5 Wi-Fi. Main thread
+  /// where the platform has a status bar. Absent without such an item.
   virtual std::optional<int> statusBarDataNetworkType() = 0;
 };
 

@@ -1,7 +1,5 @@
 #pragma once
 
-#include <memory>
-
 #include "Platform/Ports/Application.h"
 #include "Platform/Ports/AudioSession.h"
 #include "Platform/Ports/Bundle.h"
@@ -12,6 +10,8 @@
 #include "Platform/Ports/NetworkReachability.h"
 #include "Platform/Ports/System.h"
 #include "Platform/Ports/UserDefaults.h"
+
+#include <memory>
 
 namespace vemora {
 
@@ -41,7 +41,9 @@ class Platform {
 /// Defined by the backend that is built in.
 std::unique_ptr<Platform> createPlatform();
 
-inline Dispatch& dispatch() { return Platform::shared().dispatch(); }
+inline Dispatch& dispatch() {
+  return Platform::shared().dispatch();
+}
 
 /// Stops the process, in every build, when called off the main thread.
 void assertMainThread();

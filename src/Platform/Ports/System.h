@@ -1,13 +1,13 @@
 #pragma once
 
+#include "Platform/Ports/URLSession.h"
+
 #include <array>
 #include <cstdint>
 #include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
-
-#include "Platform/Ports/URLSession.h"
 
 namespace vemora {
 

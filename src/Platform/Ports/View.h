@@ -1,10 +1,10 @@
 #pragma once
 
+#include "Foundation/Geometry.h"
+
 #include <memory>
 #include <optional>
 #include <string_view>
-
-#include "Foundation/Geometry.h"
 
 namespace vemora {
 
@@ -14,8 +14,8 @@ class ViewController;
 
 enum class LayoutAttribute { Leading, Trailing, Top, Bottom, CenterX, CenterY, Width, Height };
 
-/// first.attribute == second.attribute * multiplier + constant. With `toSafeArea` the second item is the second view's
-/// safe-area guide: its bounds less what the system draws over.
+/// first.attribute == second.attribute * multiplier + constant. With `toSafeArea` the second item is the
+/// second view's safe-area guide: its bounds less what the system draws over.
 struct LayoutConstraint {
   std::weak_ptr<View> firstItem;
   LayoutAttribute firstAttribute;
@@ -35,12 +35,11 @@ class KeyValueObserver {
 
 /// A rectangle on the screen that holds other views.
 ///
-/// Lifetime: superviews hold subviews strongly; `superview` and `window` point back weakly. Observers and the items of
-/// constraints are held weakly. A constraint goes with the superview that it was added to or with either of its items.
-/// Threads: the main thread, destruction included.
-/// Completion: everything acts at once, save layout, which follows `setNeedsLayout` before the next frame.
-/// Errors: none. Sizes that are not finite or are negative count as 0; constraints between views that share no superview
-/// are ignored.
+/// Lifetime: superviews hold subviews strongly; `superview` and `window` point back weakly. Observers and the
+/// items of constraints are held weakly. A constraint goes with the superview that it was added to or with
+/// either of its items. Threads: the main thread, destruction included. Completion: everything acts at once,
+/// save layout, which follows `setNeedsLayout` before the next frame. Errors: none. Sizes that are not finite
+/// or are negative count as 0; constraints between views that share no superview are ignored.
 class View {
  public:
   virtual ~View() = default;
@@ -69,7 +68,8 @@ class View {
   virtual void setNeedsLayout() = 0;
 
   /// With `initial`, the observer hears of the key at once as well.
-  virtual void addObserver(std::weak_ptr<KeyValueObserver> observer, std::string_view keyPath, bool initial) = 0;
+  virtual void addObserver(std::weak_ptr<KeyValueObserver> observer, std::string_view keyPath,
+                           bool initial) = 0;
   virtual void removeObserver(const KeyValueObserver* observer, std::string_view keyPath) = 0;
 
   /// What an outside measurement library is told to watch: the platform's own layer or view.

@@ -1,5 +1,8 @@
 #pragma once
 
+#include "Platform/Ports/URLSession.h"
+#include "Platform/Ports/View.h"
+
 #include <Vemora/JsonValue.h>
 #include <Vemora/VMRError.h>
 
@@ -9,13 +12,10 @@
 #include <string>
 #include <string_view>
 
-#include "Platform/Ports/URLSession.h"
-#include "Platform/Ports/View.h"
-
 namespace vemora {
 
-/// What the page posted to a named handler. A structured object is decoded as an object; text, numbers, arrays and the
-/// rest come as what they are; what cannot be decoded at all comes as its text.
+/// What the page posted to a named handler. A structured object is decoded as an object; text, numbers,
+/// arrays and the rest come as what they are; what cannot be decoded at all comes as its text.
 struct ScriptMessage {
   std::string name;
   JsonValue body;
@@ -31,7 +31,8 @@ class ScriptMessageHandler {
 class UserContentController {
  public:
   virtual ~UserContentController() = default;
-  virtual void addScriptMessageHandler(std::shared_ptr<ScriptMessageHandler> handler, std::string_view name) = 0;
+  virtual void addScriptMessageHandler(std::shared_ptr<ScriptMessageHandler> handler,
+                                       std::string_view name) = 0;
   virtual void removeScriptMessageHandlerForName(std::string_view name) = 0;
 };
 
@@ -66,10 +67,10 @@ struct EdgeInsets {
 ///
 /// Lifetime: delegates are held weakly. The configuration, with its content controller, is held strongly.
 /// Threads: the main thread, destruction included; every callback comes on it.
-/// Completion: the completion of `evaluateJavaScript` runs exactly once, with an error or none, unless the view goes
-/// first; the value of the script is dropped, and a value that cannot leave the page is no error. Delegates hear of a
-/// navigation's end, never before the call that started it has returned.
-/// Errors: domain and code are the platform's own.
+/// Completion: the completion of `evaluateJavaScript` runs exactly once, with an error or none, unless the
+/// view goes first; the value of the script is dropped, and a value that cannot leave the page is no error.
+/// Delegates hear of a navigation's end, never before the call that started it has returned. Errors: domain
+/// and code are the platform's own.
 class WebView : public virtual View {
  public:
   virtual const WebViewConfiguration& configuration() const = 0;
