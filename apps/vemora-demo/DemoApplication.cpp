@@ -25,7 +25,7 @@ namespace fs = std::filesystem;
 
 constexpr const char* kApplicationId = "org.vemora.Demo";
 constexpr unsigned kLastBeaconsInMilliseconds = 1000;
-constexpr double kScreenshotAtSeconds = 1.5;
+constexpr double kScreenshotAtSeconds = 2.0;
 constexpr float kSizeStep = 1.25F;
 constexpr float kSmallestSize = 0.2F;
 constexpr std::string_view kOriginPlaceholder = "{{origin}}";

@@ -57,6 +57,16 @@ int DemoRun::finish() {
   return process_.wait();
 }
 
+std::string DemoRun::criticals() const {
+  std::istringstream lines(outputs_.errors);
+  std::string found;
+  for (std::string line; std::getline(lines, line);) {
+    const bool isOurs = line.find("(vemora-demo:") != std::string::npos;
+    if (isOurs && line.find("-CRITICAL **") != std::string::npos) found += line + "\n";
+  }
+  return found;
+}
+
 std::vector<std::string> DemoRun::callbacks() const {
   std::vector<std::string> names;
   for (const JsonValue& event : events_) {

@@ -27,6 +27,8 @@ class DemoRun {
   /// All that it has written, for the text of a failure.
   [[nodiscard]] std::string told() const { return outputs_.output + outputs_.errors; }
   [[nodiscard]] const std::string& errors() const { return outputs_.errors; }
+  /// What GLib and GTK found wrong with calls of the demo's own process; a web process has its own.
+  [[nodiscard]] std::string criticals() const;
 
   /// The callbacks, in order, as they were written.
   [[nodiscard]] const std::vector<JsonValue>& events() const { return events_; }
