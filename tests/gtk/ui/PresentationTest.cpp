@@ -224,6 +224,12 @@ TEST_F(PresentationTest, BrowsesWithinTheWeb) {
     webkit_web_view_evaluate_javascript(pageOf(browser), script, -1, nullptr, nullptr, nullptr, nullptr,
                                         nullptr);
   };
+  // Pages that WebKit alone would show.
+  for (const char* address : {"data:text/html,<title>Data</title>", "file:///etc/hostname"}) {
+    webkit_web_view_load_uri(pageOf(browser), address);
+    EXPECT_TRUE(waitUntil([&] { return !webkit_web_view_is_loading(pageOf(browser)); }));
+    EXPECT_EQ(headerTexts(browser).at(0), "First") << address;
+  }
   run("location.href = 'file:///etc/passwd'");
   run("location.href = 'vemora-unknown://x'");
   run("document.getElementById('a').click()");
