@@ -1,3 +1,4 @@
+#include "Foundation/DecimalNumbers.h"
 #include "Foundation/JsonObjects.h"
 
 #include <Vemora/JsonValue.h>
@@ -9,17 +10,36 @@
 #include <rapidjson/writer.h>
 
 #include <algorithm>
+#include <charconv>
 #include <cmath>
 #include <cstring>
-#include <iterator>
 #include <memory>
 
 namespace vemora {
 
 namespace {
 
-// What the handler refuses keeps the recursion short, and `isUtf8` has looked at the text beforehand.
-constexpr unsigned kReadFlags = rapidjson::kParseFullPrecisionFlag | rapidjson::kParseInsituFlag;
+/// Numbers come as texts: the reader's own exact conversion gets zeros with exponents and some long integers
+/// wrong. The encoding has been checked beforehand, by `isUtf8`, in words of eight bytes.
+constexpr unsigned kReadFlags =
+    rapidjson::kParseNumbersAsStringsFlag | rapidjson::kParseInsituFlag | rapidjson::kParseIterativeFlag;
+
+template <typename Integer>
+std::optional<JsonValue> integerFrom(std::string_view text) {
+  Integer value = 0;
+  const char* end = text.data() + text.size();
+  const auto [stop, error] = std::from_chars(text.data(), end, value);
+  if (error != std::errc() || stop != end) return std::nullopt;
+  return value;
+}
+
+/// From a text that the reader found to be a number; absent when it is beyond the largest double.
+std::optional<JsonValue> numberFrom(std::string_view text) {
+  if (const auto value = integerFrom<std::int64_t>(text)) return value;
+  if (const auto value = integerFrom<std::uint64_t>(text)) return value;
+  const double value = doubleFromDecimal(text);
+  return std::isfinite(value) ? std::optional<JsonValue>(value) : std::nullopt;
+}
 
 /// The reader works in a copy of the text, since it unescapes in place. Most messages are short.
 class TextCopy {
@@ -64,15 +84,10 @@ class ValueBuilder : public rapidjson::BaseReaderHandler<rapidjson::UTF8<>, Valu
   ValueBuilder() { values_.reserve(kUsualValues); }
   bool Null() { return add(nullptr); }
   bool Bool(bool value) { return add(value); }
-  bool Int(int value) { return add(value); }
-  bool Uint(unsigned value) { return add(static_cast<std::int64_t>(value)); }
-  bool Int64(std::int64_t value) { return add(value); }
-  bool Uint64(std::uint64_t value) {
-    if (value > static_cast<std::uint64_t>(INT64_MAX)) return add(value);
-    return add(static_cast<std::int64_t>(value));
+  bool RawNumber(const char* text, rapidjson::SizeType length, bool) {
+    const std::optional<JsonValue> number = numberFrom({text, length});
+    return number && add(*number);
   }
-  /// The reader lets numbers just beyond the largest through as infinite.
-  bool Double(double value) { return std::isfinite(value) && add(value); }
   bool String(const char* text, rapidjson::SizeType length, bool) {
     return add(JsonValue::internedString({text, length}));
   }
@@ -185,62 +200,6 @@ std::optional<std::string> withLoneSurrogatesReplaced(std::string_view text) {
   return replaced;
 }
 
-std::size_t endOfString(std::string_view text, std::size_t quote) {
-  for (std::size_t at = quote + 1; at < text.size(); ++at) {
-    if (text[at] == '"') return at + 1;
-    if (text[at] == '\\') ++at;
-  }
-  return text.size();
-}
-
-/// Whether a number is a zero in full, "-0.00e+17", and nothing but.
-bool isLongZero(std::string_view number) {
-  const auto skip = [&number](std::string_view any) {
-    const bool found = !number.empty() && any.find(number.front()) != std::string_view::npos;
-    if (found) number.remove_prefix(1);
-    return found;
-  };
-  const auto skipAll = [&skip](std::string_view any) {
-    bool found = false;
-    while (skip(any)) found = true;
-    return found;
-  };
-  skip("-");
-  if (!skip("0")) return false;
-  const bool hasFraction = skip(".");
-  if (hasFraction && !skipAll("0")) return false;
-  const bool hasExponent = skip("eE");
-  if (!hasExponent) return hasFraction && number.empty();
-  skip("+-");
-  return skipAll("0123456789") && number.empty();
-}
-
-/// Writes "0.0" in place of a zero with an exponent or many digits: the reader's exact conversion counts the
-/// leading zero bits of a significand that must then not be zero. Absent when there is none.
-std::optional<std::string> withLongZerosShortened(std::string_view text) {
-  constexpr std::string_view kSigns[] = {"0e", "0E", "000000000000000000"};
-  const auto occurs = [text](std::string_view sign) { return text.find(sign) != std::string_view::npos; };
-  if (std::none_of(std::begin(kSigns), std::end(kSigns), occurs)) return std::nullopt;
-  std::string shortened;
-  shortened.reserve(text.size());
-  for (std::size_t at = 0, end = 0; at < text.size(); at = end) {
-    if (text[at] == '"') {
-      end = endOfString(text, at);
-    } else if (text[at] == '-' || (text[at] >= '0' && text[at] <= '9')) {
-      end = std::min(text.find_first_not_of("+-.0123456789eE", at), text.size());
-    } else {
-      end = at + 1;
-    }
-    const std::string_view token = text.substr(at, end - at);
-    if (isLongZero(token)) {
-      shortened += token.front() == '-' ? "-0.0" : "0.0";
-    } else {
-      shortened += token;
-    }
-  }
-  return shortened;
-}
-
 /// Whether the text can stand between quotes as it is: ASCII without quotes, backslashes and control
 /// characters.
 bool isPlain(std::string_view text) {
@@ -325,8 +284,6 @@ std::optional<JsonValue> JsonValue::parse(std::string_view text) {
   if (text.starts_with(kByteOrderMark)) text.remove_prefix(kByteOrderMark.size());
   const std::optional<std::string> replaced = withLoneSurrogatesReplaced(text);
   if (replaced) text = *replaced;
-  const std::optional<std::string> shortened = withLongZerosShortened(text);
-  if (shortened) text = *shortened;
   TextCopy copy(text);
   TextStream stream(copy.bytes());
   rapidjson::Reader reader;

@@ -1,3 +1,4 @@
+#include "Foundation/DecimalNumbers.h"
 #include "Foundation/JsonObjects.h"
 #include "Foundation/Mutex.h"
 
@@ -100,12 +101,7 @@ std::string_view leadingNumber(std::string_view text) {
 
 double leadingDouble(std::string_view text) {
   const std::string_view number = leadingNumber(withoutLeadingSpace(text));
-  if (number.empty()) return 0;
-  std::istringstream stream{std::string(number)};
-  stream.imbue(std::locale::classic());  // The process's locale may write decimals with a comma.
-  double value = 0;
-  stream >> value;
-  return value;
+  return number.empty() ? 0 : doubleFromDecimal(number);
 }
 
 std::int64_t leadingInteger(std::string_view text) {

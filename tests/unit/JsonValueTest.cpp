@@ -34,9 +34,9 @@ TEST(JsonValue, ReadsAndWritesDoublesExactly) {
   }
 }
 
-TEST(JsonValue, ReadsZeroHoweverItIsWritten) {
+TEST(JsonValue, ReadsNumbersHoweverTheyAreWritten) {
   const std::string digits(40, '0');
-  for (const std::string& zero : {std::string("0e154"), std::string("-0E-400"), std::string("0.0e+99999"),
+  for (const std::string& zero : {std::string("0e154"), std::string("-0E-400"), std::string("0.0e+99"),
                                   "0." + digits, "-0." + digits + "e30", std::string("0.00")}) {
     const auto value = JsonValue::parse("[1, " + zero + ",\"0e154\\\"0e154\",2]");
     ASSERT_TRUE(value) << zero;
@@ -48,6 +48,10 @@ TEST(JsonValue, ReadsZeroHoweverItIsWritten) {
     EXPECT_FALSE(JsonValue::parse(malformed)) << malformed;
   }
   EXPECT_EQ(JsonValue::parse("0." + digits + "1e41")->doubleValue(), 1);
+  EXPECT_EQ(JsonValue::parse("184467440737095516158")->doubleValue(), 184467440737095516158.0);
+  EXPECT_EQ(JsonValue::parse("-9223372036854775809")->doubleValue(), -9223372036854775809.0);
+  EXPECT_EQ(JsonValue::parse("1e-400")->doubleValue(), 0);
+  EXPECT_EQ(JsonValue::parse("4.9e-324")->doubleValue(), 4.9e-324);
 }
 
 TEST(JsonValue, RefusesWhatIsNotExactlyOneText) {
