@@ -130,6 +130,13 @@ double Page::timerSpeed(double seconds) {
   return ask("ticks").doubleValue() / (seconds * 100);
 }
 
+bool Page::isAtFullSpeed() {
+  for (int sample = 0; sample < 10; ++sample) {
+    if (timerSpeed() > 0.2) return true;
+  }
+  return false;
+}
+
 std::optional<VMRError> Page::evaluate(const std::string& script) {
   // Shared, since a completion may come after this has given up.
   struct Result {
