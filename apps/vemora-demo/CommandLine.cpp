@@ -109,7 +109,7 @@ fs::path readable(const char* option, const fs::path& path, GFileTest kind) {
 }
 
 fs::path writable(const char* option, const char* path) {
-  const fs::path file = fs::absolute(path);
+  fs::path file = fs::absolute(path);
   if (file.has_filename() && !fs::is_directory(file) && g_access(file.parent_path().c_str(), W_OK) == 0)
     return file;
   throw BadArguments(std::string(option) + ": cannot write the file '" + path + "'");

@@ -66,6 +66,7 @@ void ServerProcess::launch(const fs::path& program, const Options& options) {
 
   const std::vector<std::string> arguments = argumentsOf(program, options, folder_ / "ca.pem");
   std::vector<const char*> argv;
+  argv.reserve(arguments.size() + 1);
   for (const std::string& argument : arguments) argv.push_back(argument.c_str());
   argv.push_back(nullptr);
   constexpr int kPipes = G_SUBPROCESS_FLAGS_STDIN_PIPE | G_SUBPROCESS_FLAGS_STDOUT_PIPE;

@@ -36,7 +36,7 @@ void VMRAppInfo::updateInfo() {
 std::string VMRAppInfo::appGUID() {
   UserDefaults& defaults = Platform::shared().userDefaults();
   if (defaults.objectForKey(kInstallIdentifierKey).isNull()) {
-    const std::string made = Platform::shared().system().newUUIDString();
+    std::string made = Platform::shared().system().newUUIDString();
     defaults.setObject(made, kInstallIdentifierKey);
     defaults.synchronize();
     return made;

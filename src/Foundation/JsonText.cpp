@@ -35,8 +35,8 @@ std::optional<JsonValue> integerFrom(std::string_view text) {
 
 /// From a text that the reader found to be a number; absent when it is beyond the largest double.
 std::optional<JsonValue> numberFrom(std::string_view text) {
-  if (const auto value = integerFrom<std::int64_t>(text)) return value;
-  if (const auto value = integerFrom<std::uint64_t>(text)) return value;
+  if (auto value = integerFrom<std::int64_t>(text)) return value;
+  if (auto value = integerFrom<std::uint64_t>(text)) return value;
   const double value = doubleFromDecimal(text);
   return std::isfinite(value) ? std::optional<JsonValue>(value) : std::nullopt;
 }

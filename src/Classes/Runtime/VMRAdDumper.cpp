@@ -77,7 +77,7 @@ std::shared_ptr<VMRAdDumper> VMRAdDumper::init() {
 }
 
 std::shared_ptr<VMRAdDumper> VMRAdDumper::initWithContext(std::weak_ptr<VMRContext> context,
-                                                          std::shared_ptr<VMRRuntime> runtime) {
+                                                          const std::shared_ptr<VMRRuntime>& runtime) {
   std::shared_ptr<VMRAdDumper> dumper(new VMRAdDumper);
   dumper->setContext(std::move(context));
   dumper->setRuntime(runtime);

@@ -30,7 +30,7 @@ class VMRAdDumper final : public VMRRuntimeMessageHandler, public std::enable_sh
   static std::shared_ptr<VMRAdDumper> init();
   /// Registers with the runtime and for audio route changes.
   static std::shared_ptr<VMRAdDumper> initWithContext(std::weak_ptr<VMRContext> context,
-                                                      std::shared_ptr<VMRRuntime> runtime);
+                                                      const std::shared_ptr<VMRRuntime>& runtime);
   /// Shuts down.
   ~VMRAdDumper() override;
 

@@ -24,6 +24,7 @@ VMRError unableToLoadController() {
 
 }  // namespace
 
+// NOLINTNEXTLINE(performance-unnecessary-value-param): overrides move it on.
 void VMRRuntime::postMessage(const std::shared_ptr<VMRRpc>&, ErrorHandler) {
   throw InternalInconsistencyException(std::string("Method called on the base class ") + className() +
                                        " that should be overridden");
