@@ -101,7 +101,7 @@ void FakeSystem::addDownload(Download download, URLSession::Completion completio
   completions_.push_back(std::move(completion));
 }
 
-void FakeSystem::completeDownload(std::size_t index, std::optional<VMRError> error) {
+void FakeSystem::completeDownload(std::size_t index, const std::optional<VMRError>& error) {
   URLSession::Completion completion;
   {
     MutexLock lock(mutex_);

@@ -50,7 +50,7 @@ class FakeSystem final : public System {
   void setOnLog(std::function<void(std::string_view)> hook);
 
   std::vector<Download> downloads() const;
-  void completeDownload(std::size_t index, std::optional<VMRError> error);
+  void completeDownload(std::size_t index, const std::optional<VMRError>& error);
 
  private:
   class Session;
