@@ -23,6 +23,7 @@ std::vector<std::string> commandLine(const fs::path& folder, const std::vector<s
 
 std::map<std::string, std::string> environment(const fs::path& folder) {
   return {{"HOME", folder},
+          {"TMPDIR", folder},
           {"XDG_CONFIG_HOME", folder / "config"},
           {"XDG_DATA_HOME", folder / "data"},
           {"XDG_CACHE_HOME", folder / "cache"},
