@@ -9,6 +9,7 @@
 #include <cstdint>
 #include <functional>
 #include <limits>
+#include <stdexcept>
 #include <string>
 #include <utility>
 #include <vector>
@@ -172,6 +173,7 @@ TEST_F(UserDefaultsTest, HoldsInMemoryWhatHasNoText) {
 /// Runs `work` in a process of its own.
 pid_t startProcess(const std::function<void()>& work) {
   const pid_t child = fork();
+  if (child < 0) throw std::runtime_error("no process could be started");  // -1 would stand for all of them.
   if (child == 0) {
     work();
     _exit(0);
