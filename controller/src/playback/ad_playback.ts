@@ -24,6 +24,9 @@ const tickMs = 250;
 /** How near to its end a file counts as played when the web view pauses it there first. */
 const endSlackSeconds = 0.3;
 
+/** With this much at hand nothing but the web view itself holds a film up. */
+const leastDataSeconds = 0.25;
+
 /**
  * Plays one ad on a video element: tries its files in order until one shows a first frame, and
  * reports progress from a timer, because neither animation frames nor the visibility state can be
@@ -172,7 +175,23 @@ export class AdPlayback {
     this.tellTime();
     if (this.stall.isStalled(this.video.currentTime, performance.now() / 1000)) {
       this.giveUpFile(new AdFailure(VastCode.mediaTimeout, "The media file made no progress"));
+    } else if (this.stall.isNudgeDue() && this.hasDataAhead()) {
+      this.nudge();
     }
+  }
+
+  private hasDataAhead(): boolean {
+    const { buffered, currentTime } = this.video;
+    for (let i = 0; i < buffered.length; i += 1) {
+      if (buffered.start(i) <= currentTime && buffered.end(i) > currentTime + leastDataSeconds) return true;
+    }
+    return false;
+  }
+
+  /** WebKitGTK can wait for ever for data that it has; of all that asks it to go on, only this is heard. */
+  private nudge(): void {
+    this.video.pause();
+    this.play();
   }
 
   private look(): void {

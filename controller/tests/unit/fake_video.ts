@@ -12,6 +12,14 @@ export class FakeVideo extends EventTarget {
   /** What `play` does: nothing, refuse always, or refuse while there is sound. */
   refuses: "never" | "always" | "sound" = "never";
   readonly sources: string[] = [];
+  /** Seconds from the beginning that have arrived. */
+  arrived = 0;
+  /** A film that waits for nothing; told to pause and play, it goes on. */
+  isStuck = false;
+
+  get buffered() {
+    return { length: this.arrived > 0 ? 1 : 0, start: () => 0, end: () => this.arrived };
+  }
 
   canPlayType(type: string): string {
     return type.startsWith("video/mp4") ? "maybe" : "";
@@ -33,6 +41,7 @@ export class FakeVideo extends EventTarget {
     if (this.refuses === "always" || (this.refuses === "sound" && !this.muted)) {
       return Promise.reject(new DOMException("refused", "NotAllowedError"));
     }
+    if (this.paused) this.isStuck = false;
     this.paused = false;
     return Promise.resolve();
   }

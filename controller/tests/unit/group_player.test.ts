@@ -333,6 +333,18 @@ describe("a failure", () => {
     expect(news()).toEqual(["error-402", "AdStopped", "AdError"]);
   });
 
+  it("to go on with what has arrived is mended without a word, but not for want of data", () => {
+    startWith([listed("a")]);
+    video.begin(10);
+    video.isStuck = true;
+    passTime(3);
+    expect(video.isStuck).toBe(true);
+    video.arrived = 10;
+    passTime(1.25);
+    expect(video.isStuck).toBe(false);
+    expect(news()).toEqual(["AdGroupStart", "AdLoaded", ...firstFrame, "AdTimeChange"]);
+  });
+
   it("to be allowed sound starts muted; to be allowed at all is one", async () => {
     video.refuses = "sound";
     startWith([listed("a")]);
