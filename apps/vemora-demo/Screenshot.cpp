@@ -15,6 +15,9 @@ using GskRenderNodePtr = std::unique_ptr<GskRenderNode, FreeWith<gsk_render_node
 
 using Done = std::function<void(ScreenshotResult, const std::string&)>;
 
+/// Pixels at the edge of an area that what lies around it may shine into.
+constexpr float kEdge = 2;
+
 struct PendingScreenshot {
   GtkWindow* window;
   graphene_rect_t subject;
@@ -47,10 +50,10 @@ bool hasOneColour(GdkTexture* texture, const graphene_rect_t& area) {
   const auto clamped = [](float value, std::size_t limit) {
     return static_cast<std::size_t>(std::clamp(value, 0.0F, static_cast<float>(limit)));
   };
-  const std::size_t left = clamped(area.origin.x, width);
-  const std::size_t right = clamped(area.origin.x + area.size.width, width);
-  const std::size_t top = clamped(area.origin.y, height);
-  const std::size_t bottom = clamped(area.origin.y + area.size.height, height);
+  const std::size_t left = clamped(area.origin.x + kEdge, width);
+  const std::size_t right = clamped(area.origin.x + area.size.width - kEdge, width);
+  const std::size_t top = clamped(area.origin.y + kEdge, height);
+  const std::size_t bottom = clamped(area.origin.y + area.size.height - kEdge, height);
   if (left >= right || top >= bottom) return true;
   const std::uint32_t first = pixels[top * width + left];
   for (std::size_t y = top; y < bottom; ++y) {
