@@ -1,5 +1,6 @@
 #include "DemoRun.h"
 
+#include <algorithm>
 #include <fstream>
 #include <iterator>
 #include <map>
@@ -99,6 +100,24 @@ std::vector<std::string> DemoRun::beacons() const {
     result.push_back(beacon["path"].stringValue().value_or("") + (query.empty() ? "" : "?" + query));
   }
   return result;
+}
+
+testing::AssertionResult haveArrived(const std::vector<std::string>& beacons,
+                                     std::vector<std::string> expected) {
+  constexpr std::ptrdiff_t kMostOvertaken = 2;
+  const testing::AssertionResult failure = testing::AssertionFailure()
+                                           << testing::PrintToString(beacons) << "\nrather than\n"
+                                           << testing::PrintToString(expected);
+  if (beacons.size() != expected.size()) return failure;
+  for (auto at = expected.begin(); const std::string& beacon : beacons) {
+    const auto first = at - std::min(kMostOvertaken, at - expected.begin());
+    const auto end = at + std::min(kMostOvertaken + 1, expected.end() - at);
+    const auto found = std::find(first, end, beacon);
+    if (found == end) return failure;
+    found->clear();
+    ++at;
+  }
+  return testing::AssertionSuccess();
 }
 
 }  // namespace vemora::test

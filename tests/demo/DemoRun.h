@@ -5,6 +5,8 @@
 
 #include <Vemora/JsonValue.h>
 
+#include <gtest/gtest.h>
+
 #include <filesystem>
 #include <optional>
 #include <string>
@@ -48,6 +50,11 @@ class DemoRun {
   ChildProcess::Outputs outputs_;
   std::vector<JsonValue> events_;
 };
+
+/// Whether these beacons have come, each once, and in this order save for near neighbours: each travels on a
+/// connection of its own, so that beacons of one moment may overtake each other.
+testing::AssertionResult haveArrived(const std::vector<std::string>& beacons,
+                                     std::vector<std::string> expected);
 
 std::string contentOf(const std::filesystem::path& file);
 
