@@ -10,7 +10,7 @@ namespace vemora::test {
 /// Iterates the default main context until the condition holds; false when it does not after a generous
 /// while.
 inline bool pumpUntil(const std::function<bool()>& condition,
-                      std::chrono::milliseconds limit = std::chrono::seconds(20)) {
+                      std::chrono::milliseconds limit = std::chrono::seconds(60)) {
   const auto end = std::chrono::steady_clock::now() + limit;
   const guint ticker = g_timeout_add(
       2, [](gpointer) -> gboolean { return G_SOURCE_CONTINUE; }, nullptr);

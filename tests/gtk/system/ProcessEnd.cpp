@@ -1,12 +1,13 @@
 #include "ProcessEnd.h"
 
-#include "Platform/Gtk/GtkPorts.h"
+#include "Platform/Gtk/System/GtkDispatch.h"
 
 #include <glib.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <atomic>
+#include <chrono>
 #include <condition_variable>
 #include <cstdlib>
 #include <thread>
@@ -19,9 +20,12 @@ namespace {
 struct StaticObject {
   std::atomic<bool> isDestroyed{false};
   std::atomic<int> waits{0};  ///< Under way.
+  std::atomic<std::chrono::steady_clock::time_point> exitLimit{std::chrono::steady_clock::time_point::max()};
   ~StaticObject() {
     isDestroyed = true;
     if (waits != 0) std::abort();
+    // Only work that does not end may hold it up.
+    if (std::chrono::steady_clock::now() > exitLimit.load()) std::abort();
     // Time for whatever still runs to be noticed.
     std::this_thread::sleep_for(std::chrono::milliseconds(30));
   }
@@ -80,6 +84,7 @@ class Load {
 }
 
 [[noreturn]] void exitNow() {
+  staticObject.exitLimit = std::chrono::steady_clock::now() + std::chrono::seconds(30);
   std::exit(kProcessEndStatus);
 }
 
@@ -92,7 +97,8 @@ class Load {
   }
   int status = 0;
   if (waitpid(child, &status, 0) != child || !WIFEXITED(status)) std::abort();
-  std::exit(WEXITSTATUS(status));
+  if (WEXITSTATUS(status) != kProcessEndStatus) std::abort();
+  exitNow();
 }
 
 }  // namespace
@@ -109,9 +115,20 @@ int runProcessEnd(const std::string& way) {
 }
 
 void endProcess(const std::string& way) {
+  // Work that does not end is left behind; everything else is given the time that a busy machine may need.
+  const bool isBlocked = way == "blockedWorker";
+  const std::chrono::milliseconds stopLimit(isBlocked ? 200 : 60'000);
   // Reachable to the end, as the platform's is.
-  static Dispatch& dispatch = *gtk::makeDispatch().release();
+  static gtk::GtkDispatch& dispatch = *new gtk::GtkDispatch(stopLimit);
+  dispatch.stopWithProcess();
   static Load& load = *new Load(dispatch);
+  if (isBlocked) {
+    dispatch.globalAsync([] {
+      dispatch.mainAsync(exitNow);
+      for (;;) pause();
+    });
+    iterateForever();
+  }
   load.start();
   for (int i = 0; i < 200; ++i) g_main_context_iteration(nullptr, FALSE);
   if (way == "main") exitNow();
@@ -119,12 +136,6 @@ void endProcess(const std::string& way) {
   if (way == "worker") dispatch.globalAsync(exitNow);
   if (way == "timer") dispatch.globalAfter(0.01, std::make_shared<DispatchBlock>(exitNow));
   if (way == "mainBlock") dispatch.mainAsync(exitNow);
-  if (way == "blockedWorker") {
-    dispatch.globalAsync([] {
-      for (;;) pause();
-    });
-    dispatch.mainAfter(0.01, exitNow);
-  }
   iterateForever();
 }
 

@@ -191,7 +191,11 @@ TEST_F(UserDefaultsTest, LosesNothingWhenProcessesWriteTogether) {
       KeyFileUserDefaults defaults = open();
       for (int key = 0; key < kKeys; ++key) {
         defaults.setObject(key, std::to_string(process) + "." + std::to_string(key));
-        if (!defaults.synchronize()) _exit(1);
+        // Each of these files is waited for, and not for ever: a busy disk may need another attempt.
+        int attempts = 0;
+        while (!defaults.synchronize()) {
+          if (++attempts == 20) _exit(1);
+        }
       }
     }));
   }

@@ -16,8 +16,6 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-/// How long the end of the process waits for work of ours that runs.
-constexpr std::chrono::seconds kStopLimit{1};
 /// Longer than anybody waits, and short enough for the clock's own type.
 constexpr double kFarFuture = 1e9;
 
@@ -42,8 +40,10 @@ void stopProcessDispatch() {
 
 }  // namespace
 
-GtkDispatch::GtkDispatch()
-    : process_(getpid()), timers_([this](std::vector<TimerThread::DueBlock>& due) { handOn(due); }) {}
+GtkDispatch::GtkDispatch(std::chrono::milliseconds stopLimit)
+    : process_(getpid()),
+      stopLimit_(stopLimit),
+      timers_([this](std::vector<TimerThread::DueBlock>& due) { handOn(due); }) {}
 
 GtkDispatch::~GtkDispatch() {
   GtkDispatch* self = this;
@@ -109,13 +109,17 @@ void GtkDispatch::stop(SteadyTime limit) {
 
 void GtkDispatch::stopAtProcessEnd() {
   // A forked child that exits has none of these threads.
-  if (getpid() == process_) stop(Clock::now() + kStopLimit);
+  if (getpid() == process_) stop(Clock::now() + stopLimit_);
+}
+
+void GtkDispatch::stopWithProcess() {
+  GtkDispatch* none = nullptr;
+  if (processDispatch.compare_exchange_strong(none, this)) std::atexit(stopProcessDispatch);
 }
 
 std::unique_ptr<Dispatch> makeDispatch() {
   auto dispatch = std::make_unique<GtkDispatch>();
-  GtkDispatch* none = nullptr;
-  if (processDispatch.compare_exchange_strong(none, dispatch.get())) std::atexit(stopProcessDispatch);
+  dispatch->stopWithProcess();
   return dispatch;
 }
 

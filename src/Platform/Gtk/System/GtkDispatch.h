@@ -8,6 +8,7 @@
 
 #include <sys/types.h>
 
+#include <chrono>
 #include <vector>
 
 namespace vemora::gtk {
@@ -24,7 +25,10 @@ namespace vemora::gtk {
 /// since an exit must not hang.
 class GtkDispatch final : public Dispatch {
  public:
-  GtkDispatch();
+  /// How long the end of the process waits for work that runs.
+  static constexpr std::chrono::milliseconds kStopLimit{1000};
+
+  explicit GtkDispatch(std::chrono::milliseconds stopLimit = kStopLimit);
   /// For tests; the process's own is never destroyed. Main thread.
   ~GtkDispatch() override;
 
@@ -40,12 +44,16 @@ class GtkDispatch final : public Dispatch {
 
   /// May be called from any thread, also from a block, and again.
   void stop(SteadyTime limit);
+  /// Stops this dispatch, the first that asks, when the process ends.
+  void stopWithProcess();
+  /// For the end of the process.
   void stopAtProcessEnd();
 
  private:
   void handOn(std::vector<TimerThread::DueBlock>& due);
 
   const pid_t process_;
+  const std::chrono::milliseconds stopLimit_;
   MainQueue mainQueue_;
   WaitRegistry waits_;
   WorkerPool pool_;

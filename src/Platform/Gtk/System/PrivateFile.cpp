@@ -22,7 +22,7 @@ using OwnedText = std::unique_ptr<char, GFree<g_free>>;
 constexpr int kFolderMode = 0700;
 constexpr int kFileMode = 0600;
 constexpr std::chrono::milliseconds kRetryTime{5};
-constexpr int kRetries = 200;
+constexpr int kRetries = 600;
 
 void makeFolderOf(const std::string& path) {
   const OwnedText folder(g_path_get_dirname(path.c_str()));

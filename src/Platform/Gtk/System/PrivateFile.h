@@ -18,7 +18,7 @@ std::optional<std::string> readFile(const std::string& path);
 bool replacePrivateFile(const std::string& path, std::string_view text);
 
 /// Keeps other processes that do the same out of what goes with `path`, for as long as it lives. Gives up
-/// after a second.
+/// after three seconds.
 class FileLock {
  public:
   explicit FileLock(const std::string& path);

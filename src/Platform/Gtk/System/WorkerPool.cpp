@@ -73,8 +73,12 @@ bool WorkerPool::awaitWork(Workers::iterator self) {
     bool inTime = true;
     while (!self->work && !stopping_ && inTime) inTime = waitOnCondition(mutex_, self->wake, limit);
     if (self->work) return true;
-    ended.splice(ended.begin(), left_);
-    leave(self);
+    if (!stopping_) ended.splice(ended.begin(), left_);
+    left_.splice(left_.begin(), idle_, self);
+    workerLeft_.notify_all();
+    // Whoever stops the pool joins all of them, or has let this thread go: then the pool may be gone any
+    // moment.
+    if (stopping_) return false;
   }
   join(ended);
   MutexLock lock(mutex_);
@@ -94,17 +98,17 @@ void WorkerPool::stop(SteadyTime limit) {
       inTime = waitOnCondition(mutex_, workerLeft_, limit);
     }
     ended.splice(ended.begin(), left_);
+    for (Worker& worker : busy_) {
+      if (worker.thread.joinable()) worker.thread.detach();
+    }
   }
   join(ended);
 }
 
-void WorkerPool::leave(Workers::iterator self) {
-  left_.splice(left_.begin(), idle_, self);
-  workerLeft_.notify_all();
-}
-
 void WorkerPool::join(Workers& workers) {
-  for (Worker& worker : workers) worker.thread.join();
+  for (Worker& worker : workers) {
+    if (worker.thread.joinable()) worker.thread.join();
+  }
 }
 
 }  // namespace vemora::gtk

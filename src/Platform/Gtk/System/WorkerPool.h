@@ -52,7 +52,6 @@ class WorkerPool {
   void startWorker(Work work) VMR_REQUIRES(mutex_);
   void serve(Workers::iterator self);
   bool awaitWork(Workers::iterator self);
-  void leave(Workers::iterator self) VMR_REQUIRES(mutex_);
   static void join(Workers& workers);
 
   const std::chrono::milliseconds idleTime_;
