@@ -20,7 +20,7 @@
 namespace vemora::test {
 
 /// Runs the main loop until the condition holds; false when it does not within the seconds.
-bool waitUntil(const std::function<bool()>& condition, double seconds = 20);
+bool waitUntil(const std::function<bool()>& condition, double seconds = 60);
 /// Runs the main loop for a while that is long enough for a few frames.
 void runFrames();
 void runFor(double seconds);
