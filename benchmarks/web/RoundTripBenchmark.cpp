@@ -1,0 +1,116 @@
+#include "Classes/Runtime/VMRWebViewRuntime.h"
+#include "Platform/Ports/Platform.h"
+#include "support/Report.h"
+#include "web/BareBridge.h"
+#include "web/Host.h"
+
+#include <atomic>
+#include <cstdlib>
+#include <memory>
+#include <string>
+#include <thread>
+
+// One call of the page and its reply: by the main thread with nothing in between, by the same steps as ours
+// on GLib alone, and by the SDK. The caller of the latter two is a background thread that waits.
+
+namespace {
+
+using namespace vemora;
+using namespace vemora::bench;
+
+constexpr int kCalls = 300;
+
+/// Makes the calls on a thread of its own while the main loop runs.
+template <typename Call>
+Usage callsOnThread(const Host& host, Call call) {
+  std::atomic<bool> done{false};
+  return usageOf([&] {
+    std::thread caller([&] {
+      for (int i = 0; i < kCalls; ++i) call();
+      done = true;
+      g_main_context_wakeup(nullptr);
+    });
+    host.runUntil([&] { return done.load(); });
+    caller.join();
+  });
+}
+
+class Contestants {
+ public:
+  explicit Contestants(Host& host)
+      : host_(host), direct_(host, [this](JSCValue*) { ++answers_; }), bare_(host) {
+    direct_.load();
+    bare_.load();
+    runtime_ = VMRWebViewRuntime::init();
+    Platform::shared().application().keyWindow()->addSubview(runtime_->getWebView());
+    host.runUntil([this] { return direct_.isLoaded() && bare_.isLoaded() && runtime_->loaded()->isDone(); });
+  }
+  ~Contestants() {
+    runtime_->close();
+    host_.runFor(0.2);
+  }
+
+  /// The next call is made when the answer to the last has come.
+  Usage direct(const std::string& method) {
+    const std::string script = bridgeCall(R"({"jsonrpc":"2.0","id":"1","method":")" + method + "\"}");
+    return usageOf([&] {
+      for (int i = 0; i < kCalls; ++i) {
+        const int before = answers_;
+        direct_.evaluate(script);
+        host_.runUntil([&] { return answers_ > before; });
+      }
+    });
+  }
+  Usage bare(const std::string& method) {
+    return callsOnThread(host_, [&] {
+      if (!bare_.call(method)) std::abort();
+    });
+  }
+  Usage ours(const std::string& method) {
+    return callsOnThread(host_, [&] {
+      const auto future = runtime_->exec(VMRRpc::initWithMethod(method, nullptr));
+      if (!future->wait(5) || future->error()) std::abort();
+    });
+  }
+
+ private:
+  Host& host_;
+  int answers_ = 0;
+  BarePage direct_;
+  BareBridge bare_;
+  std::shared_ptr<VMRWebViewRuntime> runtime_;
+};
+
+void compare(Report& report, Contestants& contestants, const std::string& what, const std::string& method) {
+  Comparison cpu, wall, switches, raw;
+  takeTurns(
+      report.rounds(25), [&] { return std::pair(contestants.direct(method), contestants.bare(method)); },
+      [&] { return contestants.ours(method); },
+      [&](const std::pair<Usage, Usage>& floors, const Usage& ours) {
+        const auto& [direct, bare] = floors;
+        cpu.add(bare.cpu / kCalls * 1e6, ours.cpu / kCalls * 1e6);
+        wall.add(bare.wall / kCalls * 1e6, ours.wall / kCalls * 1e6);
+        switches.add(bare.switches / kCalls, ours.switches / kCalls);
+        raw.add(direct.cpu / kCalls * 1e6, ours.cpu / kCalls * 1e6);
+      });
+  report.ratio(what + ", CPU time", "us", "the bare shape on GLib", cpu, 1.10);
+  report.ratio(what + ", CPU time", "us", "raw, on the main thread", raw, {});
+  report.ratio(what + ", elapsed", "us", "the bare shape on GLib", wall, {});
+  report.value(what + ", context switches, bare", "switches", median(switches.floor), {});
+  report.value(what + ", context switches", "switches", median(switches.ours),
+               method == "get.ads" ? std::nullopt : std::optional(7.5));
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  Report report("round trip on real WebKit", argc, argv);
+  const PageServer server(VEMORA_BENCH_PAGE, std::nullopt);
+  Host host(server);
+  {
+    Contestants contestants(host);
+    compare(report, contestants, "a small call", "control.skip");
+    compare(report, contestants, "a 3 KB reply", "get.ads");
+  }
+  return report.finish();
+}
