@@ -3,6 +3,7 @@
 
 #include <Vemora/JsonValue.h>
 
+#include <rapidjson/allocators.h>
 #include <rapidjson/error/error.h>
 #include <rapidjson/memorystream.h>
 #include <rapidjson/reader.h>
@@ -10,10 +11,13 @@
 #include <rapidjson/writer.h>
 
 #include <algorithm>
+#include <bit>
 #include <charconv>
 #include <cmath>
+#include <cstddef>
 #include <cstring>
 #include <memory>
+#include <memory_resource>
 
 namespace vemora {
 
@@ -41,13 +45,36 @@ std::optional<JsonValue> numberFrom(std::string_view text) {
   return std::isfinite(value) ? std::optional<JsonValue>(value) : std::nullopt;
 }
 
-/// The reader works in a copy of the text, since it unescapes in place. Most messages are short.
+constexpr std::size_t kWord = sizeof(std::uint64_t);
+constexpr std::uint64_t kOnes = 0x0101010101010101;
+constexpr std::uint64_t kHighBits = kOnes * 0x80;
+
+std::uint64_t wordAt(const char* place) {
+  std::uint64_t word = 0;
+  std::memcpy(&word, place, kWord);
+  return word;
+}
+
+/// The high bits of bytes below the limit, which is at most 0x80. Bytes behind the first such one may be
+/// marked without being below.
+constexpr std::uint64_t bytesBelow(std::uint64_t word, std::uint64_t limit) {
+  return (word - kOnes * limit) & ~word & kHighBits;
+}
+
+/// The high bits of bytes that end a string or begin an escape, or that no string may hold; the first is
+/// right, as above.
+constexpr std::uint64_t specialBytes(std::uint64_t word) {
+  return bytesBelow(word, 0x20) | bytesBelow(word ^ kOnes * '"', 1) | bytesBelow(word ^ kOnes * '\\', 1);
+}
+
+/// The reader works in a copy of the text, since it unescapes in place. Most messages are short. Behind the
+/// text there is room for words that begin in it.
 class TextCopy {
  public:
   explicit TextCopy(std::string_view text) {
-    if (text.size() >= sizeof inside_) outside_ = std::make_unique<char[]>(text.size() + 1);
+    if (text.size() + kWord > sizeof inside_) outside_ = std::make_unique<char[]>(text.size() + kWord);
     if (!text.empty()) std::memcpy(bytes(), text.data(), text.size());
-    bytes()[text.size()] = '\0';
+    std::memset(bytes() + text.size(), 0, kWord);
   }
   char* bytes() { return outside_ ? outside_.get() : inside_; }
 
@@ -56,13 +83,19 @@ class TextCopy {
   std::unique_ptr<char[]> outside_;
 };
 
-/// Unescapes in place. Does not write what stands there already: reading words just after their bytes were
-/// written one by one is slow, and hashing does that.
+/// Unescapes in place, and passes in words over what stands before the first escape of a string: it is where
+/// it belongs already.
 struct TextStream : rapidjson::InsituStringStream {
   using rapidjson::InsituStringStream::InsituStringStream;
-  void Put(char c) {
-    if (*dst_ != c) *dst_ = c;
-    ++dst_;
+  char* PutBegin() {
+    char* const begin = src_;
+    if constexpr (std::endian::native == std::endian::little) {
+      std::uint64_t special = 0;
+      while ((special = specialBytes(wordAt(src_))) == 0) src_ += kWord;
+      src_ += std::countr_zero(special) / 8;
+    }
+    dst_ = src_;
+    return begin;
   }
 };
 
@@ -82,6 +115,8 @@ namespace {
 class ValueBuilder : public rapidjson::BaseReaderHandler<rapidjson::UTF8<>, ValueBuilder> {
  public:
   ValueBuilder() { values_.reserve(kUsualValues); }
+  ValueBuilder(const ValueBuilder&) = delete;
+  ValueBuilder& operator=(const ValueBuilder&) = delete;
   bool Null() { return add(nullptr); }
   bool Bool(bool value) { return add(value); }
   bool RawNumber(const char* text, rapidjson::SizeType length, bool) {
@@ -103,7 +138,7 @@ class ValueBuilder : public rapidjson::BaseReaderHandler<rapidjson::UTF8<>, Valu
   JsonValue take() { return std::move(values_.front()); }
 
  private:
-  static constexpr std::size_t kUsualValues = 32;
+  static constexpr std::size_t kUsualValues = 64;
 
   std::span<JsonValue> last(std::size_t count) { return std::span(values_).last(count); }
 
@@ -118,21 +153,35 @@ class ValueBuilder : public rapidjson::BaseReaderHandler<rapidjson::UTF8<>, Valu
     return add(std::move(value));
   }
 
-  std::vector<JsonValue> values_;
+  alignas(JsonValue) std::byte usual_[kUsualValues * sizeof(JsonValue)];
+  std::pmr::monotonic_buffer_resource memory_{usual_, sizeof usual_};
+  std::pmr::vector<JsonValue> values_{&memory_};
   std::size_t depth_ = 0;
+};
+
+/// What the reader needs beside the text, for messages of the usual depth without an allocation.
+class ReaderMemory {
+ public:
+  using Pool = rapidjson::MemoryPoolAllocator<>;
+  using Reader = rapidjson::GenericReader<rapidjson::UTF8<>, rapidjson::UTF8<>, Pool>;
+
+  Reader& reader() { return reader_; }
+
+ private:
+  static constexpr std::size_t kUsualStack = 256;
+
+  alignas(std::max_align_t) char usual_[1024];
+  Pool pool_{usual_, sizeof usual_};
+  Reader reader_{&pool_, kUsualStack};
 };
 
 constexpr std::string_view kByteOrderMark = "\xef\xbb\xbf";
 
-constexpr std::uint64_t kHighBits = 0x8080808080808080;
-
 /// Whether all text up to here is ASCII, eight bytes at a time.
 std::size_t asciiPrefix(std::string_view text) {
   std::size_t at = 0;
-  for (; at + sizeof(std::uint64_t) <= text.size(); at += sizeof(std::uint64_t)) {
-    std::uint64_t word = 0;
-    std::memcpy(&word, text.data() + at, sizeof word);
-    if (word & kHighBits) return at;
+  for (; at + kWord <= text.size(); at += kWord) {
+    if (wordAt(text.data() + at) & kHighBits) return at;
   }
   return at;
 }
@@ -203,14 +252,9 @@ std::optional<std::string> withLoneSurrogatesReplaced(std::string_view text) {
 /// Whether the text can stand between quotes as it is: ASCII without quotes, backslashes and control
 /// characters.
 bool isPlain(std::string_view text) {
-  constexpr std::uint64_t kOnes = 0x0101010101010101;
-  constexpr std::size_t kWord = sizeof(std::uint64_t);
-  const auto zeroBytes = [](std::uint64_t word) { return (word - kOnes) & ~word; };
-  const auto oddBytes = [&](const char* place) {
-    std::uint64_t word = 0;
-    std::memcpy(&word, place, kWord);
-    const std::uint64_t controls = word - kOnes * 0x20;
-    return (word | controls | zeroBytes(word ^ kOnes * '"') | zeroBytes(word ^ kOnes * '\\')) & kHighBits;
+  const auto oddBytes = [](const char* place) {
+    const std::uint64_t word = wordAt(place);
+    return specialBytes(word) | (word & kHighBits);
   };
   const auto isOdd = [](char c) { return c < 0x20 || c > 0x7E || c == '"' || c == '\\'; };
   if (text.size() < kWord) return std::none_of(text.begin(), text.end(), isOdd);
@@ -286,9 +330,9 @@ std::optional<JsonValue> JsonValue::parse(std::string_view text) {
   if (replaced) text = *replaced;
   TextCopy copy(text);
   TextStream stream(copy.bytes());
-  rapidjson::Reader reader;
+  ReaderMemory memory;
   ValueBuilder builder;
-  if (!reader.Parse<kReadFlags>(stream, builder)) return std::nullopt;
+  if (!memory.reader().Parse<kReadFlags>(stream, builder)) return std::nullopt;
   if (stream.Tell() != text.size()) return std::nullopt;  // The reader takes a NUL byte for the end.
   return builder.take();
 }

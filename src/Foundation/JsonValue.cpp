@@ -57,6 +57,20 @@ std::size_t hashOf(std::string_view text) {
   return static_cast<std::size_t>(hash);
 }
 
+/// For short texts, where a call of memcmp costs more than comparing.
+bool isSame(std::string_view a, std::string_view b) {
+  constexpr std::size_t kWord = sizeof(std::uint64_t);
+  if (a.size() != b.size()) return false;
+  if (a.size() <= kWord) return shortTextAsNumber(a) == shortTextAsNumber(b);
+  std::uint64_t differences = 0;
+  const auto compareAt = [&](std::size_t at) {
+    differences |= wordAt<std::uint64_t>(a.data() + at) ^ wordAt<std::uint64_t>(b.data() + at);
+  };
+  for (std::size_t at = 0; at + kWord < a.size(); at += kWord) compareAt(at);
+  compareAt(a.size() - kWord);
+  return differences == 0;
+}
+
 template <typename Integer>
 Integer clamped(double number) {
   if (std::isnan(number)) return 0;
@@ -227,7 +241,7 @@ class JsonValue::StringObject::Recent {
   /// With a reference for the caller.
   StringObject* intern(std::string_view text, std::size_t hash) {
     StringObject*& slot = slots_[hash % slots_.size()];
-    if (!slot || slot->hash != hash || slot->text() != text) {
+    if (!slot || slot->hash != hash || !isSame(slot->text(), text)) {
       release(std::exchange(slot, Interned::shardOf(hash).intern(text, hash)));
     }
     slot->references.fetch_add(1, std::memory_order_relaxed);

@@ -6,6 +6,7 @@
 
 #include <atomic>
 #include <mutex>
+#include <thread>
 
 namespace vemora {
 namespace {
@@ -274,6 +275,17 @@ TEST_F(VMRRuntimeTest, ACallHasFiveSecondsFromWhenThePageIsReady) {
   runtime_->letGoOfHandlers();
   runtime_->onMessage(replyTo(*request));
   EXPECT_EQ(countLogged("Unhandled RPC message: get.ads"), unhandled + 1) << "the call has ended";
+}
+
+TEST_F(VMRRuntimeTest, CallsOfOneThreadLeaveInItsOrderOncePageIsReady) {
+  const auto runtime = RecordingRuntime::make(true);
+  std::vector<std::shared_ptr<VMRRpc>> calls;
+  for (int i = 0; i < 50; ++i) calls.push_back(call("control.play"));
+  std::thread caller([&] {
+    for (const auto& message : calls) runtime->exec(message);
+  });
+  caller.join();
+  EXPECT_EQ(runtime->posted(), calls);
 }
 
 TEST_F(VMRRuntimeTest, APageThatNeverLoadsFailsTheCallAfterFifteenSeconds) {

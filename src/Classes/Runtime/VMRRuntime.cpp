@@ -49,6 +49,12 @@ std::shared_ptr<VMRFuture> VMRRuntime::exec(const std::shared_ptr<VMRRpc>& messa
     future->fail(bridgeFailure("Missing response"));
     return future;
   }
+  const auto page = loaded();
+  // With nothing to wait for, a queue would only cost. The main thread is still spared the writing.
+  if (page && page->isDone() && !dispatch().isMainThread()) {
+    VMRRpcTask::initWithRuntime(shared_from_this(), message, future)->send(timeout);
+    return future;
+  }
   dispatch().globalAsync([self = shared_from_this(), message, future, timeout] {
     // A page that failed to load is done, too: its calls go out and fail for themselves.
     if (const auto loaded = self->loaded(); !loaded || !loaded->wait(kPageTimeout)) {
