@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -13,15 +14,20 @@ namespace vemora::bench {
 struct Usage {
   double cpu = 0;  ///< Seconds in user and system mode.
   double switches = 0;
+  double voluntary = 0;  ///< Those of the switches in which a thread went to sleep.
   double wall = 0;
 
   static Usage ofProcess();
   static Usage ofThread();
 
   Usage operator-(const Usage& earlier) const {
-    return {cpu - earlier.cpu, switches - earlier.switches, wall - earlier.wall};
+    return {cpu - earlier.cpu, switches - earlier.switches, voluntary - earlier.voluntary,
+            wall - earlier.wall};
   }
 };
+
+/// How often the living threads of this name have gone to sleep.
+double sleepsOfThreads(std::string_view name);
 
 template <typename Work>
 Usage usageOf(Work work) {

@@ -81,8 +81,26 @@ class Contestants {
   std::shared_ptr<VMRWebViewRuntime> runtime_;
 };
 
+/// Who goes to sleep in a call: WebKit's thread that receives from the web process does in any case.
+void tellSleepers(Report& report, Contestants& contestants) {
+  const std::string kReceiver = "ReceiveQueue", kWorker = "vemora-worker";
+  const double receivers = sleepsOfThreads(kReceiver), workers = sleepsOfThreads(kWorker);
+  const Usage main = Usage::ofThread();
+  const Usage process = contestants.ours("control.skip");
+  const auto tell = [&](const std::string& who, double sleeps) {
+    report.value("a small call, sleeps of " + who, "switches", sleeps / kCalls, {});
+  };
+  const double received = sleepsOfThreads(kReceiver) - receivers;
+  const double worked = sleepsOfThreads(kWorker) - workers;
+  const double onMain = (Usage::ofThread() - main).voluntary;
+  tell("WebKit's receiving thread", received);
+  tell("the main thread", onMain);
+  tell("the delivering thread", worked);
+  tell("the caller and others", process.voluntary - received - worked - onMain);
+}
+
 void compare(Report& report, Contestants& contestants, const std::string& what, const std::string& method) {
-  Comparison cpu, wall, switches, raw;
+  Comparison cpu, wall, switches, sleeps, raw, rawSleeps;
   takeTurns(
       report.rounds(25), [&] { return std::pair(contestants.direct(method), contestants.bare(method)); },
       [&] { return contestants.ours(method); },
@@ -91,14 +109,18 @@ void compare(Report& report, Contestants& contestants, const std::string& what, 
         cpu.add(bare.cpu / kCalls * 1e6, ours.cpu / kCalls * 1e6);
         wall.add(bare.wall / kCalls * 1e6, ours.wall / kCalls * 1e6);
         switches.add(bare.switches / kCalls, ours.switches / kCalls);
+        sleeps.add(bare.voluntary / kCalls, ours.voluntary / kCalls);
+        rawSleeps.add(direct.voluntary / kCalls, ours.voluntary / kCalls);
         raw.add(direct.cpu / kCalls * 1e6, ours.cpu / kCalls * 1e6);
       });
   report.ratio(what + ", CPU time", "us", "the bare shape on GLib", cpu, 1.10);
   report.ratio(what + ", CPU time", "us", "raw, on the main thread", raw, {});
   report.ratio(what + ", elapsed", "us", "the bare shape on GLib", wall, {});
-  report.value(what + ", context switches, bare", "switches", median(switches.floor), {});
-  report.value(what + ", context switches", "switches", median(switches.ours),
-               method == "get.ads" ? std::nullopt : std::optional(7.5));
+  const std::optional<double> goal = method == "get.ads" ? std::nullopt : std::optional(7.5);
+  report.value(what + ", context switches", "switches", median(switches.ours), goal);
+  report.ratio(what + ", context switches", "switches", "the bare shape on GLib", switches, {});
+  report.ratio(what + ", going to sleep", "switches", "the bare shape on GLib", sleeps, {});
+  report.ratio(what + ", going to sleep", "switches", "raw, on the main thread", rawSleeps, {});
 }
 
 }  // namespace
@@ -110,6 +132,7 @@ int main(int argc, char** argv) {
   {
     Contestants contestants(host);
     compare(report, contestants, "a small call", "control.skip");
+    tellSleepers(report, contestants);
     compare(report, contestants, "a 3 KB reply", "get.ads");
   }
   return report.finish();
