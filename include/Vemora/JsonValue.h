@@ -30,7 +30,8 @@ using JsonDictionary = std::map<std::string, JsonValue, std::less<>>;
 ///
 /// Strings, arrays and objects are shared objects with an identity (`isIdenticalTo`). Strings that come from
 /// `parse` or `internedString` are one object whenever they have the same text, for as long as any of them is
-/// in use. Each thread that reads keeps the last 256 or fewer of its short ones (up to 32 bytes) until it ends.
+/// in use. Each thread that reads keeps the last 256 or fewer of its short ones (up to 32 bytes) until it
+/// ends.
 ///
 /// Reading is lenient in the way of the platforms that this SDK was designed on: a key of something that is
 /// no object is null, `true` is a number, a string reads as its leading number, null reads as 0.

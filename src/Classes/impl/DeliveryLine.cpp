@@ -2,6 +2,9 @@
 
 #include "Platform/Ports/Platform.h"
 
+#include <optional>
+#include <utility>
+
 namespace vemora {
 
 namespace {
@@ -11,25 +14,35 @@ constexpr double kPatience = 0.01;
 }  // namespace
 
 void DeliveryLine::deliver(Work work) {
-  MutexLock lock(mutex_);
-  waiting_.push_back(std::move(work));
-  if (!isRunning_) {
-    startRunner();
-  } else if (!isWatched_) {
-    watch();
+  // A thread that is started under the lock would wake only to wait for it.
+  std::optional<Runner> runner;
+  std::optional<Piece> watched;
+  {
+    MutexLock lock(mutex_);
+    waiting_.push_back(std::move(work));
+    if (!isRunning_) {
+      runner = nextRunner();
+    } else if (!std::exchange(isWatched_, true)) {
+      watched = begun_;
+    }
   }
+  if (runner) start(*runner);
+  if (watched) watch(*watched);
 }
 
-void DeliveryLine::startRunner() {
+DeliveryLine::Runner DeliveryLine::nextRunner() {
   isRunning_ = true;
-  dispatch().detachNewThread([self = shared_from_this(), runner = ++inCharge_] { self->run(runner); });
+  return ++inCharge_;
 }
 
-void DeliveryLine::watch() {
-  isWatched_ = true;
-  dispatch().globalAfter(
-      kPatience, std::make_shared<DispatchBlock>(
-                     [self = shared_from_this(), piece = begun_] { self->replaceRunnerStuckAt(piece); }));
+void DeliveryLine::start(Runner runner) {
+  dispatch().detachNewThread([self = shared_from_this(), runner] { self->run(runner); });
+}
+
+void DeliveryLine::watch(Piece piece) {
+  dispatch().globalAfter(kPatience, std::make_shared<DispatchBlock>([self = shared_from_this(), piece] {
+                           self->replaceRunnerStuckAt(piece);
+                         }));
 }
 
 void DeliveryLine::run(Runner self) {
@@ -51,12 +64,17 @@ bool DeliveryLine::take(Runner self, Work& work) {
   return true;
 }
 
-void DeliveryLine::replaceRunnerStuckAt(std::uint64_t piece) {
-  MutexLock lock(mutex_);
-  isWatched_ = false;
-  if (!isRunning_ || waiting_.empty()) return;
-  if (begun_ == piece) startRunner();
-  watch();
+void DeliveryLine::replaceRunnerStuckAt(Piece piece) {
+  std::optional<Runner> runner;
+  {
+    MutexLock lock(mutex_);
+    isWatched_ = isRunning_ && !waiting_.empty();
+    if (!isWatched_) return;
+    if (begun_ == piece) runner = nextRunner();
+    piece = begun_;
+  }
+  if (runner) start(*runner);
+  watch(piece);
 }
 
 }  // namespace vemora

@@ -27,18 +27,18 @@ class DeliveryLine : public std::enable_shared_from_this<DeliveryLine> {
 
  private:
   using Runner = std::uint64_t;
+  using Piece = std::uint64_t;
 
-  void startRunner() VMR_REQUIRES(mutex_);
-  void watch() VMR_REQUIRES(mutex_);
+  Runner nextRunner() VMR_REQUIRES(mutex_);
+  void start(Runner runner);
+  void watch(Piece piece);
   void run(Runner self);
   bool take(Runner self, Work& work);
-  void replaceRunnerStuckAt(std::uint64_t piece);
+  void replaceRunnerStuckAt(Piece piece);
 
-  Mutex mutex_;  ///< Guards all below. Not held while work runs; the dispatch port's own locks are taken
-                 ///< under it.
+  Mutex mutex_;  ///< Guards all below. Not held while work runs.
   std::deque<Work> waiting_ VMR_GUARDED_BY(mutex_);
-  std::uint64_t begun_ VMR_GUARDED_BY(mutex_) =
-      0;  ///< Pieces taken so far: tells whether the runner moves on.
+  Piece begun_ VMR_GUARDED_BY(mutex_) = 0;  ///< Pieces taken so far: tells whether the runner moves on.
   Runner inCharge_ VMR_GUARDED_BY(mutex_) =
       0;  ///< A runner that is not in charge any more ends with its piece.
   bool isRunning_ VMR_GUARDED_BY(mutex_) = false;
