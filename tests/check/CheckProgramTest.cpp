@@ -1,6 +1,6 @@
 #include "../common/ChildProcess.h"
-#include "../demo/HeadlessDesktop.h"
-#include "../serve/TestFolder.h"
+#include "../common/HeadlessDesktop.h"
+#include "../common/TestFolder.h"
 
 #include <Vemora/JsonValue.h>
 

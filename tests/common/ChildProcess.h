@@ -19,16 +19,21 @@ namespace vemora::test {
 /// does: fit for programs that say no more than a pipe holds.
 class ChildProcess {
  public:
-  /// `environment` is added to this process's own.
-  explicit ChildProcess(const std::vector<std::string>& commandLine,
-                        const std::map<std::string, std::string>& environment = {}) {
+  using Environment = std::map<std::string, std::string>;
+  enum class Errors { Kept, Dropped };
+
+  /// `environment` is added to this process's own. Errors that nobody asks for are dropped by programs that
+  /// run long and may have many.
+  explicit ChildProcess(const std::vector<std::string>& commandLine, const Environment& environment = {},
+                        Errors errors = Errors::Kept) {
     std::vector<const char*> argv;
     for (const std::string& argument : commandLine) argv.push_back(argument.c_str());
     argv.push_back(nullptr);
-    constexpr int kPipes =
-        G_SUBPROCESS_FLAGS_STDIN_PIPE | G_SUBPROCESS_FLAGS_STDOUT_PIPE | G_SUBPROCESS_FLAGS_STDERR_PIPE;
+    const int pipes =
+        G_SUBPROCESS_FLAGS_STDIN_PIPE | G_SUBPROCESS_FLAGS_STDOUT_PIPE |
+        (errors == Errors::Kept ? G_SUBPROCESS_FLAGS_STDERR_PIPE : G_SUBPROCESS_FLAGS_STDERR_SILENCE);
     const auto launcher = GObjectPtr<GSubprocessLauncher>::adopt(
-        g_subprocess_launcher_new(static_cast<GSubprocessFlags>(kPipes)));
+        g_subprocess_launcher_new(static_cast<GSubprocessFlags>(pipes)));
     for (const auto& [name, value] : environment) {
       g_subprocess_launcher_setenv(launcher.get(), name.c_str(), value.c_str(), TRUE);
     }
@@ -41,6 +46,7 @@ class ChildProcess {
     if (!process_) g_error("%s", error.message().c_str());
     output_ = GObjectPtr<GDataInputStream>::adopt(
         g_data_input_stream_new(g_subprocess_get_stdout_pipe(process_.get())));
+    if (errors == Errors::Dropped) return;
     errors_ = GObjectPtr<GDataInputStream>::adopt(
         g_data_input_stream_new(g_subprocess_get_stderr_pipe(process_.get())));
   }

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "../common/ChildProcess.h"
-#include "../serve/TestFolder.h"
+#include "../common/TestFolder.h"
 
 #include <Vemora/JsonValue.h>
 

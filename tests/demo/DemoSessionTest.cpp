@@ -1,5 +1,5 @@
+#include "../common/HeadlessDesktop.h"
 #include "DemoRun.h"
-#include "HeadlessDesktop.h"
 
 #include <gdk-pixbuf/gdk-pixbuf.h>
 #include <gio/gio.h>

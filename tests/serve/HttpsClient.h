@@ -1,7 +1,7 @@
 #pragma once
 
 #include "../../apps/common/GObjectPtr.h"
-#include "TestFolder.h"
+#include "../common/TestFolder.h"
 
 #include <gio/gio.h>
 #include <libsoup/soup.h>

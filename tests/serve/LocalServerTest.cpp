@@ -1,6 +1,6 @@
+#include "../common/TestFolder.h"
 #include "HttpsClient.h"
 #include "LocalServer.h"
-#include "TestFolder.h"
 
 #include <gtest/gtest.h>
 #include <rapidjson/document.h>

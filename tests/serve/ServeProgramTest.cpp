@@ -1,6 +1,6 @@
 #include "../common/ChildProcess.h"
+#include "../common/TestFolder.h"
 #include "HttpsClient.h"
-#include "TestFolder.h"
 
 #include <gtest/gtest.h>
 #include <rapidjson/document.h>

@@ -1,8 +1,8 @@
+#include "../../common/TestFolder.h"
 #include "Platform/Gtk/Services/GeoClueLocationServices.h"
 #include "Platform/Gtk/Services/LocationPermission.h"
 #include "Platform/Ports/Platform.h"
 #include "ProcessResources.h"
-#include "ScratchFolder.h"
 #include "ScriptedBus.h"
 #include "ScriptedGeoClue.h"
 #include "Waiting.h"
@@ -79,7 +79,7 @@ class GeoClueLocationServicesTest : public testing::Test {
     return test::runUntil([&] { return fixes_->latitudes() == latitudes; });
   }
 
-  test::ScratchFolder folder_;
+  vemora::test::TestFolder folder_;
   test::ScriptedBus bus_;
   std::optional<test::ScriptedGeoClue> geoclue_;
   const std::shared_ptr<Fixes> fixes_ = std::make_shared<Fixes>();
@@ -303,7 +303,7 @@ TEST_F(GeoClueLocationServicesTest, NeverHoldsUpTheMainThread) {
 }
 
 TEST(LocationPermissionTest, ReadsTheAdministratorsDecisions) {
-  const test::ScratchFolder folder;
+  const vemora::test::TestFolder folder;
   const auto permission = [&folder] {
     return configuredLocationPermission(folder.path("main"), folder.path("conf.d"), kApp);
   };

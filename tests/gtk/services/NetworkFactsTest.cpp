@@ -1,6 +1,6 @@
+#include "../../common/TestFolder.h"
 #include "Platform/Gtk/Services/NetworkFacts.h"
 #include "Platform/Ports/NetworkReachability.h"
-#include "ScratchFolder.h"
 
 #include <arpa/inet.h>
 #include <gtest/gtest.h>
@@ -43,7 +43,7 @@ TEST(NetworkFactsTest, BecomeFlags) {
 }
 
 TEST(NetworkFactsTest, KnowTheKindOfAnInterface) {
-  const test::ScratchFolder sysfs;
+  const vemora::test::TestFolder sysfs;
   const auto kindOf = [&](const std::string& name) { return interfaceKind(sysfs.path(""), name); };
   const auto write = [&](const std::string& file, const std::string& text) {
     sysfs.write("class/net/" + file, text);

@@ -1,8 +1,8 @@
+#include "../../common/TestFolder.h"
 #include "FakeNetworkMonitor.h"
 #include "Platform/Gtk/GtkPorts.h"
 #include "Platform/Gtk/Services/ContextThread.h"
 #include "Platform/Gtk/Services/GioNetworkReachability.h"
-#include "ScratchFolder.h"
 #include "Waiting.h"
 
 #include <arpa/inet.h>
@@ -102,7 +102,7 @@ TEST_F(NetworkNamespaceTest, FollowsRoutesAndInterfaces) {
 
 TEST_F(NetworkNamespaceTest, KnowsModemsAndTheirPortals) {
   ASSERT_TRUE(ip("route add default via 198.51.100.1"));
-  const test::ScratchFolder sysfs;
+  const vemora::test::TestFolder sysfs;
   sysfs.write("class/net/lan0/uevent", "DEVTYPE=wwan\n");
   const GObjectPtr<GNetworkMonitor> monitor = test::makeFakeNetworkMonitor();
   const auto factory = makeGioNetworkReachability(monitor, sysfs.path(""));

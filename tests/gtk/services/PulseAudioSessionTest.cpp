@@ -1,9 +1,9 @@
-#include "ChildProcess.h"
+#include "../../common/ChildProcess.h"
+#include "../../common/TestFolder.h"
 #include "Foundation/Mutex.h"
 #include "Platform/Gtk/Services/PulseAudioSession.h"
 #include "Platform/Ports/Platform.h"
 #include "ProcessResources.h"
-#include "ScratchFolder.h"
 #include "Waiting.h"
 
 #include <Vemora/NotificationCenter.h>
@@ -17,6 +17,8 @@
 namespace vemora::gtk {
 
 namespace {
+
+using vemora::test::ChildProcess;
 
 /// The reasons of all route changes that were posted.
 class RouteChanges {
@@ -58,20 +60,19 @@ class PulseAudioSessionTest : public testing::Test {
         std::vector<std::string>{"pulseaudio", "-n", "--daemonize=no", "--exit-idle-time=-1",
                                  "--use-pid-file=no", "--realtime=no", "--high-priority=no",
                                  "--load=module-native-protocol-unix auth-anonymous=1 socket=" + socket()},
-        environment());
-    ASSERT_TRUE(*server_) << "pulseaudio is needed";
+        environment(), ChildProcess::Errors::Dropped);
     ASSERT_TRUE(test::runUntil([this] { return tell({"info"}); }));
   }
   void stopServer() { server_.reset(); }
 
   bool tell(std::vector<std::string> words) {
     words.insert(words.begin(), {"pactl", "--server", address()});
-    return test::ChildProcess(words, environment()).succeeds();
+    return ChildProcess(words, environment()).wait() == 0;
   }
   /// The first line that pactl has to say.
   std::string answer(const std::string& question) {
     const std::string command = "pactl --server " + address() + " " + question;
-    return test::ChildProcess({"sh", "-c", command}, environment()).firstLine();
+    return ChildProcess({"sh", "-c", command}, environment()).line().value_or("");
   }
   void plug(const std::string& sink) {
     ASSERT_TRUE(tell({"load-module", "module-null-sink", "sink_name=" + sink}));
@@ -80,7 +81,7 @@ class PulseAudioSessionTest : public testing::Test {
     // Modules are unloaded by number only.
     const std::string find =
         "pactl --server " + address() + " list short modules | grep -w sink_name=" + sink;
-    const std::string found = test::ChildProcess({"sh", "-c", find}, environment()).firstLine();
+    const std::string found = ChildProcess({"sh", "-c", find}, environment()).line().value_or("");
     ASSERT_FALSE(found.empty());
     ASSERT_TRUE(tell({"unload-module", std::to_string(std::atoi(found.c_str()))}));
   }
@@ -108,7 +109,7 @@ class PulseAudioSessionTest : public testing::Test {
 
   std::string socket() const { return folder_.path("native"); }
   std::string address() const { return "unix:" + socket(); }
-  test::ChildProcess::Environment environment() const {
+  ChildProcess::Environment environment() const {
     return {{"HOME", folder_.path("")},
             {"XDG_RUNTIME_DIR", folder_.path("")},
             {"XDG_CONFIG_HOME", folder_.path("config")},
@@ -117,9 +118,9 @@ class PulseAudioSessionTest : public testing::Test {
             {"DBUS_SYSTEM_BUS_ADDRESS", "unix:path=/nonexistent"}};
   }
 
-  test::ScratchFolder folder_;
+  vemora::test::TestFolder folder_;
   RouteChanges changes_;
-  std::optional<test::ChildProcess> server_;
+  std::optional<ChildProcess> server_;
 };
 
 TEST_F(PulseAudioSessionTest, TellsOnceOfEachChangeOfTheRoute) {

@@ -1,12 +1,14 @@
 #pragma once
 
-#include "ChildProcess.h"
-#include "ScratchFolder.h"
+#include "../../common/ChildProcess.h"
+#include "../../common/TestFolder.h"
 
 #include <cstdlib>
 #include <string>
 
 namespace vemora::gtk::test {
+
+using vemora::test::ChildProcess;
 
 /// A private message bus that stands for both the system's and the session's. Services can be made
 /// activatable with `installService` before the bus starts.
@@ -25,9 +27,11 @@ class ScriptedBus {
                         folder_.path("services") +
                         "</servicedir><policy context='default'><allow send_destination='*'"
                         " eavesdrop='true'/><allow eavesdrop='true'/><allow own='*'/></policy></busconfig>");
-    daemon_ = std::make_unique<ChildProcess>(std::vector<std::string>{
-        "dbus-daemon", "--nofork", "--print-address", "--config-file=" + configuration});
-    address_ = daemon_->firstLine();
+    daemon_ =
+        std::make_unique<ChildProcess>(std::vector<std::string>{"dbus-daemon", "--nofork", "--print-address",
+                                                                "--config-file=" + configuration},
+                                       ChildProcess::Environment{}, ChildProcess::Errors::Dropped);
+    address_ = daemon_->line().value_or("");
     setenv("DBUS_SYSTEM_BUS_ADDRESS", address_.c_str(), 1);
     setenv("DBUS_SESSION_BUS_ADDRESS", address_.c_str(), 1);
   }
@@ -36,7 +40,7 @@ class ScriptedBus {
   std::string path(const std::string& name) const { return folder_.path(name); }
 
  private:
-  ScratchFolder folder_;
+  vemora::test::TestFolder folder_;
   std::unique_ptr<ChildProcess> daemon_;
   std::string address_;
 };

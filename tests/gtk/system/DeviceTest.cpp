@@ -1,7 +1,7 @@
+#include "../../common/TestFolder.h"
 #include "Platform/Gtk/GtkPorts.h"
 #include "Platform/Gtk/System/AdvertisingChoice.h"
 #include "Platform/Gtk/System/MachineInfo.h"
-#include "TemporaryFolder.h"
 
 #include <Vemora/Gtk/VemoraGtk.h>
 
@@ -16,7 +16,7 @@ constexpr char kNobody[] = "00000000-0000-0000-0000-000000000000";
 
 class MachineInfoTest : public testing::Test {
  protected:
-  test::TemporaryFolder root_;
+  test::TestFolder root_;
   const MachineInfo machine_{root_.path()};
 };
 
@@ -76,7 +76,7 @@ TEST(VendorTest, IsWhatAVendorsApplicationsShare) {
 }
 
 TEST(AdvertisingChoiceTest, IsLimitedUntilTheUserOptsIn) {
-  const test::TemporaryFolder folder;
+  const test::TestFolder folder;
   const std::string path = folder.path("/vemora/advertising-identifier");
   AdvertisingChoice choice(path);
   EXPECT_FALSE(choice.isTrackingEnabled());
@@ -105,7 +105,7 @@ TEST(AdvertisingChoiceTest, IsLimitedUntilTheUserOptsIn) {
 }
 
 TEST(AdvertisingChoiceTest, TakesNothingElseForAnIdentifier) {
-  const test::TemporaryFolder folder;
+  const test::TestFolder folder;
   const AdvertisingChoice choice(folder.path("/file"));
   for (const char* text : {"", "garbage", "00000000-0000-0000-0000-000000000000\n",
                            "8e5c2c0b-0d3c-4a7e-9d53-6d0a7f2d1c3a and more"}) {
@@ -117,7 +117,7 @@ TEST(AdvertisingChoiceTest, TakesNothingElseForAnIdentifier) {
 }
 
 TEST(AdvertisingChoiceTest, HoldsForTheProcessWhenItCannotBeWritten) {
-  const test::TemporaryFolder folder;
+  const test::TestFolder folder;
   folder.write("/file", "");
   AdvertisingChoice choice(folder.path("/file/below"));
   choice.setTrackingEnabled(true);

@@ -1,4 +1,4 @@
-#include "TemporaryFolder.h"
+#include "../../common/TestFolder.h"
 #include "URLSessionEnd.h"
 
 #include <glib.h>
@@ -22,7 +22,7 @@ void pinEnvironment(const std::string& home) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  static const vemora::test::TemporaryFolder home;
+  static const vemora::test::TestFolder home;
   pinEnvironment(home.path());
   if (argc == 4 && std::string(argv[1]) == "--end-process") {
     vemora::gtk::endProcessWithDownloads(argv[2], argv[3]);

@@ -1,4 +1,4 @@
-#include "LoopbackServer.h"
+#include "BackgroundServer.h"
 #include "Platform/Gtk/System/SoupURLSession.h"
 #include "Platform/Gtk/UI/TrustedCertificates.h"
 #include "SelfSignedCertificate.h"
@@ -21,7 +21,7 @@ namespace vemora::gtk {
 
 namespace {
 
-using test::LoopbackServer;
+using test::BackgroundServer;
 using Result = std::optional<VMRError>;
 
 constexpr char kUserAgent[] = "Mozilla/5.0 (X11; Linux) Exactly/1.0 as, set";
@@ -58,7 +58,7 @@ Result download(const URLRequest& request, const URLSessionLimits& limits = {}) 
   return result.get();
 }
 
-std::vector<std::string> valuesOf(const LoopbackServer::Request& request, const std::string& field) {
+std::vector<std::string> valuesOf(const BackgroundServer::Request& request, const std::string& field) {
   std::vector<std::string> values;
   const auto [begin, end] = request.headers.equal_range(field);
   for (auto header = begin; header != end; ++header) values.push_back(header->second);
@@ -66,7 +66,7 @@ std::vector<std::string> valuesOf(const LoopbackServer::Request& request, const 
 }
 
 TEST(URLSessionTest, SendsTheHeadersAlsoAfterARedirectAndNoCookie) {
-  LoopbackServer server;
+  BackgroundServer server;
   server.on("/start", [](SoupServerMessage* message) {
     SoupMessageHeaders* headers = soup_server_message_get_response_headers(message);
     soup_message_headers_append(headers, "Set-Cookie", "id=1; Path=/");
@@ -85,7 +85,7 @@ TEST(URLSessionTest, SendsTheHeadersAlsoAfterARedirectAndNoCookie) {
 }
 
 TEST(URLSessionTest, AsksAgainForWhatItHad) {
-  LoopbackServer server;
+  BackgroundServer server;
   server.on("/", [](SoupServerMessage* message) {
     SoupMessageHeaders* headers = soup_server_message_get_response_headers(message);
     soup_message_headers_append(headers, "Cache-Control", "max-age=3600");
@@ -96,7 +96,7 @@ TEST(URLSessionTest, AsksAgainForWhatItHad) {
 }
 
 TEST(URLSessionTest, TakesAnErrorStatusForAnAnswer) {
-  LoopbackServer server;
+  BackgroundServer server;
   for (const int status : {404, 401, 500}) {
     const std::string path = "/" + std::to_string(status);
     server.on(path, [status](SoupServerMessage* message) {
@@ -109,7 +109,7 @@ TEST(URLSessionTest, TakesAnErrorStatusForAnAnswer) {
 }
 
 TEST(URLSessionTest, LeavesOutHeadersThatWouldSpeakForThemselves) {
-  LoopbackServer server;
+  BackgroundServer server;
   URLRequest request = requestFor(server.url("/"));
   request.addValue("a\r\nX-Injected: yes", "X-Split");
   request.addValue("value", "X Bad: yes");
@@ -135,7 +135,7 @@ TEST(URLSessionTest, RefusesWhatIsNotHttp) {
 TEST(URLSessionTest, TellsOfAConnectionThatFails) {
   std::string url;
   {
-    LoopbackServer server;
+    BackgroundServer server;
     url = server.url("/");
   }
   const Result error = download(requestFor(url));
@@ -146,7 +146,7 @@ TEST(URLSessionTest, TellsOfAConnectionThatFails) {
 }
 
 TEST(URLSessionTest, TellsOfAnAnswerThatBreaksOff) {
-  LoopbackServer server;
+  BackgroundServer server;
   server.on("/", [](SoupServerMessage* message) {
     SoupMessageHeaders* headers = soup_server_message_get_response_headers(message);
     soup_message_headers_set_encoding(headers, SOUP_ENCODING_CONTENT_LENGTH);
@@ -162,7 +162,7 @@ TEST(URLSessionTest, TellsOfAnAnswerThatBreaksOff) {
 }
 
 TEST(URLSessionTest, GivesUpWhenThereIsNoAnswerInTime) {
-  LoopbackServer server;
+  BackgroundServer server;
   server.on("/", [&](SoupServerMessage* message) { server.pause(message); });
   URLSessionLimits limits;
   limits.total = std::chrono::milliseconds(50);
@@ -186,7 +186,7 @@ void writeWithoutEnd(SoupServerMessage* message, std::size_t chunk) {
 }
 
 TEST(URLSessionTest, LetsGoOfAnAnswerWithoutEnd) {
-  LoopbackServer server;
+  BackgroundServer server;
   server.on("/", [](SoupServerMessage* message) { writeWithoutEnd(message, 100'000); });
   EXPECT_EQ(download(requestFor(server.url("/"))), std::nullopt);
   URLSessionLimits patient;
@@ -202,7 +202,7 @@ TEST(URLSessionTest, TrustsACertificateOnlyWhereTheHostSaysSo) {
   const std::string text = pem->certificatePem + pem->privateKeyPem;
   const auto certificate =
       GObjectPtr<GTlsCertificate>::adopt(g_tls_certificate_new_from_pem(text.c_str(), -1, nullptr));
-  LoopbackServer server(certificate.get());
+  BackgroundServer server(certificate.get());
   addTrustedCertificate(certificate.get(), "another.example");
   const Result refused = download(requestFor(server.url("/")));
   ASSERT_TRUE(refused);
@@ -215,7 +215,7 @@ TEST(URLSessionTest, TrustsACertificateOnlyWhereTheHostSaysSo) {
 
 TEST(URLSessionTest, RunsABurstWithoutAThreadOrADescriptorForEach) {
   constexpr int kBeacons = 70;
-  LoopbackServer server;
+  BackgroundServer server;
   server.on("/", [&](SoupServerMessage* message) { server.pause(message); });
   std::atomic<int> completed{0};
   std::atomic<int> failed{0};
@@ -246,7 +246,7 @@ TEST(URLSessionTest, RunsABurstWithoutAThreadOrADescriptorForEach) {
 class URLSessionEndTest : public testing::TestWithParam<const char*> {};
 
 TEST_P(URLSessionEndTest, LeavesTheProcessPromptly) {
-  LoopbackServer server;
+  BackgroundServer server;
   server.on("/", [&](SoupServerMessage* message) { server.pause(message); });
   std::string program = "/proc/self/exe", option = "--end-process", way = GetParam(), url = server.url("/");
   char* arguments[] = {program.data(), option.data(), way.data(), url.data(), nullptr};

@@ -1,5 +1,5 @@
+#include "../../common/TestFolder.h"
 #include "Platform/Gtk/System/KeyFileUserDefaults.h"
-#include "TemporaryFolder.h"
 
 #include <gtest/gtest.h>
 #include <signal.h>
@@ -28,7 +28,7 @@ class UserDefaultsTest : public testing::Test {
   }
   std::string path() const { return folder_.path(kFile); }
 
-  test::TemporaryFolder folder_;
+  test::TestFolder folder_;
   std::vector<std::function<void()>> scheduled_;
 };
 

@@ -1,7 +1,10 @@
 #include "Platform/Gtk/UI/HostWindows.h"
+#include "common/ChildProcess.h"
 #include "gtk/GtkTest.h"
 
 #include <Vemora/NotificationCenter.h>
+
+#include <optional>
 
 /// Under a window manager, which alone makes windows active.
 namespace vemora::test {
@@ -11,28 +14,6 @@ namespace {
 struct FinishCounter : SFSafariViewControllerDelegate {
   void safariViewControllerDidFinish(const std::shared_ptr<SFSafariViewController>&) override { ++finished; }
   int finished = 0;
-};
-
-/// A window of another program, which takes the focus away.
-class OtherProgram {
- public:
-  OtherProgram() {
-    process_ = gtk::GObjectPtr<GSubprocess>::adopt(g_subprocess_new(
-        G_SUBPROCESS_FLAGS_STDERR_SILENCE, nullptr, "xmessage", "-center", "Another program", nullptr));
-  }
-  ~OtherProgram() { end(); }
-  OtherProgram(const OtherProgram&) = delete;
-  OtherProgram& operator=(const OtherProgram&) = delete;
-
-  void end() {
-    if (!process_) return;
-    g_subprocess_force_exit(process_.get());
-    g_subprocess_wait(process_.get(), nullptr, nullptr);
-    process_.reset();
-  }
-
- private:
-  gtk::GObjectPtr<GSubprocess> process_;
 };
 
 class LifeCycleTest : public testing::Test {
@@ -67,11 +48,12 @@ const std::vector<std::string> kLeftAndBack{UIApplicationWillResignActiveNotific
 }  // namespace
 
 TEST_F(LifeCycleTest, LeavesWhenAnotherProgramIsInUseAndComesBack) {
-  OtherProgram other;
+  std::optional<ChildProcess> other(std::in_place,
+                                    std::vector<std::string>{"xmessage", "-center", "Another program"});
   ASSERT_TRUE(waitUntil([this] { return !heard_.empty(); }));
   EXPECT_EQ(heard_, kLeft);
   EXPECT_EQ(application().keyWindow()->layer(), host_.window()) << "it is the last that was active";
-  other.end();
+  other.reset();
   gtk_window_present(host_.window());
   EXPECT_TRUE(waitUntil([this] { return heard_.size() == 2; }));
   EXPECT_EQ(heard_, kLeftAndBack);

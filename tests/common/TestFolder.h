@@ -4,6 +4,7 @@
 
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <string>
 #include <string_view>
 
@@ -13,7 +14,7 @@ namespace vemora::test {
 class TestFolder {
  public:
   TestFolder() {
-    const GStringPtr made(g_dir_make_tmp("vemora-serve-XXXXXX", nullptr));
+    const GStringPtr made(g_dir_make_tmp("vemora-test-XXXXXX", nullptr));
     path_ = made.get();
   }
   TestFolder(const TestFolder&) = delete;
@@ -25,12 +26,22 @@ class TestFolder {
 
   [[nodiscard]] const std::filesystem::path& path() const { return path_; }
 
+  /// Of what is in it, or may come to be; a leading slash is the folder itself.
+  [[nodiscard]] std::string path(const std::filesystem::path& name) const {
+    return (path_ / name.relative_path()).string();
+  }
+
   /// Writes a file, with the folders above it, and returns its whole path.
   std::filesystem::path write(const std::filesystem::path& name, std::string_view content) const {
-    const std::filesystem::path file = path_ / name;
+    const std::filesystem::path file = path(name);
     std::filesystem::create_directories(file.parent_path());
     std::ofstream(file, std::ios::binary) << content;
     return file;
+  }
+  /// All of a file; nothing when it is not there.
+  [[nodiscard]] std::string read(const std::filesystem::path& name) const {
+    std::ifstream file(path(name), std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
   }
 
  private:

@@ -13,8 +13,8 @@
 
 namespace vemora::test {
 
-/// A web server on a loopback port and a thread of its own.
-class LoopbackServer {
+/// A web server on a loopback port and a thread of its own, for tests that block their main thread.
+class BackgroundServer {
  public:
   struct Request {
     std::string path;
@@ -23,8 +23,8 @@ class LoopbackServer {
   /// Called on the server's thread.
   using Handler = std::function<void(SoupServerMessage*)>;
 
-  explicit LoopbackServer(GTlsCertificate* certificate = nullptr);
-  ~LoopbackServer();
+  explicit BackgroundServer(GTlsCertificate* certificate = nullptr);
+  ~BackgroundServer();
 
   /// Set before the first request.
   void on(const std::string& path, Handler handler) { handlers_[path] = std::move(handler); }

@@ -1,4 +1,4 @@
-#include "LoopbackServer.h"
+#include "BackgroundServer.h"
 
 #include "Platform/Gtk/Services/ContextThread.h"
 
@@ -7,7 +7,7 @@
 
 namespace vemora::test {
 
-LoopbackServer::LoopbackServer(GTlsCertificate* certificate) {
+BackgroundServer::BackgroundServer(GTlsCertificate* certificate) {
   std::promise<void> listens;
   thread_ = std::thread([&] {
     g_main_context_push_thread_default(context_);
@@ -25,19 +25,19 @@ LoopbackServer::LoopbackServer(GTlsCertificate* certificate) {
   listens.get_future().wait();
 }
 
-LoopbackServer::~LoopbackServer() {
+BackgroundServer::~BackgroundServer() {
   gtk::runOnContext(context_, [this] { g_main_loop_quit(loop_); });
   thread_.join();
   g_main_loop_unref(loop_);
   g_main_context_unref(context_);
 }
 
-void LoopbackServer::run(GTlsCertificate* certificate) {
+void BackgroundServer::run(GTlsCertificate* certificate) {
   server_ = soup_server_new("tls-certificate", certificate, nullptr);
   soup_server_add_handler(
       server_, nullptr,
       [](SoupServer*, SoupServerMessage* message, const char* path, GHashTable*, gpointer self) {
-        static_cast<LoopbackServer*>(self)->handle(message, path);
+        static_cast<BackgroundServer*>(self)->handle(message, path);
       },
       this, nullptr);
   const auto options = certificate ? SOUP_SERVER_LISTEN_HTTPS : SoupServerListenOptions{};
@@ -48,7 +48,7 @@ void LoopbackServer::run(GTlsCertificate* certificate) {
   g_slist_free_full(uris, reinterpret_cast<GDestroyNotify>(g_uri_unref));
 }
 
-void LoopbackServer::handle(SoupServerMessage* message, const char* path) {
+void BackgroundServer::handle(SoupServerMessage* message, const char* path) {
   Request request{path, {}};
   soup_message_headers_foreach(
       soup_server_message_get_request_headers(message),
@@ -64,23 +64,23 @@ void LoopbackServer::handle(SoupServerMessage* message, const char* path) {
   if (const auto handler = handlers_.find(path); handler != handlers_.end()) handler->second(message);
 }
 
-std::vector<LoopbackServer::Request> LoopbackServer::requests() const {
+std::vector<BackgroundServer::Request> BackgroundServer::requests() const {
   MutexLock lock(mutex_);
   return requests_;
 }
 
-void LoopbackServer::pause(SoupServerMessage* message) {
+void BackgroundServer::pause(SoupServerMessage* message) {
   soup_server_message_pause(message);
   MutexLock lock(mutex_);
   paused_.push_back(gtk::GObjectPtr<SoupServerMessage>::retain(message));
 }
 
-std::size_t LoopbackServer::pausedCount() const {
+std::size_t BackgroundServer::pausedCount() const {
   MutexLock lock(mutex_);
   return paused_.size();
 }
 
-void LoopbackServer::answerPaused() {
+void BackgroundServer::answerPaused() {
   gtk::runOnContext(context_, [this] {
     std::vector<gtk::GObjectPtr<SoupServerMessage>> paused;
     {

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "../common/ChildProcess.h"
+#include "ChildProcess.h"
 
 #include <gio/gio.h>
 
