@@ -41,7 +41,9 @@ GObjectPtr<GdkTexture> textureOf(GtkWindow* window) {
   return GObjectPtr<GdkTexture>::adopt(gsk_renderer_render_texture(renderer, node.get(), &viewport));
 }
 
-bool hasOneColour(GdkTexture* texture, const graphene_rect_t& area) {
+/// Black, for instance, with nothing but controls on it: a busy machine draws a film later than its page.
+bool isNearlyOneColour(GdkTexture* texture, const graphene_rect_t& area) {
+  constexpr double kNearly = 0.9;
   const auto width = static_cast<std::size_t>(gdk_texture_get_width(texture));
   const auto height = static_cast<std::size_t>(gdk_texture_get_height(texture));
   std::vector<std::uint32_t> pixels(width * height);
@@ -56,12 +58,12 @@ bool hasOneColour(GdkTexture* texture, const graphene_rect_t& area) {
   const std::size_t bottom = clamped(area.origin.y + area.size.height - kEdge, height);
   if (left >= right || top >= bottom) return true;
   const std::uint32_t first = pixels[top * width + left];
+  std::ptrdiff_t same = 0;
   for (std::size_t y = top; y < bottom; ++y) {
     const std::uint32_t* const row = pixels.data() + y * width;
-    if (std::any_of(row + left, row + right, [&](std::uint32_t pixel) { return pixel != first; }))
-      return false;
+    same += std::count(row + left, row + right, first);
   }
-  return true;
+  return static_cast<double>(same) > kNearly * static_cast<double>((right - left) * (bottom - top));
 }
 
 void save(const PendingScreenshot& pending, const Done& done) {
@@ -70,7 +72,7 @@ void save(const PendingScreenshot& pending, const Done& done) {
   if (!gdk_texture_save_to_png(texture.get(), pending.file.c_str())) {
     return done(ScreenshotResult::NotTaken, "cannot write '" + pending.file.string() + "'");
   }
-  const bool isEmpty = hasOneColour(texture.get(), pending.subject);
+  const bool isEmpty = isNearlyOneColour(texture.get(), pending.subject);
   done(isEmpty ? ScreenshotResult::NothingThere : ScreenshotResult::Taken, "");
 }
 

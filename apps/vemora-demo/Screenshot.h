@@ -10,7 +10,7 @@ namespace vemora {
 
 enum class ScreenshotResult {
   Taken,
-  NothingThere,  ///< Taken, but what it is about shows nothing but one colour.
+  NothingThere,  ///< Taken, but what it is about shows hardly more than one colour.
   NotTaken,
 };
 
