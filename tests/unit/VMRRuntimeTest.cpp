@@ -286,6 +286,7 @@ TEST_F(VMRRuntimeTest, CallsOfOneThreadLeaveInItsOrderOncePageIsReady) {
   });
   caller.join();
   EXPECT_EQ(runtime->posted(), calls);
+  runtime->letGoOfHandlers();
 }
 
 TEST_F(VMRRuntimeTest, APageThatNeverLoadsFailsTheCallAfterFifteenSeconds) {
