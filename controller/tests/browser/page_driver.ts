@@ -21,6 +21,11 @@ export interface Message {
   error?: { code: number; message: string };
 }
 
+interface PlannedCall {
+  after: string;
+  message: Message;
+}
+
 /** An answer in place of a file: a status, a text, or a time to wait (milliseconds) before either. */
 export interface Answer {
   status?: number;
@@ -79,8 +84,18 @@ export class PageDriver {
     await page.exposeFunction("tellLog", (text: string) => driver.logs.push(text));
     await page.addInitScript(() => {
       const native = window as unknown as Record<string, (text: string) => void>;
+      const planned: PlannedCall[] = [];
+      Object.assign(window, { planned });
+      const callWhatIsPlanned = ({ method, params }: Message) => {
+        if (method !== "event" || !planned[0] || params?.event !== planned[0].after) return;
+        const text = JSON.stringify(planned.shift()?.message);
+        setTimeout(() => window.VemoraProxy?.bridge.onMessage(text), 0);
+      };
       const handler = (name: string, encode: (body: unknown) => string) => ({
-        postMessage: (body: unknown) => native[name]?.(encode(structuredClone(body))),
+        postMessage: (body: unknown) => {
+          native[name]?.(encode(structuredClone(body)));
+          if (name === "tellDriver") callWhatIsPlanned(body as Message);
+        },
       });
       window.webkit = {
         messageHandlers: { Vemora: handler("tellDriver", JSON.stringify), VemoraLog: handler("tellLog", String) },
@@ -103,6 +118,23 @@ export class PageDriver {
   async call(method: string, params: object = {}): Promise<Message> {
     const id = String(this.nextId++);
     await this.post({ jsonrpc: "2.0", id, method, params });
+    return this.replyTo(id);
+  }
+
+  /**
+   * Calls the moment that the page has told of an event, however busy the machine is. Several are made in
+   * the order of their planning. Returns the id to wait with for the reply.
+   */
+  async planCall(after: string, method: string): Promise<string> {
+    const id = String(this.nextId++);
+    const call: PlannedCall = { after, message: { jsonrpc: "2.0", id, method, params: {} } };
+    await this.page.evaluate((added) => {
+      (window as unknown as { planned: PlannedCall[] }).planned.push(added);
+    }, call);
+    return id;
+  }
+
+  replyTo(id: string): Promise<Message> {
     return this.waitFor(
       (message) => message.id === id && (message.result !== undefined || message.error !== undefined),
     );

@@ -26,11 +26,10 @@ function expectedOf(name: string): Expected {
 }
 
 async function playToEnd(driver: PageDriver, expected: Expected): Promise<void> {
+  const calls: string[] = [];
+  for (const { after, send } of expected.controls ?? []) calls.push(await driver.planCall(after, send));
   await driver.call("control.start");
-  for (const { after, send } of expected.controls ?? []) {
-    await driver.waitForEvent(after);
-    expect((await driver.call(send)).error).toBeUndefined();
-  }
+  for (const id of calls) expect((await driver.replyTo(id)).error).toBeUndefined();
   await driver.waitForEvent(expected.events.at(-1) ?? "", 30);
 }
 
