@@ -34,6 +34,8 @@ bool hasAds(const std::shared_ptr<VemoraAdGroup>& group) {
 VemoraAdPlayerBase::VemoraAdPlayerBase(std::unique_ptr<VemoraAdPlayerBase_p> implementation)
     : d(std::move(implementation)) {
   d->player_ = this;
+  // Asked for nothing yet: some services look up first whether they may be used, and `load` waits for that.
+  Platform::shared().locationServices();
 }
 
 VemoraAdPlayerBase::~VemoraAdPlayerBase() = default;

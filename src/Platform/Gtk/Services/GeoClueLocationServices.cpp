@@ -39,8 +39,9 @@ constexpr int kShortCallMilliseconds = 2000;
 /// Calls that may have to wait until the service has been started.
 constexpr int kServiceCallMilliseconds = 25000;
 
-/// How long after the start of the first look-up a question still waits for its outcome.
-constexpr double kMainThreadPatience = 0.005;
+/// How long after the start of the first look-up a question still waits for its outcome: one that is answered
+/// too early costs the first load its location. On a bus that answers, ten milliseconds are usual.
+constexpr double kMainThreadPatience = 0.05;
 constexpr double kBackgroundPatience = 0.25;
 
 bool isAuthorized(Status status) {
