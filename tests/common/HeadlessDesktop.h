@@ -22,7 +22,13 @@ class HeadlessDesktop {
   }
   HeadlessDesktop(const HeadlessDesktop&) = delete;
   HeadlessDesktop& operator=(const HeadlessDesktop&) = delete;
-  ~HeadlessDesktop() { g_test_dbus_stop(bus_.get()); }
+  ~HeadlessDesktop() {
+    // Whatever part of GLib has met the bus in this process would end the process with it.
+    const auto connection =
+        GObjectPtr<GDBusConnection>::adopt(g_bus_get_sync(G_BUS_TYPE_SESSION, nullptr, nullptr));
+    if (connection) g_dbus_connection_set_exit_on_close(connection.get(), FALSE);
+    g_test_dbus_stop(bus_.get());
+  }
 
  private:
   ChildProcess screen_;
