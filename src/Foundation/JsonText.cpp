@@ -1,5 +1,6 @@
 #include "Foundation/DecimalNumbers.h"
 #include "Foundation/JsonObjects.h"
+#include "Foundation/TextWords.h"
 
 #include <Vemora/JsonValue.h>
 
@@ -45,15 +46,8 @@ std::optional<JsonValue> numberFrom(std::string_view text) {
   return std::isfinite(value) ? std::optional<JsonValue>(value) : std::nullopt;
 }
 
-constexpr std::size_t kWord = sizeof(std::uint64_t);
 constexpr std::uint64_t kOnes = 0x0101010101010101;
 constexpr std::uint64_t kHighBits = kOnes * 0x80;
-
-std::uint64_t wordAt(const char* place) {
-  std::uint64_t word = 0;
-  std::memcpy(&word, place, kWord);
-  return word;
-}
 
 /// The high bits of bytes below the limit, which is at most 0x80. Bytes behind the first such one may be
 /// marked without being below.

@@ -1,6 +1,7 @@
 #include "Foundation/DecimalNumbers.h"
 #include "Foundation/JsonObjects.h"
 #include "Foundation/Mutex.h"
+#include "Foundation/TextWords.h"
 
 #include <Vemora/JsonValue.h>
 
@@ -25,13 +26,6 @@ std::string_view keyText(const JsonValue::Entry& entry) {
   return *entry.key.asString();
 }
 
-template <typename Word>
-std::uint64_t wordAt(const char* place) {
-  Word word = 0;
-  std::memcpy(&word, place, sizeof word);
-  return word;
-}
-
 /// Up to eight bytes of text as one number. Words that overlap, since loading a part of a word is slow.
 std::uint64_t shortTextAsNumber(std::string_view text) {
   const char* const begin = text.data();
@@ -43,28 +37,25 @@ std::uint64_t shortTextAsNumber(std::string_view text) {
 
 std::size_t hashOf(std::string_view text) {
   constexpr std::uint64_t kFactor = 0x9E3779B97F4A7C15;
-  constexpr std::size_t kWord = sizeof(std::uint64_t);
   std::uint64_t hash = text.size() * kFactor;
   const auto mix = [&hash](std::uint64_t word) {
     hash = (hash ^ word) * kFactor;
     hash ^= hash >> 32;
   };
   std::size_t at = 0;
-  for (; at + kWord < text.size(); at += kWord) mix(wordAt<std::uint64_t>(text.data() + at));
-  mix(text.size() <= kWord ? shortTextAsNumber(text)
-                           : wordAt<std::uint64_t>(text.data() + text.size() - kWord));
+  for (; at + kWord < text.size(); at += kWord) mix(wordAt(text.data() + at));
+  mix(text.size() <= kWord ? shortTextAsNumber(text) : wordAt(text.data() + text.size() - kWord));
   mix(0);  // Multiplying carries upwards only: once more brings the last bytes to the low bits.
   return static_cast<std::size_t>(hash);
 }
 
 /// For short texts, where a call of memcmp costs more than comparing.
 bool isSame(std::string_view a, std::string_view b) {
-  constexpr std::size_t kWord = sizeof(std::uint64_t);
   if (a.size() != b.size()) return false;
   if (a.size() <= kWord) return shortTextAsNumber(a) == shortTextAsNumber(b);
   std::uint64_t differences = 0;
   const auto compareAt = [&](std::size_t at) {
-    differences |= wordAt<std::uint64_t>(a.data() + at) ^ wordAt<std::uint64_t>(b.data() + at);
+    differences |= wordAt(a.data() + at) ^ wordAt(b.data() + at);
   };
   for (std::size_t at = 0; at + kWord < a.size(); at += kWord) compareAt(at);
   compareAt(a.size() - kWord);
