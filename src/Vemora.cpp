@@ -1,4 +1,4 @@
-#include "Foundation/Mutex.h"
+#include "base/Mutex.h"
 #include "Platform/Ports/Platform.h"
 
 #include <Vemora/Vemora.h>

@@ -2,7 +2,7 @@
 
 #include "Classes/VMRContext.h"
 #include "Classes/VMRLocationDumper.h"
-#include "Foundation/InitNotValid.h"
+#include "base/InitNotValid.h"
 #include "Platform/Ports/Platform.h"
 
 #include <Vemora/JsonValue.h>

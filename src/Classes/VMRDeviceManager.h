@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Foundation/Locked.h"
+#include "base/Locked.h"
 
 #include <atomic>
 #include <memory>

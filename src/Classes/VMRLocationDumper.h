@@ -1,7 +1,7 @@
 #pragma once
 
 #include "Classes/impl/VMRFuture.h"
-#include "Foundation/Mutex.h"
+#include "base/Mutex.h"
 #include "Platform/Ports/LocationServices.h"
 
 #include <memory>

@@ -2,7 +2,7 @@
 
 #include "Classes/VMRAppInfo.h"
 #include "Classes/VMRContext.h"
-#include "Foundation/InitNotValid.h"
+#include "base/InitNotValid.h"
 #include "Platform/Ports/Platform.h"
 
 #include <Vemora/Vemora.h>

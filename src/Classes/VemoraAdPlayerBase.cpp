@@ -4,7 +4,7 @@
 #include "Classes/Runtime/VMRWebViewRuntime.h"
 #include "Classes/VMRContext.h"
 #include "Classes/VMRMoatTracker.h"
-#include "Foundation/JsonDescription.h"
+#include "base/JsonDescription.h"
 #include "Foundation/MainThreadRelease.h"
 #include "Platform/Ports/Platform.h"
 #include "Private/VemoraAdPlayerBase_p.h"

@@ -1,5 +1,5 @@
 #include "Classes/VemoraTypes_p.h"
-#include "Foundation/Ascii.h"
+#include "base/Ascii.h"
 
 #include <Vemora/VemoraTypes.h>
 

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "Classes/impl/VMRRuntimeMessageHandler.h"
-#include "Foundation/Locked.h"
+#include "base/Locked.h"
 #include "Platform/Ports/Application.h"
 #include "Platform/Ports/Dispatch.h"
 

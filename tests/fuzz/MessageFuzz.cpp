@@ -1,7 +1,7 @@
 #include "MessageFuzz.h"
 
 #include "Classes/impl/VMRRpc.h"
-#include "Classes/impl/VMRUtilities.h"
+#include "base/VMRUtilities.h"
 #include "Platform/Testing/TestingPlatform.h"
 #include "Private/VemoraAdPlayerBase_p.h"
 

@@ -1,7 +1,7 @@
 #include "Classes/DataModel/VMRConfig.h"
 #include "Classes/VemoraTypes_p.h"
 #include "Classes/impl/VMRCrypto.h"
-#include "Classes/impl/VMRUtilities.h"
+#include "base/VMRUtilities.h"
 #include "CoreTest.h"
 
 #include <Vemora/InternalInconsistencyException.h>

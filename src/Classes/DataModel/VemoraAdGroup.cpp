@@ -1,5 +1,5 @@
-#include "Classes/impl/VMRUtilities.h"
-#include "Foundation/InitNotValid.h"
+#include "base/VMRUtilities.h"
+#include "base/InitNotValid.h"
 
 #include <Vemora/VemoraAdGroup.h>
 

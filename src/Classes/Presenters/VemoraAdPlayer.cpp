@@ -1,4 +1,4 @@
-#include "Foundation/Locked.h"
+#include "base/Locked.h"
 
 #include <Vemora/VemoraAdPlayer.h>
 

@@ -7,7 +7,7 @@
 #include "Classes/VMRAppInfo.h"
 #include "Classes/VMRContext.h"
 #include "Classes/VMRDeviceManager.h"
-#include "Foundation/InitNotValid.h"
+#include "base/InitNotValid.h"
 #include "Platform/Ports/Platform.h"
 
 #include <Vemora/Vemora.h>

@@ -1,7 +1,7 @@
 #include "Classes/Runtime/VMRWebViewRuntime.h"
 
-#include "Foundation/Ascii.h"
-#include "Foundation/JsonDescription.h"
+#include "base/Ascii.h"
+#include "base/JsonDescription.h"
 #include "Platform/Ports/Platform.h"
 
 #include <Vemora/Vemora.h>

@@ -3,7 +3,7 @@
 #include "Classes/Runtime/VMRRuntime.h"
 #include "Classes/Runtime/VMRWebViewMonitor.h"
 #include "Classes/impl/DeliveryLine.h"
-#include "Foundation/Locked.h"
+#include "base/Locked.h"
 #include "Platform/Ports/WebView.h"
 
 #include <atomic>

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "Classes/impl/VMRRuntimeMessageHandler.h"
-#include "Foundation/Mutex.h"
+#include "base/Mutex.h"
 
 #include <cstdint>
 #include <functional>

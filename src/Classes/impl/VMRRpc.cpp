@@ -1,6 +1,6 @@
 #include "Classes/impl/VMRRpc.h"
 
-#include "Foundation/Mutex.h"
+#include "base/Mutex.h"
 #include "Platform/Ports/Platform.h"
 
 namespace vemora {

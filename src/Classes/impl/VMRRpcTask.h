@@ -3,7 +3,7 @@
 #include "Classes/impl/VMRFuture.h"
 #include "Classes/impl/VMRRpc.h"
 #include "Classes/impl/VMRRuntimeMessageHandler.h"
-#include "Foundation/Mutex.h"
+#include "base/Mutex.h"
 #include "Platform/Ports/Dispatch.h"
 
 #include <Vemora/VMRError.h>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Foundation/Geometry.h"
+#include "base/Geometry.h"
 
 #include <memory>
 #include <optional>

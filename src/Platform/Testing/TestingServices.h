@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Foundation/Mutex.h"
+#include "base/Mutex.h"
 #include "Platform/Ports/Platform.h"
 
 #include <cstddef>

@@ -1,6 +1,6 @@
 #include "../../common/ChildProcess.h"
 #include "../../common/TestFolder.h"
-#include "Foundation/Mutex.h"
+#include "base/Mutex.h"
 #include "Platform/Gtk/Services/PulseAudioSession.h"
 #include "Platform/Ports/Platform.h"
 #include "ProcessResources.h"

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Foundation/Mutex.h"
+#include "base/Mutex.h"
 #include "Platform/Gtk/GObjectPtr.h"
 #include "Platform/Gtk/Services/ContextThread.h"
 

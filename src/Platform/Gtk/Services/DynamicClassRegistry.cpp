@@ -1,4 +1,4 @@
-#include "Foundation/Mutex.h"
+#include "base/Mutex.h"
 #include "Platform/Gtk/GtkPorts.h"
 #include "Platform/Ports/View.h"
 

@@ -1,6 +1,6 @@
 #include "Platform/Gtk/Services/GioNetworkReachability.h"
 
-#include "Foundation/Mutex.h"
+#include "base/Mutex.h"
 #include "Platform/Gtk/GtkPorts.h"
 #include "Platform/Gtk/Services/ContextThread.h"
 #include "Platform/Gtk/Services/NetworkFacts.h"

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Foundation/Mutex.h"
+#include "base/Mutex.h"
 #include "Platform/Gtk/System/ConditionWait.h"
 #include "Platform/Ports/Dispatch.h"
 

@@ -1,6 +1,6 @@
 #include "Platform/Gtk/UI/TrustedCertificates.h"
 
-#include "Foundation/Mutex.h"
+#include "base/Mutex.h"
 
 #include <algorithm>
 #include <memory>

@@ -1,4 +1,4 @@
-#include "Classes/impl/VMRUtilities.h"
+#include "base/VMRUtilities.h"
 
 namespace vemora {
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Foundation/ThreadAnnotations.h"
+#include "base/ThreadAnnotations.h"
 
 #include <mutex>
 

@@ -1,7 +1,7 @@
-#include "Foundation/DecimalNumbers.h"
-#include "Foundation/JsonObjects.h"
-#include "Foundation/Mutex.h"
-#include "Foundation/TextWords.h"
+#include "base/DecimalNumbers.h"
+#include "base/JsonObjects.h"
+#include "base/Mutex.h"
+#include "base/TextWords.h"
 
 #include <Vemora/JsonValue.h>
 

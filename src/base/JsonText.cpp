@@ -1,6 +1,6 @@
-#include "Foundation/DecimalNumbers.h"
-#include "Foundation/JsonObjects.h"
-#include "Foundation/TextWords.h"
+#include "base/DecimalNumbers.h"
+#include "base/JsonObjects.h"
+#include "base/TextWords.h"
 
 #include <Vemora/JsonValue.h>
 
