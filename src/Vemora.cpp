@@ -1,5 +1,5 @@
 #include "base/Mutex.h"
-#include "Platform/Ports/Platform.h"
+#include "ports/Platform.h"
 
 #include <Vemora/Vemora.h>
 

@@ -1,5 +1,5 @@
 #include "Classes/impl/VMRFuture.h"
-#include "Platform/Ports/Platform.h"
+#include "ports/Platform.h"
 #include "support/Report.h"
 
 #include <sched.h>

@@ -1,5 +1,5 @@
 #include "Classes/Runtime/VMRWebViewRuntime.h"
-#include "Platform/Ports/Platform.h"
+#include "ports/Platform.h"
 #include "support/Report.h"
 #include "web/BareBridge.h"
 #include "web/Host.h"

@@ -2,7 +2,7 @@
 
 #include "Classes/VMRContext.h"
 #include "Classes/impl/VMRCrypto.h"
-#include "Platform/Ports/Platform.h"
+#include "ports/Platform.h"
 
 #include <Vemora/Vemora.h>
 

@@ -3,7 +3,7 @@
 #include "Classes/VMRAppInfo.h"
 #include "Classes/VMRDeviceManager.h"
 #include "Classes/VMRLocationDumper.h"
-#include "Platform/Ports/Platform.h"
+#include "ports/Platform.h"
 
 namespace vemora {
 

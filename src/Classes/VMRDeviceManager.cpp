@@ -3,7 +3,7 @@
 #include "Classes/VMRContext.h"
 #include "Classes/VMRLocationDumper.h"
 #include "base/InitNotValid.h"
-#include "Platform/Ports/Platform.h"
+#include "ports/Platform.h"
 
 #include <Vemora/JsonValue.h>
 #include <Vemora/Vemora.h>

@@ -2,7 +2,7 @@
 
 #include "Classes/impl/VMRFuture.h"
 #include "base/Mutex.h"
-#include "Platform/Ports/LocationServices.h"
+#include "ports/LocationServices.h"
 
 #include <memory>
 #include <optional>

@@ -3,7 +3,7 @@
 #include "Classes/VMRAppInfo.h"
 #include "Classes/VMRContext.h"
 #include "base/InitNotValid.h"
-#include "Platform/Ports/Platform.h"
+#include "ports/Platform.h"
 
 #include <Vemora/Vemora.h>
 

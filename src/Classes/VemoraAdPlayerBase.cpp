@@ -5,8 +5,8 @@
 #include "Classes/VMRContext.h"
 #include "Classes/VMRMoatTracker.h"
 #include "base/JsonDescription.h"
-#include "Foundation/MainThreadRelease.h"
-#include "Platform/Ports/Platform.h"
+#include "ports/MainThreadRelease.h"
+#include "ports/Platform.h"
 #include "Private/VemoraAdPlayerBase_p.h"
 
 #include <Vemora/Vemora.h>

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "base/Locked.h"
-#include "Foundation/MainThreadRelease.h"
+#include "ports/MainThreadRelease.h"
 #include "Private/VemoraAdPlayerBase_p.h"
 
 #include <memory>

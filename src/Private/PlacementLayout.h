@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Platform/Ports/View.h"
+#include "ports/View.h"
 
 #include <memory>
 

@@ -2,8 +2,8 @@
 
 #include "Classes/impl/VMRRuntimeMessageHandler.h"
 #include "base/Locked.h"
-#include "Platform/Ports/Application.h"
-#include "Platform/Ports/Dispatch.h"
+#include "ports/Application.h"
+#include "ports/Dispatch.h"
 
 #include <Vemora/NotificationCenter.h>
 #include <Vemora/VemoraAdPlayerBase.h>

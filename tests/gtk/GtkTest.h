@@ -1,7 +1,7 @@
 #pragma once
 
 #include "Platform/Gtk/GObjectPtr.h"
-#include "Platform/Ports/Platform.h"
+#include "ports/Platform.h"
 
 #include <Vemora/Gtk/VemoraGtk.h>
 #include <Vemora/JsonValue.h>

@@ -1,4 +1,4 @@
-#include "Foundation/MainThreadRelease.h"
+#include "ports/MainThreadRelease.h"
 #include "Private/PlacementLayout.h"
 #include "Private/VemoraAdPlayerBase_p.h"
 #include "Private/Views/VemoraInterstitialViewController.h"

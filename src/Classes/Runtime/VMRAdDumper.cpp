@@ -8,7 +8,7 @@
 #include "Classes/VMRContext.h"
 #include "Classes/VMRDeviceManager.h"
 #include "base/InitNotValid.h"
-#include "Platform/Ports/Platform.h"
+#include "ports/Platform.h"
 
 #include <Vemora/Vemora.h>
 

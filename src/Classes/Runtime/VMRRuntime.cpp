@@ -2,7 +2,7 @@
 
 #include "Classes/Runtime/VMRBridgeErrors.h"
 #include "Classes/impl/VMRRpcTask.h"
-#include "Platform/Ports/Platform.h"
+#include "ports/Platform.h"
 
 #include <Vemora/InternalInconsistencyException.h>
 #include <Vemora/Vemora.h>

@@ -1,7 +1,7 @@
 #include "Classes/Runtime/VMRWebViewMonitor.h"
 
 #include "Classes/Runtime/VMRWebViewRuntime.h"
-#include "Platform/Ports/Platform.h"
+#include "ports/Platform.h"
 
 #include <Vemora/Vemora.h>
 

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "Classes/impl/VMRFuture.h"
-#include "Platform/Ports/WebView.h"
+#include "ports/WebView.h"
 
 #include <memory>
 

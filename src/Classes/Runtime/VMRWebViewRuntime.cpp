@@ -2,7 +2,7 @@
 
 #include "base/Ascii.h"
 #include "base/JsonDescription.h"
-#include "Platform/Ports/Platform.h"
+#include "ports/Platform.h"
 
 #include <Vemora/Vemora.h>
 

@@ -4,7 +4,7 @@
 #include "Classes/Runtime/VMRWebViewMonitor.h"
 #include "Classes/impl/DeliveryLine.h"
 #include "base/Locked.h"
-#include "Platform/Ports/WebView.h"
+#include "ports/WebView.h"
 
 #include <atomic>
 #include <memory>

@@ -1,6 +1,6 @@
 #include "Classes/Services/VMRGDPRCMP.h"
 
-#include "Platform/Ports/Platform.h"
+#include "ports/Platform.h"
 
 namespace vemora {
 

@@ -1,6 +1,6 @@
 #include "Classes/Services/VMRReachability.h"
 
-#include "Platform/Ports/Platform.h"
+#include "ports/Platform.h"
 
 #include <Vemora/NotificationCenter.h>
 #include <Vemora/Vemora.h>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Platform/Ports/NetworkReachability.h"
+#include "ports/NetworkReachability.h"
 
 #include <cstdint>
 #include <memory>

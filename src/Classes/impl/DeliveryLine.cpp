@@ -1,6 +1,6 @@
 #include "Classes/impl/DeliveryLine.h"
 
-#include "Platform/Ports/Platform.h"
+#include "ports/Platform.h"
 
 #include <optional>
 #include <utility>

@@ -1,6 +1,6 @@
 #include "Classes/impl/VMRCrypto.h"
 
-#include "Platform/Ports/Platform.h"
+#include "ports/Platform.h"
 
 namespace vemora {
 

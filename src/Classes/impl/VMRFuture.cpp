@@ -1,6 +1,6 @@
 #include "Classes/impl/VMRFuture.h"
 
-#include "Platform/Ports/Platform.h"
+#include "ports/Platform.h"
 
 #include <Vemora/NotificationCenter.h>
 

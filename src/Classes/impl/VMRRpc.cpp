@@ -1,7 +1,7 @@
 #include "Classes/impl/VMRRpc.h"
 
 #include "base/Mutex.h"
-#include "Platform/Ports/Platform.h"
+#include "ports/Platform.h"
 
 namespace vemora {
 

@@ -2,7 +2,7 @@
 
 #include "Classes/Runtime/VMRBridgeErrors.h"
 #include "Classes/Runtime/VMRRuntime.h"
-#include "Platform/Ports/Platform.h"
+#include "ports/Platform.h"
 
 namespace vemora {
 

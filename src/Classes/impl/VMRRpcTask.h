@@ -4,7 +4,7 @@
 #include "Classes/impl/VMRRpc.h"
 #include "Classes/impl/VMRRuntimeMessageHandler.h"
 #include "base/Mutex.h"
-#include "Platform/Ports/Dispatch.h"
+#include "ports/Dispatch.h"
 
 #include <Vemora/VMRError.h>
 

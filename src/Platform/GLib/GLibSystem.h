@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Platform/Ports/System.h"
+#include "ports/System.h"
 
 #include <optional>
 #include <string>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Platform/Ports/Platform.h"
+#include "ports/Platform.h"
 
 #include <memory>
 

@@ -1,6 +1,6 @@
 #include "Platform/Testing/TestingClassRegistry.h"
 
-#include "Platform/Ports/View.h"
+#include "ports/View.h"
 
 #include <sstream>
 #include <utility>

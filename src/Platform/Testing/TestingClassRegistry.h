@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Platform/Ports/ClassRegistry.h"
+#include "ports/ClassRegistry.h"
 
 #include <map>
 #include <memory>

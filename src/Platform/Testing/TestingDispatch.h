@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Platform/Ports/Dispatch.h"
+#include "ports/Dispatch.h"
 
 #include <cstddef>
 #include <cstdint>

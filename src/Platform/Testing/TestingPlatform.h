@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Platform/Ports/Platform.h"
+#include "ports/Platform.h"
 #include "Platform/Testing/TestingClassRegistry.h"
 #include "Platform/Testing/TestingDispatch.h"
 #include "Platform/Testing/TestingServices.h"

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "base/Mutex.h"
-#include "Platform/Ports/Platform.h"
+#include "ports/Platform.h"
 
 #include <cstddef>
 #include <functional>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Platform/Ports/Application.h"
+#include "ports/Application.h"
 
 #include <cstddef>
 #include <functional>

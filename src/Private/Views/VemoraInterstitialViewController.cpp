@@ -1,6 +1,6 @@
 #include "Private/Views/VemoraInterstitialViewController.h"
 
-#include "Platform/Ports/Platform.h"
+#include "ports/Platform.h"
 
 namespace vemora {
 

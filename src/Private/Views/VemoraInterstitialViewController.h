@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Platform/Ports/ViewController.h"
+#include "ports/ViewController.h"
 
 #include <memory>
 

@@ -1,5 +1,5 @@
 #include "Platform/Gtk/GtkPorts.h"
-#include "Platform/Ports/View.h"
+#include "ports/View.h"
 #include "RecordingViewabilityLibrary.h"
 #include "Waiting.h"
 

@@ -1,7 +1,7 @@
 #include "../../common/TestFolder.h"
 #include "Platform/Gtk/Services/GeoClueLocationServices.h"
 #include "Platform/Gtk/Services/LocationPermission.h"
-#include "Platform/Ports/Platform.h"
+#include "ports/Platform.h"
 #include "ProcessResources.h"
 #include "ScriptedBus.h"
 #include "ScriptedGeoClue.h"

@@ -1,6 +1,6 @@
 #include "../../common/TestFolder.h"
 #include "Platform/Gtk/Services/NetworkFacts.h"
-#include "Platform/Ports/NetworkReachability.h"
+#include "ports/NetworkReachability.h"
 
 #include <arpa/inet.h>
 #include <gtest/gtest.h>

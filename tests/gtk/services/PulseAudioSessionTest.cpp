@@ -2,7 +2,7 @@
 #include "../../common/TestFolder.h"
 #include "base/Mutex.h"
 #include "Platform/Gtk/Services/PulseAudioSession.h"
-#include "Platform/Ports/Platform.h"
+#include "ports/Platform.h"
 #include "ProcessResources.h"
 #include "Waiting.h"
 

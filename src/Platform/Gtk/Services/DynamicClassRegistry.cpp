@@ -1,6 +1,6 @@
 #include "base/Mutex.h"
 #include "Platform/Gtk/GtkPorts.h"
-#include "Platform/Ports/View.h"
+#include "ports/View.h"
 
 #include <Vemora/Vemora.h>
 #include <Vemora/VemoraViewability.h>

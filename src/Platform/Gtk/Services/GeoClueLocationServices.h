@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Platform/Ports/LocationServices.h"
+#include "ports/LocationServices.h"
 
 #include <memory>
 #include <string>

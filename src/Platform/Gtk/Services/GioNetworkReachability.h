@@ -1,7 +1,7 @@
 #pragma once
 
 #include "Platform/Gtk/GObjectPtr.h"
-#include "Platform/Ports/NetworkReachability.h"
+#include "ports/NetworkReachability.h"
 
 #include <gio/gio.h>
 

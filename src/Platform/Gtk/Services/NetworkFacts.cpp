@@ -1,7 +1,7 @@
 #include "Platform/Gtk/Services/NetworkFacts.h"
 
 #include "Platform/Gtk/GObjectPtr.h"
-#include "Platform/Ports/NetworkReachability.h"
+#include "ports/NetworkReachability.h"
 
 #include <arpa/inet.h>
 #include <ifaddrs.h>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Platform/Ports/AudioSession.h"
+#include "ports/AudioSession.h"
 
 #include <memory>
 #include <string>

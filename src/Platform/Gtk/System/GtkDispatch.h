@@ -4,7 +4,7 @@
 #include "Platform/Gtk/System/TimerThread.h"
 #include "Platform/Gtk/System/WaitRegistry.h"
 #include "Platform/Gtk/System/WorkerPool.h"
-#include "Platform/Ports/Dispatch.h"
+#include "ports/Dispatch.h"
 
 #include <sys/types.h>
 

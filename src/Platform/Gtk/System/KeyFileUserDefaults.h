@@ -2,7 +2,7 @@
 
 #include "base/Mutex.h"
 #include "Platform/Gtk/System/DefaultsFile.h"
-#include "Platform/Ports/UserDefaults.h"
+#include "ports/UserDefaults.h"
 
 #include <cstdint>
 #include <functional>

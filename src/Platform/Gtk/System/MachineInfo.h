@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Platform/Ports/Device.h"
+#include "ports/Device.h"
 
 #include <optional>
 #include <string>

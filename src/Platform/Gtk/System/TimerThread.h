@@ -2,7 +2,7 @@
 
 #include "base/Mutex.h"
 #include "Platform/Gtk/System/ConditionWait.h"
-#include "Platform/Ports/Dispatch.h"
+#include "ports/Dispatch.h"
 
 #include <condition_variable>
 #include <cstdint>

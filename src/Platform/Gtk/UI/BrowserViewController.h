@@ -3,7 +3,7 @@
 #include "Platform/Gtk/GObjectPtr.h"
 #include "Platform/Gtk/UI/GObjectSignal.h"
 #include "Platform/Gtk/UI/GtkViewController.h"
-#include "Platform/Ports/Application.h"
+#include "ports/Application.h"
 
 #include <webkit/webkit.h>
 

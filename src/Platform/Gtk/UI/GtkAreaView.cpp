@@ -1,7 +1,7 @@
 #include "Platform/Gtk/UI/GtkAreaView.h"
 
 #include "Platform/Gtk/UI/AdAreaWidget.h"
-#include "Platform/Ports/Platform.h"
+#include "ports/Platform.h"
 
 #include <algorithm>
 #include <cmath>

@@ -1,7 +1,7 @@
 #include "Platform/Gtk/UI/GtkUserContentController.h"
 
 #include "Platform/Gtk/UI/ScriptValue.h"
-#include "Platform/Ports/Platform.h"
+#include "ports/Platform.h"
 
 namespace vemora::gtk {
 

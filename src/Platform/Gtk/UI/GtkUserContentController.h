@@ -2,7 +2,7 @@
 
 #include "Platform/Gtk/GObjectPtr.h"
 #include "Platform/Gtk/UI/GObjectSignal.h"
-#include "Platform/Ports/WebView.h"
+#include "ports/WebView.h"
 
 #include <webkit/webkit.h>
 

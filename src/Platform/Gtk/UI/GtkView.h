@@ -2,7 +2,7 @@
 
 #include "Platform/Gtk/GObjectPtr.h"
 #include "Platform/Gtk/UI/GObjectSignal.h"
-#include "Platform/Ports/View.h"
+#include "ports/View.h"
 
 #include <gtk/gtk.h>
 

@@ -3,7 +3,7 @@
 #include "Platform/Gtk/UI/AdAreaWidget.h"
 #include "Platform/Gtk/UI/GtkView.h"
 #include "Platform/Gtk/UI/GtkWindowView.h"
-#include "Platform/Ports/Platform.h"
+#include "ports/Platform.h"
 
 #include <vector>
 

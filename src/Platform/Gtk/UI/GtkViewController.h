@@ -2,8 +2,8 @@
 
 #include "Platform/Gtk/GObjectPtr.h"
 #include "Platform/Gtk/UI/GObjectSignal.h"
-#include "Platform/Ports/View.h"
-#include "Platform/Ports/ViewController.h"
+#include "ports/View.h"
+#include "ports/ViewController.h"
 
 #include <gtk/gtk.h>
 

@@ -3,7 +3,7 @@
 #include "Platform/Gtk/GObjectPtr.h"
 #include "Platform/Gtk/UI/GObjectSignal.h"
 #include "Platform/Gtk/UI/GtkView.h"
-#include "Platform/Ports/WebView.h"
+#include "ports/WebView.h"
 
 #include <webkit/webkit.h>
 

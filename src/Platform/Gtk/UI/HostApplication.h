@@ -2,7 +2,7 @@
 
 #include "Platform/Gtk/GObjectPtr.h"
 #include "Platform/Gtk/UI/HostWindows.h"
-#include "Platform/Ports/Application.h"
+#include "ports/Application.h"
 
 #include <gtk/gtk.h>
 

@@ -1,8 +1,8 @@
 #include "Platform/Gtk/UI/HostWindows.h"
 
 #include "Platform/Gtk/UI/GtkViewController.h"
-#include "Platform/Ports/Application.h"
-#include "Platform/Ports/Platform.h"
+#include "ports/Application.h"
+#include "ports/Platform.h"
 
 #include <Vemora/NotificationCenter.h>
 

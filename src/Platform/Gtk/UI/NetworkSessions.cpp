@@ -1,7 +1,7 @@
 #include "Platform/Gtk/UI/NetworkSessions.h"
 
 #include "Platform/Gtk/UI/TrustedCertificates.h"
-#include "Platform/Ports/Platform.h"
+#include "ports/Platform.h"
 
 #include <memory>
 #include <string>

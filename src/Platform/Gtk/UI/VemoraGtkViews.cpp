@@ -1,7 +1,7 @@
 #include "Platform/Gtk/UI/AdAreaWidget.h"
 #include "Platform/Gtk/UI/GtkView.h"
 #include "Platform/Gtk/UI/NetworkSessions.h"
-#include "Platform/Ports/Platform.h"
+#include "ports/Platform.h"
 
 #include <Vemora/Gtk/VemoraGtk.h>
 

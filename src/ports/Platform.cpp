@@ -1,4 +1,4 @@
-#include "Platform/Ports/Platform.h"
+#include "ports/Platform.h"
 
 #include <cstdio>
 #include <cstdlib>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Platform/Ports/URLSession.h"
+#include "ports/URLSession.h"
 
 #include <array>
 #include <cstdint>

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "Platform/Ports/URLSession.h"
-#include "Platform/Ports/View.h"
+#include "ports/URLSession.h"
+#include "ports/View.h"
 
 #include <Vemora/JsonValue.h>
 #include <Vemora/VMRError.h>

@@ -1,9 +1,9 @@
 #pragma once
 
-#include "Platform/Ports/URLSession.h"
-#include "Platform/Ports/View.h"
-#include "Platform/Ports/ViewController.h"
-#include "Platform/Ports/WebView.h"
+#include "ports/URLSession.h"
+#include "ports/View.h"
+#include "ports/ViewController.h"
+#include "ports/WebView.h"
 
 #include <memory>
 #include <string>

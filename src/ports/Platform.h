@@ -1,15 +1,15 @@
 #pragma once
 
-#include "Platform/Ports/Application.h"
-#include "Platform/Ports/AudioSession.h"
-#include "Platform/Ports/Bundle.h"
-#include "Platform/Ports/ClassRegistry.h"
-#include "Platform/Ports/Device.h"
-#include "Platform/Ports/Dispatch.h"
-#include "Platform/Ports/LocationServices.h"
-#include "Platform/Ports/NetworkReachability.h"
-#include "Platform/Ports/System.h"
-#include "Platform/Ports/UserDefaults.h"
+#include "ports/Application.h"
+#include "ports/AudioSession.h"
+#include "ports/Bundle.h"
+#include "ports/ClassRegistry.h"
+#include "ports/Device.h"
+#include "ports/Dispatch.h"
+#include "ports/LocationServices.h"
+#include "ports/NetworkReachability.h"
+#include "ports/System.h"
+#include "ports/UserDefaults.h"
 
 #include <memory>
 
