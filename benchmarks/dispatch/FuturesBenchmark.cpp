@@ -1,4 +1,4 @@
-#include "Classes/impl/VMRFuture.h"
+#include "core/bridge/VMRFuture.h"
 #include "ports/Platform.h"
 #include "support/Report.h"
 

@@ -1,5 +1,5 @@
-#include "Classes/Runtime/VMRRuntime.h"
-#include "Classes/impl/VMRRpcTask.h"
+#include "core/bridge/VMRRuntime.h"
+#include "core/bridge/VMRRpcTask.h"
 #include "Platform/Testing/TestingPlatform.h"
 #include "support/Messages.h"
 #include "support/Report.h"

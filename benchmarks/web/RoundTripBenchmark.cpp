@@ -1,4 +1,4 @@
-#include "Classes/Runtime/VMRWebViewRuntime.h"
+#include "core/page/VMRWebViewRuntime.h"
 #include "ports/Platform.h"
 #include "support/Report.h"
 #include "web/BareBridge.h"

@@ -1,9 +1,9 @@
 #include "MessageFuzz.h"
 
-#include "Classes/impl/VMRRpc.h"
+#include "core/bridge/VMRRpc.h"
 #include "base/VMRUtilities.h"
 #include "Platform/Testing/TestingPlatform.h"
-#include "Private/VemoraAdPlayerBase_p.h"
+#include "core/player/VemoraAdPlayerBase_p.h"
 
 #include <Vemora/VemoraAdGroup.h>
 #include <Vemora/VemoraInlineAdPlayer.h>

@@ -1,7 +1,7 @@
-#include "Classes/VMRAppInfo.h"
-#include "Classes/VMRContext.h"
-#include "Classes/VMRDeviceManager.h"
-#include "Classes/VMRLocationDumper.h"
+#include "core/context/VMRAppInfo.h"
+#include "core/context/VMRContext.h"
+#include "core/context/VMRDeviceManager.h"
+#include "core/context/VMRLocationDumper.h"
 #include "CoreTest.h"
 
 #include <Vemora/InternalInconsistencyException.h>

@@ -1,5 +1,5 @@
-#include "Classes/impl/DeliveryLine.h"
-#include "Classes/impl/VMRFuture.h"
+#include "core/bridge/DeliveryLine.h"
+#include "core/bridge/VMRFuture.h"
 #include "CoreTest.h"
 
 #include <vector>

@@ -1,9 +1,9 @@
 #pragma once
 
-#include "Classes/Runtime/VMRAdDumper.h"
-#include "Classes/Runtime/VMRWebViewRuntime.h"
+#include "core/client/VMRAdDumper.h"
+#include "core/page/VMRWebViewRuntime.h"
 #include "CoreTest.h"
-#include "Private/VemoraAdPlayerBase_p.h"
+#include "core/player/VemoraAdPlayerBase_p.h"
 
 #include <Vemora/VemoraInlineAdPlayer.h>
 

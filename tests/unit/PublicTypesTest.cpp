@@ -1,6 +1,6 @@
-#include "Classes/DataModel/VMRConfig.h"
-#include "Classes/VemoraTypes_p.h"
-#include "Classes/impl/VMRCrypto.h"
+#include "core/model/VMRConfig.h"
+#include "core/model/VemoraTypes_p.h"
+#include "core/context/VMRCrypto.h"
 #include "base/VMRUtilities.h"
 #include "CoreTest.h"
 

@@ -1,9 +1,9 @@
-#include "Classes/DataModel/VMRConfig.h"
-#include "Classes/Runtime/VMRAdDumper.h"
-#include "Classes/Runtime/VMRBridgeErrors.h"
-#include "Classes/Runtime/VMRWebViewRuntime.h"
-#include "Classes/VMRAppInfo.h"
-#include "Classes/VMRContext.h"
+#include "core/model/VMRConfig.h"
+#include "core/client/VMRAdDumper.h"
+#include "core/bridge/VMRBridgeErrors.h"
+#include "core/page/VMRWebViewRuntime.h"
+#include "core/context/VMRAppInfo.h"
+#include "core/context/VMRContext.h"
 #include "CoreTest.h"
 
 #include <Vemora/InternalInconsistencyException.h>

@@ -1,4 +1,4 @@
-#include "Classes/impl/VMRFuture.h"
+#include "core/bridge/VMRFuture.h"
 #include "CoreTest.h"
 
 #include <Vemora/NotificationCenter.h>

@@ -1,5 +1,5 @@
-#include "Classes/VMRContext.h"
-#include "Classes/VMRMoatTracker.h"
+#include "core/context/VMRContext.h"
+#include "core/viewability/VMRMoatTracker.h"
 #include "CoreTest.h"
 
 #include <Vemora/InternalInconsistencyException.h>

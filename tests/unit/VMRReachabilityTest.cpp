@@ -1,5 +1,5 @@
-#include "Classes/Services/VMRGDPRCMP.h"
-#include "Classes/Services/VMRReachability.h"
+#include "core/context/VMRGDPRCMP.h"
+#include "core/context/VMRReachability.h"
 #include "CoreTest.h"
 
 #include <Vemora/NotificationCenter.h>

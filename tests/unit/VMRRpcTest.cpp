@@ -1,4 +1,4 @@
-#include "Classes/impl/VMRRpc.h"
+#include "core/bridge/VMRRpc.h"
 #include "CoreTest.h"
 
 #include <cstdint>

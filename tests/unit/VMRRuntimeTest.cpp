@@ -1,5 +1,5 @@
-#include "Classes/Runtime/VMRRuntime.h"
-#include "Classes/impl/VMRRpcTask.h"
+#include "core/bridge/VMRRuntime.h"
+#include "core/bridge/VMRRpcTask.h"
 #include "CoreTest.h"
 
 #include <Vemora/InternalInconsistencyException.h>

@@ -1,4 +1,4 @@
-#include "Classes/Runtime/VMRWebViewRuntime.h"
+#include "core/page/VMRWebViewRuntime.h"
 #include "CoreTest.h"
 
 #include <atomic>

@@ -1,5 +1,5 @@
 #include "Platform/Gtk/GObjectPtr.h"
-#include "Private/VemoraAdPlayerBase_p.h"
+#include "core/player/VemoraAdPlayerBase_p.h"
 #include "gtk/GtkTest.h"
 #include "gtk/LoopbackServer.h"
 

@@ -1,0 +1,58 @@
+#pragma once
+
+#include "core/bridge/VMRFuture.h"
+#include "core/bridge/VMRRpc.h"
+#include "core/bridge/VMRRuntimeMessageHandler.h"
+#include "base/Mutex.h"
+#include "ports/Dispatch.h"
+
+#include <Vemora/VMRError.h>
+
+#include <memory>
+#include <optional>
+#include <string_view>
+
+namespace vemora {
+
+class VMRRuntime;
+
+/// One outstanding call: completes its future with the reply, with an error, or when the time is up,
+/// whichever is first.
+///
+/// A sent task is kept alive by the error handler of its posting and by its time-out, which lets go of it at
+/// its own time even when cancelled. Until then it still consumes replies, without effect. Any thread.
+class VMRRpcTask final : public VMRRuntimeMessageHandler, public std::enable_shared_from_this<VMRRpcTask> {
+ public:
+  static std::shared_ptr<VMRRpcTask> initWithRuntime(std::shared_ptr<VMRRuntime> runtime,
+                                                     std::shared_ptr<VMRRpc> message,
+                                                     std::shared_ptr<VMRFuture> future);
+  ~VMRRpcTask() override;
+
+  const std::shared_ptr<VMRRuntime>& runtime() const { return _runtime; }
+  const std::shared_ptr<VMRRpc>& message() const { return _message; }
+  const std::shared_ptr<VMRFuture>& future() const { return _future; }
+
+  /// Posts the message and waits for `timeout` seconds from now on.
+  void send(double timeout);
+  /// Consumes the response with the request's id, whatever method it carries.
+  bool onMessage(const std::shared_ptr<VMRRpc>& message) override;
+  std::string_view awaitedResponse() const override;
+  void timeout();
+  void complete(const std::shared_ptr<VMRRpc>& message, const std::optional<VMRError>& error);
+
+ private:
+  VMRRpcTask(std::shared_ptr<VMRRuntime> runtime, std::shared_ptr<VMRRpc> message,
+             std::shared_ptr<VMRFuture> future);
+  bool claimCompletion();
+  void settle(const std::shared_ptr<VMRRpc>& message, const std::optional<VMRError>& error);
+
+  Mutex mutex_;  ///< Guards the two fields below. Nothing is locked under it.
+  /// Weak, since the block holds the task: a block that is dropped unrun must take the task along.
+  std::weak_ptr<DispatchBlock> _timeoutBlock VMR_GUARDED_BY(mutex_);
+  bool _didFireCallback VMR_GUARDED_BY(mutex_) = false;
+  const std::shared_ptr<VMRRuntime> _runtime;
+  const std::shared_ptr<VMRRpc> _message;
+  const std::shared_ptr<VMRFuture> _future;
+};
+
+}  // namespace vemora

@@ -1,0 +1,70 @@
+#include "core/bridge/VMRRuntime.h"
+
+#include "core/bridge/VMRBridgeErrors.h"
+#include "core/bridge/VMRRpcTask.h"
+#include "ports/Platform.h"
+
+#include <Vemora/InternalInconsistencyException.h>
+#include <Vemora/Vemora.h>
+
+namespace vemora {
+
+namespace {
+
+constexpr double kPageTimeout = 15.0;
+constexpr double kReplyTimeout = 5.0;
+
+VMRError unableToLoadController() {
+  Bundle& bundle = Platform::shared().bundle();
+  VMRError error = makeError(VMRErrorBridge, bundle.localizedString("Unable to Load Controller"),
+                             bundle.localizedString("Unable to Load Controller"));
+  error.recoverySuggestion = bundle.localizedString("Check your Adsmith settings");
+  return error;
+}
+
+}  // namespace
+
+// NOLINTNEXTLINE(performance-unnecessary-value-param): overrides move it on.
+void VMRRuntime::postMessage(const std::shared_ptr<VMRRpc>&, ErrorHandler) {
+  throw InternalInconsistencyException(std::string("Method called on the base class ") + className() +
+                                       " that should be overridden");
+}
+
+void VMRRuntime::onMessage(const std::shared_ptr<VMRRpc>& message) {
+  for (const Observer& observer : observersFor(message.get())) {
+    const auto alive = observer.lock();
+    if (alive && alive->onMessage(message)) return;
+  }
+  const std::string method = message ? message->method().stringValue().value_or("") : std::string();
+  Vemora::log("Unhandled RPC message: " + method);
+}
+
+std::shared_ptr<VMRFuture> VMRRuntime::exec(const std::shared_ptr<VMRRpc>& message) {
+  return exec(message, kReplyTimeout);
+}
+
+std::shared_ptr<VMRFuture> VMRRuntime::exec(const std::shared_ptr<VMRRpc>& message, double timeout) {
+  auto future = VMRFuture::init();
+  if (!message) {
+    future->fail(bridgeFailure("Missing response"));
+    return future;
+  }
+  const auto page = loaded();
+  // With nothing to wait for, a queue would only cost. The main thread is still spared the writing.
+  if (page && page->isDone() && !dispatch().isMainThread()) {
+    VMRRpcTask::initWithRuntime(shared_from_this(), message, future)->send(timeout);
+    return future;
+  }
+  dispatch().globalAsync([self = shared_from_this(), message, future, timeout] {
+    // A page that failed to load is done, too: its calls go out and fail for themselves.
+    if (const auto loaded = self->loaded(); !loaded || !loaded->wait(kPageTimeout)) {
+      Vemora::logError("Controller NOT READY");
+      future->fail(unableToLoadController());
+      return;
+    }
+    VMRRpcTask::initWithRuntime(self, message, future)->send(timeout);
+  });
+  return future;
+}
+
+}  // namespace vemora

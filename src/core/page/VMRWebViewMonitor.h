@@ -1,0 +1,41 @@
+#pragma once
+
+#include "core/bridge/VMRFuture.h"
+#include "ports/WebView.h"
+
+#include <memory>
+
+namespace vemora {
+
+class VMRWebViewRuntime;
+
+/// Watches the web view of the controller page. It is the runtime's `loaded` future itself: the end of the
+/// navigation resolves it with true, a failed navigation fails it, the end of the web process cancels it.
+/// Only the first of these counts, so a page whose process ends after it has loaded stays loaded.
+///
+/// The web view holds it weakly as its delegate, the runtime strongly. Delegate calls come on the main
+/// thread.
+class VMRWebViewMonitor final : public VMRFuture, public WebViewNavigationDelegate, public WebViewUIDelegate {
+ public:
+  static std::shared_ptr<VMRWebViewMonitor> initWithRuntime(std::weak_ptr<VMRWebViewRuntime> runtime);
+
+  std::shared_ptr<VMRWebViewRuntime> runtime() const { return _runtime.lock(); }
+  void setRuntime(std::weak_ptr<VMRWebViewRuntime> runtime) { _runtime = std::move(runtime); }
+
+  void webViewDidFinishNavigation() override;
+  void webViewDidFailProvisionalNavigation(const VMRError& error) override;
+  void webViewDidFailNavigation(const VMRError& error) override;
+  void webViewWebContentProcessDidTerminate() override;
+  /// The page gets no window: its address goes to the runtime's observers as a "window" message.
+  void webViewCreateWebView(const std::optional<std::string>& url) override;
+  /// Never keeps the page waiting. People see the text in debug mode only.
+  void webViewRunJavaScriptAlertPanel(std::string_view message, std::function<void()> completion) override;
+  void displayAlertMessage(std::string_view message);
+
+ private:
+  VMRWebViewMonitor() = default;
+
+  std::weak_ptr<VMRWebViewRuntime> _runtime;
+};
+
+}  // namespace vemora

@@ -1,0 +1,199 @@
+#include "core/page/VMRWebViewRuntime.h"
+
+#include "base/Ascii.h"
+#include "base/JsonDescription.h"
+#include "ports/Platform.h"
+
+#include <Vemora/Vemora.h>
+
+namespace vemora {
+
+namespace {
+
+constexpr char kPagePath[] = "/mobile/sdk/v4/native/VMRWebViewRuntime.html";
+constexpr char kRpcHandler[] = "Vemora";
+constexpr char kLogHandler[] = "VemoraLog";
+constexpr double kVisibilityInterval = 1.0;
+constexpr double kMinimumExtent = 20.0;
+constexpr double kMinimumVisiblePart = 0.5;
+
+std::string pageAddress() {
+  return "https://" +
+         Platform::shared().bundle().mainInfo("VemoraControllerHost").value_or(VEMORA_CONTROLLER_HOST) +
+         kPagePath;
+}
+
+/// The part of the view that no superview's edge cuts off has at least half of the view's area.
+bool isMostlyInsideSuperviews(const View& webView) {
+  const double threshold = webView.frame().area() * kMinimumVisiblePart;
+  Rect part = webView.bounds();
+  std::shared_ptr<View> kept;
+  const View* view = &webView;
+  while (std::shared_ptr<View> superview = view->superview()) {
+    const std::optional<Rect> converted = view->convertRectToView(part, *superview);
+    if (!converted) return false;
+    part = converted->intersection(superview->bounds());
+    if (part.area() < threshold) return false;
+    kept = std::move(superview);
+    view = kept.get();
+  }
+  return true;
+}
+
+bool isOnScreen(const View& webView) {
+  if (!webView.window() || webView.isHidden()) return false;
+  const Rect frame = webView.frame();
+  if (frame.height < kMinimumExtent || frame.width < kMinimumExtent) return false;
+  return isMostlyInsideSuperviews(webView);
+}
+
+void stopObserving(WebView& webView, const KeyValueObserver* observer) {
+  webView.removeObserver(observer, "window");
+  webView.removeObserver(observer, "hidden");
+}
+
+}  // namespace
+
+std::shared_ptr<WeakMessageHandler> WeakMessageHandler::initWith(
+    std::weak_ptr<ScriptMessageHandler> handler) {
+  auto made = std::make_shared<WeakMessageHandler>();
+  made->setHandler(std::move(handler));
+  return made;
+}
+
+void WeakMessageHandler::userContentControllerDidReceiveScriptMessage(const ScriptMessage& message) {
+  if (const auto handler = _handler.lock()) handler->userContentControllerDidReceiveScriptMessage(message);
+}
+
+std::shared_ptr<VMRWebViewRuntime> VMRWebViewRuntime::init() {
+  std::shared_ptr<VMRWebViewRuntime> runtime(new VMRWebViewRuntime);
+  runtime->build();
+  return runtime;
+}
+
+void VMRWebViewRuntime::build() {
+  const auto webView = Platform::shared().application().createWebView({}, configuration());
+  _webView.set(webView);
+  const auto monitor = VMRWebViewMonitor::initWithRuntime(self());
+  setLoaded(monitor);
+  webView->setNavigationDelegate(monitor);
+  webView->setUIDelegate(monitor);
+  webView->setScrollEnabled(false);
+  updateVisibility();
+  loadHtml();
+  webView->addObserver(self(), "window", false);
+  webView->addObserver(self(), "hidden", true);
+}
+
+VMRWebViewRuntime::~VMRWebViewRuntime() {
+  auto webView = _webView.exchange(nullptr);
+  if (!webView) return;
+  const KeyValueObserver* address = this;  // Only compared: the rest has gone by then.
+  const auto end = [address](WebView& view) { stopObserving(view, address); };
+  if (dispatch().isMainThread()) {
+    end(*webView);
+  } else {
+    // Views belong to the main thread, their end included.
+    dispatch().mainAsync([webView = std::move(webView), end] { end(*webView); });
+  }
+}
+
+std::shared_ptr<VMRWebViewRuntime> VMRWebViewRuntime::self() {
+  return std::static_pointer_cast<VMRWebViewRuntime>(shared_from_this());
+}
+
+WebViewConfiguration VMRWebViewRuntime::configuration() {
+  WebViewConfiguration made;
+  made.userContentController = Platform::shared().application().createUserContentController();
+  made.allowsInlineMediaPlayback = true;
+  made.mediaTypesRequireUserAction = false;
+  const auto handler = WeakMessageHandler::initWith(self());
+  made.userContentController->addScriptMessageHandler(handler, kRpcHandler);
+  made.userContentController->addScriptMessageHandler(handler, kLogHandler);
+  return made;
+}
+
+void VMRWebViewRuntime::loadHtml() {
+  URLRequest request;
+  request.url = pageAddress();
+  request.addValue("*", "Access-Control-Allow-Origin");
+  if (const auto webView = getWebView()) webView->loadRequest(request);
+}
+
+void VMRWebViewRuntime::postMessage(const std::shared_ptr<VMRRpc>& message, ErrorHandler errorHandler) {
+  std::string script = "window.VemoraProxy.bridge.onMessage(JSON.stringify(" + message->jsonString() + "));";
+  dispatch().mainAsync([self = self(), script = std::move(script), errorHandler = std::move(errorHandler)] {
+    self->evaluate(script, errorHandler);
+  });
+}
+
+void VMRWebViewRuntime::evaluate(const std::string& script, const ErrorHandler& errorHandler) {
+  const auto webView = getWebView();
+  if (!webView) return;  // Closed: the call runs into its time-out.
+  webView->evaluateJavaScript(script, [script, errorHandler](const std::optional<VMRError>& error) {
+    if (!error) return;
+    Vemora::logError("FAILED JS EVAL: " + script + "\n" + toString(*error));
+    if (errorHandler) errorHandler(*error);
+  });
+}
+
+void VMRWebViewRuntime::userContentControllerDidReceiveScriptMessage(const ScriptMessage& message) {
+  if (equalsIgnoringCase(message.name, kLogHandler)) {
+    Vemora::log("JS LOG - " + describe(message.body));
+  } else if (message.body.isObject()) {
+    _messages->deliver([self = self(), rpc = VMRRpc::messageWithProperties(message.body)] {
+      self->VMRRuntime::onMessage(rpc);
+    });
+  } else {
+    Vemora::log("JS Invalid message body - " + describe(message.body));
+  }
+}
+
+void VMRWebViewRuntime::updateVisibility() {
+  updateForVisibilityChange();
+  dispatch().mainAfter(kVisibilityInterval, [weak = std::weak_ptr(self())] {
+    if (const auto self = weak.lock()) self->updateVisibility();
+  });
+}
+
+void VMRWebViewRuntime::observeValueForKeyPath(std::string_view keyPath) {
+  if (keyPath == "window" || keyPath == "hidden") updateForVisibilityChange();
+}
+
+void VMRWebViewRuntime::updateForVisibilityChange() {
+  const auto webView = getWebView();
+  const bool isVisible = webView && isOnScreen(*webView);
+  // Set before anybody hears of it: who starts the ad on `onShow` asks for it at once.
+  if (_isVisible.exchange(isVisible) == isVisible) return;
+  for (const Observer& observer : observers()) {
+    const auto alive = observer.lock();
+    if (!alive) continue;
+    dispatch().detachNewThread([alive, isVisible] { isVisible ? alive->onShow() : alive->onHide(); });
+  }
+}
+
+void VMRWebViewRuntime::close() {
+  dispatch().mainAsync([self = self()] { self->tearDown(); });
+}
+
+void VMRWebViewRuntime::tearDown() {
+  const auto webView = getWebView();
+  if (!webView) return;
+  webView->setNavigationDelegate({});
+  webView->setUIDelegate({});
+  webView->stopLoading();
+  // "VemoraLog" stays registered: kept on purpose.
+  webView->configuration().userContentController->removeScriptMessageHandlerForName(kRpcHandler);
+  URLRequest blank;
+  blank.url = "about:blank";
+  webView->loadRequest(blank);
+  webView->removeFromSuperview();
+  removeObservers();
+  _webView.set(nullptr);
+}
+
+void VMRWebViewRuntime::removeObservers() {
+  if (const auto webView = getWebView()) stopObserving(*webView, this);
+}
+
+}  // namespace vemora

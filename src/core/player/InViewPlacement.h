@@ -1,0 +1,39 @@
+#pragma once
+
+#include "base/Locked.h"
+#include "ports/MainThreadRelease.h"
+#include "core/player/VemoraAdPlayerBase_p.h"
+
+#include <memory>
+
+namespace vemora {
+
+/// What the placements inside a view of the host app share: the web view moves there, on the main queue,
+/// while the start command goes out without waiting for it.
+class InViewPlacement : public VemoraAdPlayerBase_p {
+ public:
+  explicit InViewPlacement(std::shared_ptr<View> view) : parentView_(std::move(view)) {}
+  ~InViewPlacement() override { releaseOnMainThread(parentView_.exchange(nullptr)); }
+
+  void _start(const JsonValue& parameters) override {
+    dispatch().mainAsync([self = sharedSelf(this), webView = _getPlayerView()] {
+      const auto container = self->parentView();
+      // A session that was shut down meanwhile has closed its view.
+      if (!container || !webView || self->_getPlayerView() != webView) return;
+      container->addSubview(webView);
+      webView->setUserInteractionEnabled(true);
+      self->place(webView, container);
+    });
+    VemoraAdPlayerBase_p::_start(parameters);
+  }
+
+  std::shared_ptr<View> parentView() const { return parentView_.get(); }
+
+ protected:
+  virtual void place(const std::shared_ptr<WebView>& webView, const std::shared_ptr<View>& container) = 0;
+
+ private:
+  Locked<std::shared_ptr<View>> parentView_;
+};
+
+}  // namespace vemora
