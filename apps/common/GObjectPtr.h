@@ -1,6 +1,6 @@
 #pragma once
 
-#include "../../src/Platform/Gtk/GObjectPtr.h"
+#include "../../src/backends/gtk/base/GObjectPtr.h"
 
 namespace vemora {
 

@@ -1,6 +1,6 @@
-#include "core/bridge/VMRRuntime.h"
+#include "backends/testing/TestingPlatform.h"
 #include "core/bridge/VMRRpcTask.h"
-#include "Platform/Testing/TestingPlatform.h"
+#include "core/bridge/VMRRuntime.h"
 #include "support/Messages.h"
 #include "support/Report.h"
 

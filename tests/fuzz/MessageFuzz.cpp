@@ -1,8 +1,8 @@
 #include "MessageFuzz.h"
 
-#include "core/bridge/VMRRpc.h"
+#include "backends/testing/TestingPlatform.h"
 #include "base/VMRUtilities.h"
-#include "Platform/Testing/TestingPlatform.h"
+#include "core/bridge/VMRRpc.h"
 #include "core/player/VemoraAdPlayerBase_p.h"
 
 #include <Vemora/VemoraAdGroup.h>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Platform/Testing/TestingPlatform.h"
+#include "backends/testing/TestingPlatform.h"
 
 #include <Vemora/JsonValue.h>
 #include <Vemora/Vemora.h>

@@ -1,4 +1,4 @@
-#include "Platform/Gtk/Services/AudioOutputs.h"
+#include "backends/gtk/services/AudioOutputs.h"
 
 #include <gtest/gtest.h>
 

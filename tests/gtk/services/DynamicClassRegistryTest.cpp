@@ -1,7 +1,7 @@
-#include "Platform/Gtk/GtkPorts.h"
-#include "ports/View.h"
 #include "RecordingViewabilityLibrary.h"
 #include "Waiting.h"
+#include "backends/gtk/GtkPorts.h"
+#include "ports/View.h"
 
 #include <Vemora/VemoraViewability.h>
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Platform/Gtk/GObjectPtr.h"
+#include "backends/gtk/base/GObjectPtr.h"
 
 #include <gio/gio.h>
 

@@ -1,11 +1,11 @@
 #include "../../common/TestFolder.h"
-#include "Platform/Gtk/Services/GeoClueLocationServices.h"
-#include "Platform/Gtk/Services/LocationPermission.h"
-#include "ports/Platform.h"
 #include "ProcessResources.h"
 #include "ScriptedBus.h"
 #include "ScriptedGeoClue.h"
 #include "Waiting.h"
+#include "backends/gtk/services/GeoClueLocationServices.h"
+#include "backends/gtk/services/LocationPermission.h"
+#include "ports/Platform.h"
 
 #include <gtest/gtest.h>
 

@@ -1,7 +1,7 @@
 #include "FakeNetworkMonitor.h"
-#include "Platform/Gtk/GtkPorts.h"
-#include "Platform/Gtk/Services/GioNetworkReachability.h"
 #include "Waiting.h"
+#include "backends/gtk/GtkPorts.h"
+#include "backends/gtk/network/GioNetworkReachability.h"
 
 #include <gtest/gtest.h>
 #include <netinet/in.h>

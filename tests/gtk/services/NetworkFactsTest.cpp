@@ -1,5 +1,5 @@
 #include "../../common/TestFolder.h"
-#include "Platform/Gtk/Services/NetworkFacts.h"
+#include "backends/gtk/network/NetworkFacts.h"
 #include "ports/NetworkReachability.h"
 
 #include <arpa/inet.h>

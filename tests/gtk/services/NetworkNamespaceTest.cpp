@@ -1,9 +1,9 @@
 #include "../../common/TestFolder.h"
 #include "FakeNetworkMonitor.h"
-#include "Platform/Gtk/GtkPorts.h"
-#include "Platform/Gtk/Services/ContextThread.h"
-#include "Platform/Gtk/Services/GioNetworkReachability.h"
 #include "Waiting.h"
+#include "backends/gtk/GtkPorts.h"
+#include "backends/gtk/base/ContextThread.h"
+#include "backends/gtk/network/GioNetworkReachability.h"
 
 #include <arpa/inet.h>
 #include <gtest/gtest.h>

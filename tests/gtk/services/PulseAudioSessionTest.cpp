@@ -1,10 +1,10 @@
 #include "../../common/ChildProcess.h"
 #include "../../common/TestFolder.h"
-#include "base/Mutex.h"
-#include "Platform/Gtk/Services/PulseAudioSession.h"
-#include "ports/Platform.h"
 #include "ProcessResources.h"
 #include "Waiting.h"
+#include "backends/gtk/services/PulseAudioSession.h"
+#include "base/Mutex.h"
+#include "ports/Platform.h"
 
 #include <Vemora/NotificationCenter.h>
 

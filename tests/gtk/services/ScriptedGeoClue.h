@@ -1,8 +1,8 @@
 #pragma once
 
+#include "backends/gtk/base/ContextThread.h"
+#include "backends/gtk/base/GObjectPtr.h"
 #include "base/Mutex.h"
-#include "Platform/Gtk/GObjectPtr.h"
-#include "Platform/Gtk/Services/ContextThread.h"
 
 #include <gio/gio.h>
 

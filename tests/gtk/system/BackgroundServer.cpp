@@ -1,6 +1,6 @@
 #include "BackgroundServer.h"
 
-#include "Platform/Gtk/Services/ContextThread.h"
+#include "backends/gtk/base/ContextThread.h"
 
 #include <cstdlib>
 #include <future>

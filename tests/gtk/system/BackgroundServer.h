@@ -1,7 +1,7 @@
 #pragma once
 
+#include "backends/gtk/base/GObjectPtr.h"
 #include "base/Mutex.h"
-#include "Platform/Gtk/GObjectPtr.h"
 
 #include <libsoup/soup.h>
 

@@ -1,6 +1,6 @@
-#include "Platform/Gtk/GObjectPtr.h"
-#include "Platform/Gtk/GtkPorts.h"
-#include "Platform/Gtk/System/PosixLocale.h"
+#include "backends/gtk/GtkPorts.h"
+#include "backends/gtk/base/GObjectPtr.h"
+#include "backends/gtk/system/PosixLocale.h"
 
 #include <Vemora/Gtk/VemoraGtk.h>
 

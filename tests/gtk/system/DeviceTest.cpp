@@ -1,7 +1,7 @@
 #include "../../common/TestFolder.h"
-#include "Platform/Gtk/GtkPorts.h"
-#include "Platform/Gtk/System/AdvertisingChoice.h"
-#include "Platform/Gtk/System/MachineInfo.h"
+#include "backends/gtk/GtkPorts.h"
+#include "backends/gtk/system/AdvertisingChoice.h"
+#include "backends/gtk/system/MachineInfo.h"
 
 #include <Vemora/Gtk/VemoraGtk.h>
 

@@ -1,6 +1,6 @@
 #include "MainLoop.h"
-#include "Platform/Gtk/System/GtkDispatch.h"
 #include "ProcessEnd.h"
+#include "backends/gtk/dispatch/GtkDispatch.h"
 
 #include <dirent.h>
 #include <glib.h>

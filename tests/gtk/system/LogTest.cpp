@@ -1,4 +1,4 @@
-#include "Platform/Gtk/GtkPorts.h"
+#include "backends/gtk/GtkPorts.h"
 
 #include <gtest/gtest.h>
 

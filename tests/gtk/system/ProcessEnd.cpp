@@ -1,6 +1,6 @@
 #include "ProcessEnd.h"
 
-#include "Platform/Gtk/System/GtkDispatch.h"
+#include "backends/gtk/dispatch/GtkDispatch.h"
 
 #include <glib.h>
 #include <sys/wait.h>

@@ -1,8 +1,8 @@
 #include "BackgroundServer.h"
-#include "Platform/Gtk/System/SoupURLSession.h"
-#include "Platform/Gtk/UI/TrustedCertificates.h"
 #include "SelfSignedCertificate.h"
 #include "URLSessionEnd.h"
+#include "backends/gtk/base/TrustedCertificates.h"
+#include "backends/gtk/network/SoupURLSession.h"
 
 #include <gtest/gtest.h>
 #include <unistd.h>

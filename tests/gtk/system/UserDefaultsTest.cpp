@@ -1,5 +1,5 @@
 #include "../../common/TestFolder.h"
-#include "Platform/Gtk/System/KeyFileUserDefaults.h"
+#include "backends/gtk/system/KeyFileUserDefaults.h"
 
 #include <gtest/gtest.h>
 #include <signal.h>

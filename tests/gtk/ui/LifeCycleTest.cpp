@@ -1,4 +1,4 @@
-#include "Platform/Gtk/UI/HostWindows.h"
+#include "backends/gtk/ui/HostWindows.h"
 #include "common/ChildProcess.h"
 #include "gtk/GtkTest.h"
 

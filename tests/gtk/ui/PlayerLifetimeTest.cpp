@@ -1,4 +1,4 @@
-#include "Platform/Gtk/GObjectPtr.h"
+#include "backends/gtk/base/GObjectPtr.h"
 #include "core/player/VemoraAdPlayerBase_p.h"
 #include "gtk/GtkTest.h"
 #include "gtk/LoopbackServer.h"

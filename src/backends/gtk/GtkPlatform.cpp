@@ -1,0 +1,43 @@
+#include "backends/gtk/GtkPorts.h"
+
+namespace vemora {
+
+namespace {
+
+using namespace gtk;
+
+/// Makes each port at its first use, so that a process pays only for what it asks for.
+template <typename Port, auto Make>
+class LazyPort {
+ public:
+  Port& get() {
+    static const std::unique_ptr<Port>& port = *new std::unique_ptr<Port>(Make());
+    return *port;
+  }
+};
+
+class GtkPlatform final : public Platform {
+ public:
+  Dispatch& dispatch() override { return LazyPort<Dispatch, makeDispatch>().get(); }
+  System& system() override { return LazyPort<System, makeSystem>().get(); }
+  Application& application() override { return LazyPort<Application, makeApplication>().get(); }
+  UserDefaults& userDefaults() override { return LazyPort<UserDefaults, makeUserDefaults>().get(); }
+  Bundle& bundle() override { return LazyPort<Bundle, makeBundle>().get(); }
+  Device& device() override { return LazyPort<Device, makeDevice>().get(); }
+  LocationServices& locationServices() override {
+    return LazyPort<LocationServices, makeLocationServices>().get();
+  }
+  NetworkReachabilityFactory& networkReachability() override {
+    return LazyPort<NetworkReachabilityFactory, makeNetworkReachability>().get();
+  }
+  AudioSession& audioSession() override { return LazyPort<AudioSession, makeAudioSession>().get(); }
+  ClassRegistry& classRegistry() override { return LazyPort<ClassRegistry, makeClassRegistry>().get(); }
+};
+
+}  // namespace
+
+std::unique_ptr<Platform> createPlatform() {
+  return std::make_unique<GtkPlatform>();
+}
+
+}  // namespace vemora

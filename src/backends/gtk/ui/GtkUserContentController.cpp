@@ -1,0 +1,47 @@
+#include "backends/gtk/ui/GtkUserContentController.h"
+
+#include "backends/gtk/ui/ScriptValue.h"
+#include "ports/Platform.h"
+
+namespace vemora::gtk {
+
+GtkUserContentController::GtkUserContentController()
+    : manager_(GObjectPtr<WebKitUserContentManager>::adopt(webkit_user_content_manager_new())) {
+  assertMainThread();
+}
+
+GtkUserContentController::~GtkUserContentController() = default;
+
+void GtkUserContentController::addScriptMessageHandler(std::shared_ptr<ScriptMessageHandler> handler,
+                                                       std::string_view name) {
+  assertMainThread();
+  const std::string key(name);
+  if (!handler || registrations_.contains(key)) return;
+  Registration& registration = registrations_[key];
+  registration.handler = std::move(handler);
+  // Connecting first leaves no moment in which a post finds the handler but nobody behind it.
+  registration.received =
+      connectSignal<void(JSCValue*)>(manager_.get(), ("script-message-received::" + key).c_str(),
+                                     [weak = weak_from_this(), key](JSCValue* body) {
+                                       if (const auto self = weak.lock()) self->received(key, body);
+                                     });
+  webkit_user_content_manager_register_script_message_handler(manager_.get(), key.c_str(), nullptr);
+}
+
+void GtkUserContentController::removeScriptMessageHandlerForName(std::string_view name) {
+  assertMainThread();
+  const auto entry = registrations_.find(name);
+  if (entry == registrations_.end()) return;
+  webkit_user_content_manager_unregister_script_message_handler(manager_.get(), entry->first.c_str(),
+                                                                nullptr);
+  registrations_.erase(entry);
+}
+
+void GtkUserContentController::received(const std::string& name, JSCValue* body) {
+  const auto entry = registrations_.find(name);
+  if (entry == registrations_.end()) return;
+  const auto handler = entry->second.handler;
+  handler->userContentControllerDidReceiveScriptMessage({name, jsonFromScriptValue(body)});
+}
+
+}  // namespace vemora::gtk

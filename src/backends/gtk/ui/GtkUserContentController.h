@@ -1,0 +1,39 @@
+#pragma once
+
+#include "backends/gtk/base/GObjectPtr.h"
+#include "backends/gtk/base/GObjectSignal.h"
+#include "ports/WebView.h"
+
+#include <webkit/webkit.h>
+
+#include <map>
+#include <memory>
+#include <string>
+
+namespace vemora::gtk {
+
+/// The named handlers of a page's `window.webkit.messageHandlers`.
+class GtkUserContentController final : public UserContentController,
+                                       public std::enable_shared_from_this<GtkUserContentController> {
+ public:
+  GtkUserContentController();
+  ~GtkUserContentController() override;
+
+  void addScriptMessageHandler(std::shared_ptr<ScriptMessageHandler> handler, std::string_view name) override;
+  void removeScriptMessageHandlerForName(std::string_view name) override;
+
+  WebKitUserContentManager* manager() const { return manager_.get(); }
+
+ private:
+  struct Registration {
+    std::shared_ptr<ScriptMessageHandler> handler;
+    SignalConnection received;
+  };
+
+  void received(const std::string& name, JSCValue* body);
+
+  const GObjectPtr<WebKitUserContentManager> manager_;
+  std::map<std::string, Registration, std::less<>> registrations_;
+};
+
+}  // namespace vemora::gtk

@@ -1,0 +1,252 @@
+#include "backends/gtk/ui/GtkView.h"
+
+#include "backends/gtk/base/MainThreadObject.h"
+#include "backends/gtk/ui/AdAreaWidget.h"
+#include "backends/gtk/ui/GtkAreaView.h"
+#include "backends/gtk/ui/GtkWindowView.h"
+
+#include <algorithm>
+
+namespace vemora::gtk {
+
+namespace {
+
+/// What a widget knows of its view: `owned` where the view belongs to the widget.
+struct ViewTie {
+  std::shared_ptr<GtkView> owned;
+  std::weak_ptr<GtkView> view;
+};
+
+GQuark viewQuark() {
+  static const GQuark quark = g_quark_from_static_string("vemora-view");
+  return quark;
+}
+
+void tie(GtkWidget* widget, ViewTie link) {
+  g_object_set_qdata_full(G_OBJECT(widget), viewQuark(), new ViewTie(std::move(link)),
+                          [](gpointer data) { delete static_cast<ViewTie*>(data); });
+}
+
+Rect fromGraphene(const graphene_rect_t& rect) {
+  return {rect.origin.x, rect.origin.y, rect.size.width, rect.size.height};
+}
+
+/// The nearest ancestor that is a view of its own: neither the inside of an area nor a parking place.
+GtkWidget* superviewWidget(GtkWidget* widget) {
+  GtkWidget* parent = gtk_widget_get_parent(widget);
+  while (parent) {
+    GtkWidget* outer = gtk_widget_get_parent(parent);
+    const bool isContent = outer && isAdAreaWidget(outer) && adAreaContent(outer) == parent;
+    const bool isParking = isAdAreaWidget(parent) && adAreaIsParked(parent);
+    if (!isContent && !isParking) break;
+    parent = outer;
+  }
+  return parent;
+}
+
+const GtkView* asGtkView(const View& view) {
+  return dynamic_cast<const GtkView*>(&view);
+}
+
+}  // namespace
+
+std::shared_ptr<GtkView> viewOfWidget(GtkWidget* widget) {
+  assertMainThread();
+  if (!widget) return nullptr;
+  if (auto* link = static_cast<ViewTie*>(g_object_get_qdata(G_OBJECT(widget), viewQuark()))) {
+    return link->view.lock();
+  }
+  std::shared_ptr<GtkView> view;
+  if (GTK_IS_WINDOW(widget)) {
+    view = makeMainThreadObject<GtkWindowView>(GTK_WINDOW(widget));
+  } else if (isAdAreaWidget(widget)) {
+    view = makeMainThreadObject<GtkAreaView>(widget);
+  } else {
+    view = makeMainThreadObject<GtkView>(widget);
+  }
+  tie(widget, {view, view});
+  view->watchWidget();
+  return view;
+}
+
+void setViewOfWidget(GtkWidget* widget, const std::shared_ptr<GtkView>& view) {
+  tie(widget, {nullptr, view});
+  view->watchWidget();
+}
+
+GtkView::GtkView(GtkWidget* widget) : widget_(widget) {
+  assertMainThread();
+}
+
+void GtkView::watchWidget() {
+  const auto widget = this->widget();
+  const auto whenMoved = [weak = weak_from_this()] {
+    if (const auto self = weak.lock()) self->widgetMoved();
+  };
+  mapped_ = connectSignal<void()>(widget.get(), "map", whenMoved, G_CONNECT_AFTER);
+  unmapped_ = connectSignal<void()>(widget.get(), "unmap", whenMoved, G_CONNECT_AFTER);
+  visibleChanged_ = connectSignal<void(GParamSpec*)>(widget.get(), "notify::visible",
+                                                     [weak = weak_from_this()](GParamSpec*) {
+                                                       if (const auto self = weak.lock())
+                                                         self->notifyObservers("hidden");
+                                                     });
+}
+
+GtkView::~GtkView() = default;
+
+std::shared_ptr<View> GtkView::superview() const {
+  const auto widget = this->widget();
+  return widget ? viewOfWidget(superviewWidget(widget.get())) : nullptr;
+}
+
+std::shared_ptr<Window> GtkView::window() const {
+  const auto widget = this->widget();
+  if (!widget || !gtk_widget_get_mapped(widget.get())) return nullptr;
+  GtkRoot* root = gtk_widget_get_root(widget.get());
+  return GTK_IS_WINDOW(root) ? std::dynamic_pointer_cast<Window>(viewOfWidget(GTK_WIDGET(root))) : nullptr;
+}
+
+bool GtkView::isHidden() const {
+  const auto widget = this->widget();
+  return !widget || !gtk_widget_get_visible(widget.get());
+}
+
+bool GtkView::isPlacedByUs(GtkWidget* widget) const {
+  return container_.lock() || (!gtk_widget_get_parent(widget) && !GTK_IS_ROOT(widget));
+}
+
+Rect GtkView::frame() const {
+  const auto widget = this->widget();
+  if (!widget) return {};
+  // A frame that was set is the frame, laid out or not.
+  if (translates_ && isPlacedByUs(widget.get())) return frame_;
+  GtkWidget* parent = superviewWidget(widget.get());
+  graphene_rect_t rect;
+  return gtk_widget_compute_bounds(widget.get(), parent ? parent : widget.get(), &rect) ? fromGraphene(rect)
+                                                                                        : Rect{};
+}
+
+Rect GtkView::bounds() const {
+  const auto widget = this->widget();
+  if (!widget) return {};
+  if (isPlacedByUs(widget.get())) {
+    const Rect own = frame();
+    return {0, 0, own.width, own.height};
+  }
+  graphene_rect_t rect;
+  return gtk_widget_compute_bounds(widget.get(), widget.get(), &rect) ? fromGraphene(rect) : Rect{};
+}
+
+bool GtkView::isDescendantOfView(const View& ancestor) const {
+  const auto widget = this->widget();
+  const GtkView* other = asGtkView(ancestor);
+  const auto otherWidget = other ? other->widget() : nullptr;
+  if (!widget || !otherWidget) return this == other;
+  return widget.get() == otherWidget.get() || gtk_widget_is_ancestor(widget.get(), otherWidget.get());
+}
+
+std::optional<Rect> GtkView::convertRectToView(const Rect& rect, const View& other) const {
+  const auto widget = this->widget();
+  const GtkView* target = asGtkView(other);
+  const auto targetWidget = target ? target->widget() : nullptr;
+  if (!widget || !targetWidget) return std::nullopt;
+  GtkRoot* root = gtk_widget_get_root(widget.get());
+  if (!root || root != gtk_widget_get_root(targetWidget.get())) return std::nullopt;
+  graphene_matrix_t matrix;
+  if (!gtk_widget_compute_transform(widget.get(), targetWidget.get(), &matrix)) return std::nullopt;
+  graphene_rect_t from, to;
+  graphene_rect_init(&from, static_cast<float>(rect.x), static_cast<float>(rect.y),
+                     static_cast<float>(rect.width), static_cast<float>(rect.height));
+  graphene_matrix_transform_bounds(&matrix, &from, &to);
+  return fromGraphene(to);
+}
+
+void GtkView::addSubview(const std::shared_ptr<View>&) {
+  assertMainThread();
+  Platform::shared().system().log(LogLevel::Error, "A widget of the app's takes no ads; ad views do");
+}
+
+void GtkView::removeFromSuperview() {
+  assertMainThread();
+  const auto self = shared_from_this();
+  if (const auto container = container_.lock()) container->removeSubview(*this);
+}
+
+void GtkView::setFrame(const Rect& frame) {
+  assertMainThread();
+  frame_ = GtkAreaView::sanitized(frame);
+  setNeedsLayout();
+}
+
+void GtkView::setUserInteractionEnabled(bool enabled) {
+  assertMainThread();
+  const auto widget = this->widget();
+  if (!widget) return;
+  gtk_widget_set_can_target(widget.get(), enabled);
+  gtk_widget_set_can_focus(widget.get(), enabled);
+}
+
+// Only web views and areas draw a background of their own.
+void GtkView::setOpaque(bool) {}
+void GtkView::setBackgroundColorBlack() {}
+
+void GtkView::setTranslatesAutoresizingMaskIntoConstraints(bool translates) {
+  assertMainThread();
+  if (translates == translates_) return;
+  // What the constraints made of the view is where the frame takes over.
+  if (translates && container_.lock()) frame_ = GtkAreaView::sanitized(frame());
+  translates_ = translates;
+  setNeedsLayout();
+}
+
+void GtkView::addConstraint(const std::shared_ptr<LayoutConstraint>&) {
+  assertMainThread();
+}
+void GtkView::removeConstraint(const std::shared_ptr<LayoutConstraint>&) {
+  assertMainThread();
+}
+
+void GtkView::setNeedsLayout() {
+  assertMainThread();
+  if (const auto container = container_.lock()) container->setNeedsLayout();
+}
+
+void GtkView::addObserver(std::weak_ptr<KeyValueObserver> observer, std::string_view keyPath, bool initial) {
+  assertMainThread();
+  const auto strong = observer.lock();
+  if (!strong) return;
+  std::erase_if(observations_, [](const Observation& entry) { return entry.observer.expired(); });
+  lastWindow_ = window();
+  observations_.push_back({std::move(observer), strong.get(), std::string(keyPath)});
+  if (initial) strong->observeValueForKeyPath(keyPath);
+}
+
+void GtkView::removeObserver(const KeyValueObserver* observer, std::string_view keyPath) {
+  assertMainThread();
+  std::erase_if(observations_, [&](const Observation& entry) {
+    return entry.identity == observer && entry.keyPath == keyPath;
+  });
+}
+
+void* GtkView::layer() const {
+  return widget().get();
+}
+
+void GtkView::widgetMoved() {
+  if (moving_) return;
+  didMove();
+  const auto now = window();
+  if (now == lastWindow_.lock()) return;
+  lastWindow_ = now;
+  notifyObservers("window");
+}
+
+void GtkView::notifyObservers(std::string_view keyPath) {
+  const auto snapshot = observations_;
+  for (const auto& entry : snapshot) {
+    if (entry.keyPath != keyPath) continue;
+    if (const auto observer = entry.observer.lock()) observer->observeValueForKeyPath(keyPath);
+  }
+}
+
+}  // namespace vemora::gtk

@@ -1,0 +1,101 @@
+#pragma once
+
+#include "backends/gtk/base/GObjectPtr.h"
+#include "backends/gtk/base/GObjectSignal.h"
+#include "ports/View.h"
+
+#include <gtk/gtk.h>
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace vemora::gtk {
+
+class GtkAreaView;
+
+/// The view of any widget. The widget owns its view (see `viewOfWidget`), the view points back weakly; once
+/// the widget has gone, the view is in no window, has no size, and operations do nothing.
+///
+/// A plain GtkView stands for a widget of the host's on the way from an ad up to its window: it can be looked
+/// at, so that whatever clips an ad counts for its visibility, but the SDK neither moves it nor puts anything
+/// into it.
+///
+/// A view counts as in a window only while its widget is mapped: a page of a stack that is not shown, or a
+/// window that is not, is on no screen, though it is still in the tree.
+class GtkView : public virtual View, public std::enable_shared_from_this<GtkView> {
+ public:
+  explicit GtkView(GtkWidget* widget);
+  ~GtkView() override;
+  /// To be called once by whoever made the view: handlers hold it weakly, which a constructor cannot arrange.
+  virtual void watchWidget();
+  GtkView(const GtkView&) = delete;
+  GtkView& operator=(const GtkView&) = delete;
+
+  std::shared_ptr<View> superview() const override;
+  std::shared_ptr<Window> window() const override;
+  bool isHidden() const override;
+  Rect frame() const override;
+  Rect bounds() const override;
+  bool isDescendantOfView(const View& ancestor) const override;
+  std::optional<Rect> convertRectToView(const Rect& rect, const View& other) const override;
+
+  void addSubview(const std::shared_ptr<View>& view) override;
+  void removeFromSuperview() override;
+  void setFrame(const Rect& frame) override;
+  void setUserInteractionEnabled(bool enabled) override;
+  void setOpaque(bool opaque) override;
+  void setBackgroundColorBlack() override;
+
+  void setTranslatesAutoresizingMaskIntoConstraints(bool translates) override;
+  void addConstraint(const std::shared_ptr<LayoutConstraint>& constraint) override;
+  void removeConstraint(const std::shared_ptr<LayoutConstraint>& constraint) override;
+  void setNeedsLayout() override;
+
+  void addObserver(std::weak_ptr<KeyValueObserver> observer, std::string_view keyPath, bool initial) override;
+  void removeObserver(const KeyValueObserver* observer, std::string_view keyPath) override;
+
+  void* layer() const override;
+
+  GObjectPtr<GtkWidget> widget() const { return widget_.lock(); }
+
+  /// Set while the frame decides, absent while constraints do.
+  std::optional<Rect> fixedFrame() const { return translates_ ? std::optional(frame_) : std::nullopt; }
+
+ protected:
+  /// Runs after the widget got another parent or was mapped or unmapped.
+  virtual void didMove() {}
+
+ private:
+  friend class GtkAreaView;
+
+  struct Observation {
+    std::weak_ptr<KeyValueObserver> observer;
+    const KeyValueObserver* identity;
+    std::string keyPath;
+  };
+
+  void widgetMoved();
+  bool isPlacedByUs(GtkWidget* widget) const;
+  void notifyObservers(std::string_view keyPath);
+
+  GObjectWeakPtr<GtkWidget> widget_;
+  std::weak_ptr<GtkAreaView> container_;  ///< The area that holds this view as a subview.
+  Rect frame_;
+  bool translates_ = true;
+  bool moving_ = false;  ///< Between two parents: what happens on the way is nobody's business.
+  std::weak_ptr<Window> lastWindow_;
+  std::vector<Observation> observations_;
+  SignalConnection mapped_, unmapped_, visibleChanged_;
+};
+
+/// The view of a widget, made at the first call and kept as long as the widget; null for null. Windows and ad
+/// areas get views of their own kinds.
+std::shared_ptr<GtkView> viewOfWidget(GtkWidget* widget);
+
+/// Ties a new view that owns its widget, rather than the other way round, to that widget.
+void setViewOfWidget(GtkWidget* widget, const std::shared_ptr<GtkView>& view);
+
+}  // namespace vemora::gtk

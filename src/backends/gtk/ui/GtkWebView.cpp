@@ -1,0 +1,431 @@
+#include "backends/gtk/ui/GtkWebView.h"
+
+#include "backends/gtk/base/GErrorConversion.h"
+#include "backends/gtk/base/MainThreadObject.h"
+#include "backends/gtk/ui/GtkUserContentController.h"
+#include "backends/gtk/ui/NetworkSessions.h"
+
+#include <libsoup/soup.h>
+
+#include <algorithm>
+#include <utility>
+
+namespace vemora::gtk {
+
+namespace {
+
+/// The page cannot be scrolled by wheel, keys or touch and shows no bars; its own scripts still can.
+constexpr char kNoScrolling[] = "html { overflow: hidden !important; overscroll-behavior: none !important; }";
+
+std::shared_ptr<GtkUserContentController> contentControllerOf(const WebViewConfiguration& configuration) {
+  auto own = std::dynamic_pointer_cast<GtkUserContentController>(configuration.userContentController);
+  return own ? own : makeMainThreadObject<GtkUserContentController>();
+}
+
+/// A page that was shown and then has no size at all waits for a frame that is never drawn, and never
+/// animates again. So what should be nothing is one pixel.
+constexpr int kMinimumExtent = 1;
+
+GObjectPtr<WebKitSettings> settingsFor(const WebViewConfiguration& configuration) {
+  auto settings = GObjectPtr<WebKitSettings>::adopt(webkit_settings_new());
+  webkit_settings_set_media_playback_requires_user_gesture(settings.get(),
+                                                           configuration.mediaTypesRequireUserAction);
+  webkit_settings_set_media_playback_allows_inline(settings.get(), configuration.allowsInlineMediaPlayback);
+  // A new window is only ever a request to the delegate, which decides what becomes of it.
+  webkit_settings_set_javascript_can_open_windows_automatically(settings.get(), TRUE);
+  webkit_settings_set_enable_fullscreen(settings.get(), FALSE);
+  webkit_settings_set_enable_back_forward_navigation_gestures(settings.get(), FALSE);
+  webkit_settings_set_enable_developer_extras(settings.get(), FALSE);
+  return settings;
+}
+
+GObjectPtr<WebKitWebView> newWebKitWebView(const WebViewConfiguration& configuration,
+                                           const GtkUserContentController& contentController) {
+  const auto session = adNetworkSession();
+  const auto settings = settingsFor(configuration);
+  const auto policies = GObjectPtr<WebKitWebsitePolicies>::adopt(webkit_website_policies_new_with_policies(
+      "autoplay", configuration.mediaTypesRequireUserAction ? WEBKIT_AUTOPLAY_DENY : WEBKIT_AUTOPLAY_ALLOW,
+      nullptr));
+  return GObjectPtr<WebKitWebView>::sink(WEBKIT_WEB_VIEW(g_object_new(
+      WEBKIT_TYPE_WEB_VIEW, "network-session", session.get(), "settings", settings.get(), "website-policies",
+      policies.get(), "user-content-manager", contentController.manager(), nullptr)));
+}
+
+bool isHeaderName(std::string_view name) {
+  return !name.empty() && std::all_of(name.begin(), name.end(),
+                                      [](unsigned char c) { return g_ascii_isgraph(c) && c != ':'; });
+}
+
+bool isHeaderValue(std::string_view value) {
+  return std::none_of(value.begin(), value.end(), [](char c) { return c == '\r' || c == '\n' || c == '\0'; });
+}
+
+GObjectPtr<WebKitURIRequest> toolkitRequest(const URLRequest& request) {
+  auto result = GObjectPtr<WebKitURIRequest>::adopt(webkit_uri_request_new(request.url.c_str()));
+  SoupMessageHeaders* headers = webkit_uri_request_get_http_headers(result.get());
+  if (!headers) return result;
+  for (const auto& [name, value] : request.headers) {
+    if (isHeaderName(name) && isHeaderValue(value)) {
+      soup_message_headers_append(headers, name.c_str(), value.c_str());
+    }
+  }
+  if (request.cachePolicy == URLRequestCachePolicy::ReloadIgnoringLocalCacheData) {
+    soup_message_headers_replace(headers, "Cache-Control", "no-cache");
+  }
+  return result;
+}
+
+/// As g_utf8_validate, which takes a NUL for an error.
+bool isUtf8(std::string_view text) {
+  for (std::size_t start = 0;;) {
+    const std::size_t end = std::min(text.find('\0', start), text.size());
+    if (!g_utf8_validate_len(text.data() + start, end - start, nullptr)) return false;
+    if (end == text.size()) return true;
+    start = end + 1;
+  }
+}
+
+VMRError scriptError(const char* description) {
+  return {g_quark_to_string(WEBKIT_JAVASCRIPT_ERROR),
+          WEBKIT_JAVASCRIPT_ERROR_SCRIPT_FAILED,
+          description,
+          {},
+          {},
+          nullptr};
+}
+
+constexpr std::string_view kBlankPage = "about:blank";
+constexpr char kProcessTerminated[] = "The web content process has ended";
+
+class FlagWhile {
+ public:
+  explicit FlagWhile(bool& flag) : flag_(flag), before_(std::exchange(flag, true)) {}
+  ~FlagWhile() { flag_ = before_; }
+  FlagWhile(const FlagWhile&) = delete;
+  FlagWhile& operator=(const FlagWhile&) = delete;
+
+ private:
+  bool& flag_;
+  const bool before_;
+};
+
+}  // namespace
+
+struct GtkWebView::Evaluation {
+  std::weak_ptr<GtkWebView> view;
+  Evaluated completion;
+  std::uint64_t terminations;
+};
+
+std::shared_ptr<GtkWebView> GtkWebView::create(const Rect& frame, const WebViewConfiguration& configuration) {
+  assertMainThread();
+  WebViewConfiguration own = configuration;
+  const auto contentController = contentControllerOf(configuration);
+  own.userContentController = contentController;
+  auto view = makeMainThreadObject<GtkWebView>(newWebKitWebView(own, *contentController), own);
+  setViewOfWidget(GTK_WIDGET(view->webKit()), view);
+  gtk_widget_set_size_request(GTK_WIDGET(view->webKit()), kMinimumExtent, kMinimumExtent);
+  view->setFrame(frame);
+  view->didMove();
+  view->watchPage();
+  view->refuseBrowserFeatures();
+  return view;
+}
+
+GtkWebView::GtkWebView(GObjectPtr<WebKitWebView> webView, const WebViewConfiguration& configuration)
+    : GtkView(GTK_WIDGET(webView.get())),
+      configuration_(configuration),
+      contentController_(
+          std::static_pointer_cast<GtkUserContentController>(configuration.userContentController)),
+      webView_(std::move(webView)) {}
+
+GtkWebView::~GtkWebView() {
+  assertMainThread();
+  connections_.clear();
+  if (gtk_widget_get_parent(GTK_WIDGET(webKit()))) gtk_widget_unparent(GTK_WIDGET(webKit()));
+}
+
+std::weak_ptr<GtkWebView> GtkWebView::weakSelf() {
+  return std::static_pointer_cast<GtkWebView>(shared_from_this());
+}
+
+/// Connects a handler that gets a strong reference to this view before the signal's own parameters.
+template <typename Signature>
+struct WithSelf;
+
+template <typename Result, typename... Arguments>
+struct WithSelf<Result(Arguments...)> {
+  template <typename Handler>
+  static std::function<Result(Arguments...)> bind(std::weak_ptr<GtkWebView> weak, Handler handler) {
+    return [weak = std::move(weak), handler = std::move(handler)](Arguments... arguments) -> Result {
+      const auto self = weak.lock();
+      if (!self) return Result();
+      return handler(*self, arguments...);
+    };
+  }
+};
+
+template <typename Signature, typename Handler>
+void GtkWebView::on(const char* signal, Handler handler) {
+  connections_.push_back(
+      connectSignal<Signature>(webKit(), signal, WithSelf<Signature>::bind(weakSelf(), std::move(handler))));
+}
+
+void GtkWebView::watchPage() {
+  on<void(WebKitLoadEvent)>("load-changed",
+                            [](GtkWebView& self, WebKitLoadEvent event) { self.loadChanged(event); });
+  // Errors of certificates come here as well when nobody handles them apart.
+  on<gboolean(WebKitLoadEvent, char*, GError*)>(
+      "load-failed", [](GtkWebView& self, WebKitLoadEvent event, char*, GError* error) -> gboolean {
+        self.loadFailed(event, *error);
+        return TRUE;
+      });
+  on<void(WebKitWebProcessTerminationReason)>(
+      "web-process-terminated",
+      [](GtkWebView& self, WebKitWebProcessTerminationReason) { self.processTerminated(); });
+  on<GtkWidget*(WebKitNavigationAction*)>(
+      "create", [](GtkWebView& self, WebKitNavigationAction* action) -> GtkWidget* {
+        const char* uri = webkit_uri_request_get_uri(webkit_navigation_action_get_request(action));
+        const auto delegate = self.uiDelegate_.lock();
+        if (delegate)
+          delegate->webViewCreateWebView(uri && *uri ? std::optional<std::string>(uri) : std::nullopt);
+        return nullptr;
+      });
+  on<gboolean(WebKitScriptDialog*)>(
+      "script-dialog",
+      [](GtkWebView& self, WebKitScriptDialog* dialog) -> gboolean { return self.runScriptDialog(dialog); });
+}
+
+void GtkWebView::refuseBrowserFeatures() {
+  on<gboolean(WebKitContextMenu*, WebKitHitTestResult*)>(
+      "context-menu", [](GtkWebView&, WebKitContextMenu*, WebKitHitTestResult*) -> gboolean { return TRUE; });
+  on<gboolean(WebKitPrintOperation*)>("print",
+                                      [](GtkWebView&, WebKitPrintOperation*) -> gboolean { return TRUE; });
+  on<gboolean(WebKitNotification*)>("show-notification",
+                                    [](GtkWebView&, WebKitNotification*) -> gboolean { return TRUE; });
+  on<gboolean(WebKitFileChooserRequest*)>("run-file-chooser",
+                                          [](GtkWebView&, WebKitFileChooserRequest* request) -> gboolean {
+                                            webkit_file_chooser_request_cancel(request);
+                                            return TRUE;
+                                          });
+  on<gboolean(WebKitPermissionRequest*)>("permission-request",
+                                         [](GtkWebView&, WebKitPermissionRequest* request) -> gboolean {
+                                           webkit_permission_request_deny(request);
+                                           return TRUE;
+                                         });
+  on<gboolean(WebKitAuthenticationRequest*)>(
+      "authenticate", [](GtkWebView&, WebKitAuthenticationRequest* request) -> gboolean {
+        webkit_authentication_request_cancel(request);
+        return TRUE;
+      });
+  on<gboolean(WebKitPolicyDecision*, WebKitPolicyDecisionType)>(
+      "decide-policy",
+      [](GtkWebView&, WebKitPolicyDecision* decision, WebKitPolicyDecisionType type) -> gboolean {
+        if (type != WEBKIT_POLICY_DECISION_TYPE_RESPONSE) return FALSE;
+        // What cannot be shown would be downloaded.
+        if (webkit_response_policy_decision_is_mime_type_supported(
+                WEBKIT_RESPONSE_POLICY_DECISION(decision))) {
+          return FALSE;
+        }
+        webkit_policy_decision_ignore(decision);
+        return TRUE;
+      });
+}
+
+Rect GtkWebView::frame() const {
+  Rect frame = GtkView::frame();
+  if (frame.width <= kMinimumExtent) frame.width = 0;
+  if (frame.height <= kMinimumExtent) frame.height = 0;
+  return frame;
+}
+
+void GtkWebView::didMove() {
+  webkit_web_view_set_is_muted(webKit(), gtk_widget_get_root(GTK_WIDGET(webKit())) == nullptr);
+}
+
+void GtkWebView::setNavigationDelegate(std::weak_ptr<WebViewNavigationDelegate> delegate) {
+  assertMainThread();
+  navigationDelegate_ = std::move(delegate);
+}
+
+void GtkWebView::setUIDelegate(std::weak_ptr<WebViewUIDelegate> delegate) {
+  assertMainThread();
+  uiDelegate_ = std::move(delegate);
+}
+
+void GtkWebView::loadRequest(const URLRequest& request) {
+  assertMainThread();
+  processGone_ = false;
+  const FlagWhile inside(insideCall_);
+  if (request.url.empty() || request.url.find('\0') != std::string::npos || !isUtf8(request.url)) {
+    return failProvisionally("The address is not valid");
+  }
+  requestedAddress_ = request.url;
+  // The toolkit's requests are always GET, the method that a page is loaded with.
+  const auto toolkit = toolkitRequest(request);
+  webkit_web_view_load_request(webKit(), toolkit.get());
+}
+
+void GtkWebView::stopLoading() {
+  assertMainThread();
+  const FlagWhile inside(insideCall_);
+  webkit_web_view_stop_loading(webKit());
+}
+
+void GtkWebView::loadChanged(WebKitLoadEvent event) {
+  if (event == WEBKIT_LOAD_STARTED) loadFailed_ = false;
+  if (event == WEBKIT_LOAD_COMMITTED) {
+    // An address that WebKit refuses (a restricted port, say) it answers with the blank page and no error.
+    const std::string requested = std::exchange(requestedAddress_, "");
+    const std::string_view committed = webkit_web_view_get_uri(webKit());
+    if (committed == kBlankPage && !requested.empty() && requested != kBlankPage) {
+      loadFailed_ = true;
+      return failProvisionally("The address cannot be shown");
+    }
+  }
+  // A failed load is reported as finished, too.
+  if (event != WEBKIT_LOAD_FINISHED || std::exchange(loadFailed_, false)) return;
+  tellNavigation([](WebViewNavigationDelegate& delegate) { delegate.webViewDidFinishNavigation(); });
+}
+
+void GtkWebView::loadFailed(WebKitLoadEvent event, const GError& error) {
+  loadFailed_ = true;
+  const bool provisional = event == WEBKIT_LOAD_STARTED || event == WEBKIT_LOAD_REDIRECTED;
+  tellNavigation([provisional, error = errorFromGError(error)](WebViewNavigationDelegate& delegate) {
+    if (provisional) {
+      delegate.webViewDidFailProvisionalNavigation(error);
+    } else {
+      delegate.webViewDidFailNavigation(error);
+    }
+  });
+}
+
+void GtkWebView::failProvisionally(const char* description) {
+  tellNavigation([description](WebViewNavigationDelegate& delegate) {
+    delegate.webViewDidFailProvisionalNavigation({g_quark_to_string(WEBKIT_POLICY_ERROR),
+                                                  WEBKIT_POLICY_ERROR_CANNOT_SHOW_URI,
+                                                  description,
+                                                  {},
+                                                  {},
+                                                  nullptr});
+  });
+}
+
+void GtkWebView::processTerminated() {
+  processGone_ = true;
+  ++terminations_;
+  tellNavigation(
+      [](WebViewNavigationDelegate& delegate) { delegate.webViewWebContentProcessDidTerminate(); });
+}
+
+void GtkWebView::tellNavigation(std::function<void(WebViewNavigationDelegate&)> what) {
+  if (insideCall_) {
+    dispatch().mainAsync([weak = weakSelf(), what = std::move(what)] {
+      if (const auto self = weak.lock()) self->tellNavigation(what);
+    });
+    return;
+  }
+  if (const auto delegate = navigationDelegate_.lock()) what(*delegate);
+}
+
+bool GtkWebView::runScriptDialog(WebKitScriptDialog* dialog) {
+  if (webkit_script_dialog_get_dialog_type(dialog) == WEBKIT_SCRIPT_DIALOG_BEFORE_UNLOAD_CONFIRM) {
+    webkit_script_dialog_confirm_set_confirmed(dialog, TRUE);
+    return true;
+  }
+  // Questions are answered with no, and with no text.
+  const auto delegate = uiDelegate_.lock();
+  if (!delegate || webkit_script_dialog_get_dialog_type(dialog) != WEBKIT_SCRIPT_DIALOG_ALERT) return true;
+  // The page goes on when the completion is called, or dropped.
+  const std::shared_ptr<WebKitScriptDialog> held(webkit_script_dialog_ref(dialog),
+                                                 webkit_script_dialog_unref);
+  const char* message = webkit_script_dialog_get_message(dialog);
+  delegate->webViewRunJavaScriptAlertPanel(message ? message : "",
+                                           [held] { webkit_script_dialog_close(held.get()); });
+  return true;
+}
+
+void GtkWebView::evaluateJavaScript(std::string_view script, Evaluated completion) {
+  assertMainThread();
+  // WebKit runs nothing and calls it a success.
+  if (!isUtf8(script)) return failLater(std::move(completion), scriptError("The script is not valid UTF-8"));
+  if (processGone_) return failLater(std::move(completion), scriptError(kProcessTerminated));
+  auto* evaluation = new Evaluation{weakSelf(), std::move(completion), terminations_};
+  webkit_web_view_evaluate_javascript(
+      webKit(), script.data(), static_cast<gssize>(script.size()), nullptr, nullptr, nullptr,
+      [](GObject*, GAsyncResult* result, gpointer data) {
+        const std::unique_ptr<Evaluation> finished(static_cast<Evaluation*>(data));
+        if (const auto self = finished->view.lock()) self->finishEvaluation(*finished, result);
+      },
+      evaluation);
+}
+
+void GtkWebView::finishEvaluation(Evaluation& evaluation, GAsyncResult* result) {
+  GError* rawError = nullptr;
+  const auto value =
+      GObjectPtr<JSCValue>::adopt(webkit_web_view_evaluate_javascript_finish(webKit(), result, &rawError));
+  const std::unique_ptr<GError, GFree<g_error_free>> error(rawError);
+  if (!evaluation.completion) return;
+  if (!error) return evaluation.completion(std::nullopt);
+  if (!g_error_matches(error.get(), WEBKIT_JAVASCRIPT_ERROR, WEBKIT_JAVASCRIPT_ERROR_INVALID_RESULT)) {
+    return evaluation.completion(errorFromGError(*error));
+  }
+  // A value that cannot leave the page and a process that has ended look the same, and the news of the latter
+  // may come a little later.
+  dispatch().mainAsync([weak = evaluation.view, completion = std::move(evaluation.completion),
+                        terminations = evaluation.terminations] {
+    const auto self = weak.lock();
+    if (!self) return;
+    const bool died = self->terminations_ != terminations;
+    completion(died ? std::optional(scriptError(kProcessTerminated)) : std::nullopt);
+  });
+}
+
+void GtkWebView::failLater(Evaluated completion, VMRError error) {
+  if (!completion) return;
+  dispatch().mainAsync([weak = weakSelf(), completion = std::move(completion), error = std::move(error)] {
+    if (weak.lock()) completion(error);
+  });
+}
+
+void GtkWebView::setScrollEnabled(bool enabled) {
+  assertMainThread();
+  if (std::exchange(scrollEnabled_, enabled) == enabled) return;
+  WebKitUserContentManager* manager = contentController_->manager();
+  if (enabled) {
+    webkit_user_content_manager_remove_all_style_sheets(manager);
+    return;
+  }
+  const std::unique_ptr<WebKitUserStyleSheet, GFree<webkit_user_style_sheet_unref>> sheet(
+      webkit_user_style_sheet_new(kNoScrolling, WEBKIT_USER_CONTENT_INJECT_TOP_FRAME,
+                                  WEBKIT_USER_STYLE_LEVEL_USER, nullptr, nullptr));
+  webkit_user_content_manager_add_style_sheet(manager, sheet.get());
+}
+
+// Nothing is drawn over a window's content here: a page has no insets to begin with.
+void GtkWebView::setContentInsetAdjustmentNever() {
+  assertMainThread();
+}
+void GtkWebView::setContentInset(const EdgeInsets&) {
+  assertMainThread();
+}
+
+void GtkWebView::setOpaque(bool opaque) {
+  assertMainThread();
+  opaque_ = opaque;
+  updateBackground();
+}
+
+void GtkWebView::setBackgroundColorBlack() {
+  assertMainThread();
+  black_ = true;
+  updateBackground();
+}
+
+void GtkWebView::updateBackground() {
+  const float level = black_ ? 0 : 1;
+  const GdkRGBA colour{level, level, level, opaque_ || black_ ? 1.0F : 0.0F};
+  webkit_web_view_set_background_color(webKit(), &colour);
+}
+
+}  // namespace vemora::gtk

@@ -1,0 +1,61 @@
+#include "backends/gtk/ui/HostApplication.h"
+
+#include "backends/gtk/GtkPorts.h"
+#include "backends/gtk/base/MainThreadObject.h"
+#include "backends/gtk/ui/AlertWindow.h"
+#include "backends/gtk/ui/BrowserViewController.h"
+#include "backends/gtk/ui/GtkUserContentController.h"
+#include "backends/gtk/ui/GtkViewController.h"
+#include "backends/gtk/ui/GtkWebView.h"
+#include "backends/gtk/ui/GtkWindowView.h"
+
+#include <webkit/webkit.h>
+
+namespace vemora::gtk {
+
+std::unique_ptr<Application> makeApplication() {
+  return std::make_unique<HostApplication>();
+}
+
+HostApplication::HostApplication() : windows_(makeMainThreadObject<HostWindows>()) {
+  windows_->watch();
+}
+
+std::shared_ptr<Window> HostApplication::keyWindow() {
+  const auto window = windows_->keyWindow();
+  return std::dynamic_pointer_cast<Window>(viewOfWidget(GTK_WIDGET(window.get())));
+}
+
+std::shared_ptr<UserContentController> HostApplication::createUserContentController() {
+  return makeMainThreadObject<GtkUserContentController>();
+}
+
+std::shared_ptr<WebView> HostApplication::createWebView(const Rect& frame,
+                                                        const WebViewConfiguration& configuration) {
+  return GtkWebView::create(frame, configuration);
+}
+
+std::shared_ptr<ViewController> HostApplication::createViewController(const ViewControllerTraits& traits) {
+  assertMainThread();
+  return makeMainThreadObject<ScreenViewController>(traits);
+}
+
+std::shared_ptr<SFSafariViewController> HostApplication::createSafariViewController(const URL& url) {
+  return BrowserViewController::create(url);
+}
+
+void HostApplication::showAlert(std::string_view title, std::string_view message, std::string_view button) {
+  assertMainThread();
+  showAlertWindow(windows_->keyWindow().get(), title, message, button);
+}
+
+std::optional<std::string> HostApplication::webViewUserAgent() {
+  assertMainThread();
+  static const std::string agent = [] {
+    const auto settings = GObjectPtr<WebKitSettings>::adopt(webkit_settings_new());
+    return std::string(webkit_settings_get_user_agent(settings.get()));
+  }();
+  return agent;
+}
+
+}  // namespace vemora::gtk

@@ -1,0 +1,30 @@
+#include "backends/testing/TestingPlatform.h"
+
+namespace vemora {
+
+std::unique_ptr<Platform> createPlatform() {
+  return std::make_unique<testing::TestingPlatform>();
+}
+
+namespace testing {
+
+TestingPlatform::TestingPlatform() = default;
+
+TestingPlatform& TestingPlatform::current() {
+  return static_cast<TestingPlatform&>(Platform::shared());
+}
+
+void TestingPlatform::reset() {
+  dispatch_.reset();
+  application_ = nullptr;
+  dispatch_.reset();  // What the windows held may have queued work as it went.
+  fakes_ = std::make_unique<Fakes>();
+  application_ = std::make_unique<FakeApplication>();
+}
+
+FakeApplication& TestingPlatform::fakeApplication() {
+  return *application_;
+}
+
+}  // namespace testing
+}  // namespace vemora
