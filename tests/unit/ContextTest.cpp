@@ -1,8 +1,8 @@
+#include "CoreTest.h"
 #include "core/context/VMRAppInfo.h"
 #include "core/context/VMRContext.h"
 #include "core/context/VMRDeviceManager.h"
 #include "core/context/VMRLocationDumper.h"
-#include "CoreTest.h"
 
 #include <Vemora/InternalInconsistencyException.h>
 

@@ -1,6 +1,6 @@
+#include "CoreTest.h"
 #include "core/bridge/DeliveryLine.h"
 #include "core/bridge/VMRFuture.h"
-#include "CoreTest.h"
 
 #include <vector>
 

@@ -1,8 +1,8 @@
 #pragma once
 
+#include "CoreTest.h"
 #include "core/client/VMRAdDumper.h"
 #include "core/page/VMRWebViewRuntime.h"
-#include "CoreTest.h"
 #include "core/player/VemoraAdPlayerBase_p.h"
 
 #include <Vemora/VemoraInlineAdPlayer.h>

@@ -1,8 +1,8 @@
+#include "CoreTest.h"
+#include "base/VMRUtilities.h"
+#include "core/context/VMRCrypto.h"
 #include "core/model/VMRConfig.h"
 #include "core/model/VemoraTypes_p.h"
-#include "core/context/VMRCrypto.h"
-#include "base/VMRUtilities.h"
-#include "CoreTest.h"
 
 #include <Vemora/InternalInconsistencyException.h>
 #include <Vemora/VemoraAdGroup.h>

@@ -1,10 +1,10 @@
-#include "core/model/VMRConfig.h"
-#include "core/client/VMRAdDumper.h"
+#include "CoreTest.h"
 #include "core/bridge/VMRBridgeErrors.h"
-#include "core/page/VMRWebViewRuntime.h"
+#include "core/client/VMRAdDumper.h"
 #include "core/context/VMRAppInfo.h"
 #include "core/context/VMRContext.h"
-#include "CoreTest.h"
+#include "core/model/VMRConfig.h"
+#include "core/page/VMRWebViewRuntime.h"
 
 #include <Vemora/InternalInconsistencyException.h>
 

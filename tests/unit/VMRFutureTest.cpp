@@ -1,5 +1,5 @@
-#include "core/bridge/VMRFuture.h"
 #include "CoreTest.h"
+#include "core/bridge/VMRFuture.h"
 
 #include <Vemora/NotificationCenter.h>
 

@@ -1,6 +1,6 @@
+#include "CoreTest.h"
 #include "core/context/VMRContext.h"
 #include "core/viewability/VMRMoatTracker.h"
-#include "CoreTest.h"
 
 #include <Vemora/InternalInconsistencyException.h>
 

@@ -1,6 +1,6 @@
+#include "CoreTest.h"
 #include "core/context/VMRGDPRCMP.h"
 #include "core/context/VMRReachability.h"
-#include "CoreTest.h"
 
 #include <Vemora/NotificationCenter.h>
 

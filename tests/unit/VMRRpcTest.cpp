@@ -1,5 +1,5 @@
-#include "core/bridge/VMRRpc.h"
 #include "CoreTest.h"
+#include "core/bridge/VMRRpc.h"
 
 #include <cstdint>
 #include <set>

@@ -1,6 +1,6 @@
-#include "core/bridge/VMRRuntime.h"
-#include "core/bridge/VMRRpcTask.h"
 #include "CoreTest.h"
+#include "core/bridge/VMRRpcTask.h"
+#include "core/bridge/VMRRuntime.h"
 
 #include <Vemora/InternalInconsistencyException.h>
 

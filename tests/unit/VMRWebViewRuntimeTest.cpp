@@ -1,5 +1,5 @@
-#include "core/page/VMRWebViewRuntime.h"
 #include "CoreTest.h"
+#include "core/page/VMRWebViewRuntime.h"
 
 #include <atomic>
 #include <mutex>

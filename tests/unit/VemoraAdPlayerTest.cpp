@@ -1,6 +1,6 @@
+#include "PlayerTest.h"
 #include "core/context/VMRContext.h"
 #include "core/viewability/VMRMoatTracker.h"
-#include "PlayerTest.h"
 
 #include <Vemora/VemoraAdPlayer.h>
 

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "core/bridge/VMRRuntimeMessageHandler.h"
 #include "base/Mutex.h"
+#include "core/bridge/VMRRuntimeMessageHandler.h"
 
 #include <cstdint>
 #include <functional>

@@ -1,9 +1,9 @@
 #pragma once
 
+#include "base/Mutex.h"
 #include "core/bridge/VMRFuture.h"
 #include "core/bridge/VMRRpc.h"
 #include "core/bridge/VMRRuntimeMessageHandler.h"
-#include "base/Mutex.h"
 #include "ports/Dispatch.h"
 
 #include <Vemora/VMRError.h>

@@ -1,13 +1,13 @@
 #include "core/client/VMRAdDumper.h"
 
-#include "core/model/VMRConfig.h"
+#include "base/InitNotValid.h"
 #include "core/bridge/VMRBridgeErrors.h"
 #include "core/bridge/VMRRuntime.h"
-#include "core/context/VMRGDPRCMP.h"
 #include "core/context/VMRAppInfo.h"
 #include "core/context/VMRContext.h"
 #include "core/context/VMRDeviceManager.h"
-#include "base/InitNotValid.h"
+#include "core/context/VMRGDPRCMP.h"
+#include "core/model/VMRConfig.h"
 #include "ports/Platform.h"
 
 #include <Vemora/Vemora.h>

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "core/bridge/VMRRuntimeMessageHandler.h"
 #include "base/Locked.h"
+#include "core/bridge/VMRRuntimeMessageHandler.h"
 
 #include <Vemora/JsonValue.h>
 #include <Vemora/NotificationCenter.h>

@@ -1,8 +1,8 @@
 #include "core/context/VMRDeviceManager.h"
 
+#include "base/InitNotValid.h"
 #include "core/context/VMRContext.h"
 #include "core/context/VMRLocationDumper.h"
-#include "base/InitNotValid.h"
 #include "ports/Platform.h"
 
 #include <Vemora/JsonValue.h>

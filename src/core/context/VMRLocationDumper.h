@@ -1,7 +1,7 @@
 #pragma once
 
-#include "core/bridge/VMRFuture.h"
 #include "base/Mutex.h"
+#include "core/bridge/VMRFuture.h"
 #include "ports/LocationServices.h"
 
 #include <memory>

@@ -1,5 +1,5 @@
-#include "base/VMRUtilities.h"
 #include "base/InitNotValid.h"
+#include "base/VMRUtilities.h"
 
 #include <Vemora/VemoraAd.h>
 

@@ -1,5 +1,5 @@
-#include "core/model/VemoraTypes_p.h"
 #include "base/Ascii.h"
+#include "core/model/VemoraTypes_p.h"
 
 #include <Vemora/VemoraTypes.h>
 

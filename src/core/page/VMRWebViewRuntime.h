@@ -1,9 +1,9 @@
 #pragma once
 
+#include "base/Locked.h"
+#include "core/bridge/DeliveryLine.h"
 #include "core/bridge/VMRRuntime.h"
 #include "core/page/VMRWebViewMonitor.h"
-#include "core/bridge/DeliveryLine.h"
-#include "base/Locked.h"
 #include "ports/WebView.h"
 
 #include <atomic>

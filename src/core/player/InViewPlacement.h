@@ -1,8 +1,8 @@
 #pragma once
 
 #include "base/Locked.h"
-#include "ports/MainThreadRelease.h"
 #include "core/player/VemoraAdPlayerBase_p.h"
+#include "ports/MainThreadRelease.h"
 
 #include <memory>
 

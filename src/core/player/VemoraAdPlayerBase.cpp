@@ -1,13 +1,13 @@
-#include "core/model/VMRConfig.h"
-#include "core/client/VMRAdDumper.h"
-#include "core/bridge/VMRBridgeErrors.h"
-#include "core/page/VMRWebViewRuntime.h"
-#include "core/context/VMRContext.h"
-#include "core/viewability/VMRMoatTracker.h"
 #include "base/JsonDescription.h"
+#include "core/bridge/VMRBridgeErrors.h"
+#include "core/client/VMRAdDumper.h"
+#include "core/context/VMRContext.h"
+#include "core/model/VMRConfig.h"
+#include "core/page/VMRWebViewRuntime.h"
+#include "core/player/VemoraAdPlayerBase_p.h"
+#include "core/viewability/VMRMoatTracker.h"
 #include "ports/MainThreadRelease.h"
 #include "ports/Platform.h"
-#include "core/player/VemoraAdPlayerBase_p.h"
 
 #include <Vemora/Vemora.h>
 #include <Vemora/VemoraAdPlayerBase.h>

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "core/bridge/VMRRuntimeMessageHandler.h"
 #include "base/Locked.h"
+#include "core/bridge/VMRRuntimeMessageHandler.h"
 #include "ports/Application.h"
 #include "ports/Dispatch.h"
 

@@ -1,7 +1,7 @@
-#include "ports/MainThreadRelease.h"
 #include "core/player/PlacementLayout.h"
 #include "core/player/VemoraAdPlayerBase_p.h"
 #include "core/player/VemoraInterstitialViewController.h"
+#include "ports/MainThreadRelease.h"
 
 #include <Vemora/VemoraInterstitialAdPlayer.h>
 

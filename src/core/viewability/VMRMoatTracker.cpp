@@ -1,8 +1,8 @@
 #include "core/viewability/VMRMoatTracker.h"
 
+#include "base/InitNotValid.h"
 #include "core/context/VMRAppInfo.h"
 #include "core/context/VMRContext.h"
-#include "base/InitNotValid.h"
 #include "ports/Platform.h"
 
 #include <Vemora/Vemora.h>
