@@ -85,16 +85,7 @@ async function take(browser, scene, size) {
 
 const browser = await chromium.launch({
   executablePath: process.env.CHROMIUM ?? "/usr/bin/chromium",
-  args: [
-    "--headless",
-    "--no-sandbox",
-    "--disable-gpu",
-    "--disable-quic",
-    "--no-first-run",
-    "--disable-background-networking",
-    "--disable-component-update",
-    "--disable-sync",
-  ],
+  args: JSON.parse(await read("scripts/chromium.json")),
 });
 for (const scene of scenes) for (const size of sizes) await take(browser, scene, size);
 await browser.close();

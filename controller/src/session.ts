@@ -1,5 +1,5 @@
 import { describeAd } from "./ads/ad";
-import { AdSource, type AdSourceTools } from "./ads/ad_source";
+import { AdSource, type AdSourceTools } from "./load/ad_source";
 import { RpcCodes, RpcError, type RequestParams, type Result } from "./bridge/rpc";
 import type { Config } from "./config";
 import type { Heartbeat } from "./heartbeat";

@@ -11,9 +11,80 @@ export interface MediaFile {
 
 export interface CaptionFile {
   src: string;
+  /** Media type without parameters, in lower case; empty when the ad does not state it. */
+  type: string;
   lang: string;
   label: string;
 }
+
+/** What an icon or a companion shows. */
+export type Resource =
+  { kind: "static"; src: string; type: string } | { kind: "html"; html: string } | { kind: "iframe"; src: string };
+
+/** An image that the viewer is shown when the address of an icon cannot be opened. */
+export interface FallbackImage {
+  src: string;
+  /** Pixels; 0 when unknown. */
+  width: number;
+  height: number;
+  altText?: string;
+}
+
+/** An industry icon over the video, such as AdChoices. Positions and sizes are pixels of the media file's frame. */
+export interface Icon {
+  program: string;
+  /** At least one, in the order of preference. */
+  resources: Resource[];
+  width: number;
+  height: number;
+  x: "left" | "right" | number;
+  y: "top" | "bottom" | number;
+  /** Seconds from the start of the ad. */
+  offset: number;
+  /** Seconds; absent when the icon stays until the end. */
+  duration?: number;
+  /** Pixels of the image for each pixel of the icon. */
+  pixelRatio: number;
+  altText?: string;
+  hoverText?: string;
+  clickthru?: string;
+  fallbackImages: FallbackImage[];
+  clickTracking: string[];
+  viewTracking: string[];
+}
+
+export interface Companion {
+  id?: string;
+  adSlotId?: string;
+  /** At least one, in the order of preference. */
+  resources: Resource[];
+  /** Pixels. */
+  width: number;
+  height: number;
+  pixelRatio: number;
+  renderingMode: "default" | "end-card" | "concurrent";
+  altText?: string;
+  clickthru?: string;
+  clickTracking: string[];
+  creativeView: string[];
+}
+
+/** A measurement script that the ad asks for. This page runs none of them. */
+export interface Verification {
+  vendor?: string;
+  apiFramework?: string;
+  resource?: string;
+  notExecuted: string[];
+}
+
+/** Trackers of which exactly one group is fired for an impression. */
+export interface ViewableImpression {
+  viewable: string[];
+  notViewable: string[];
+  viewUndetermined: string[];
+}
+
+export type AdType = "video" | "audio" | "hybrid";
 
 export const beaconNames = [
   "impression",
@@ -63,9 +134,38 @@ export interface Ad {
   skipOffset?: Offset;
   media: MediaFile[];
   captions: CaptionFile[];
+  icons: Icon[];
+  companions: Companion[];
+  verifications: Verification[];
+  viewableImpression: ViewableImpression;
+  adType: AdType;
+  /** Seconds after the load for which the ad may be started. */
+  expires?: number;
   beacons: Beacons;
   /** Macro values that belong to this ad alone. */
   macros: Record<string, string>;
+}
+
+/** An ad with the given parts and nothing else. */
+export function adWith(parts: Pick<Ad, "id" | "index"> & Partial<Ad>): Ad {
+  return {
+    vpi: "mp4",
+    media: [],
+    captions: [],
+    icons: [],
+    companions: [],
+    verifications: [],
+    viewableImpression: { viewable: [], notViewable: [], viewUndetermined: [] },
+    adType: "video",
+    beacons: { urls: {}, progress: [] },
+    macros: {},
+    ...parts,
+  };
+}
+
+/** True when a click on the video does something: opens a page, or is counted. */
+export function isClickable(ad: Ad): boolean {
+  return ad.clickthru !== undefined || (ad.beacons.urls.clickTracking ?? []).length > 0;
 }
 
 export function secondsOf(offset: Offset, duration: number): number {

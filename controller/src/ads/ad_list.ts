@@ -1,4 +1,4 @@
-import { beaconNames, type Ad, type Beacons, type CaptionFile, type MediaFile } from "./ad";
+import { adWith, beaconNames, type Ad, type Beacons, type CaptionFile, type MediaFile } from "./ad";
 import { isObject, listAt, numberAt, objectAt, textAt, type JsonObject } from "../util/json";
 import { loadableAddress, openableText } from "../util/address";
 
@@ -26,7 +26,7 @@ function captionsFrom(ad: JsonObject): CaptionFile[] {
     const src = loadableAddress(textAt(entry, "src"));
     if (!src) return [];
     const lang = textAt(entry, "lang") ?? "";
-    return { src, lang, label: textAt(entry, "label") ?? lang };
+    return { src, type: textAt(entry, "type") ?? "", lang, label: textAt(entry, "label") ?? lang };
   });
 }
 
@@ -44,7 +44,7 @@ function beaconsFrom(ad: JsonObject): Beacons {
 
 function adFrom(source: JsonObject, position: number): Ad {
   const skipOffset = numberAt(source, "skipOffset");
-  return {
+  return adWith({
     id: textAt(source, "id") ?? `ad-${position + 1}`,
     index: numberAt(source, "index") ?? position,
     vpi: textAt(source, "vpi") ?? "mp4",
@@ -57,8 +57,7 @@ function adFrom(source: JsonObject, position: number): Ad {
     media: mediaFrom(source),
     captions: captionsFrom(source),
     beacons: beaconsFrom(source),
-    macros: {},
-  };
+  });
 }
 
 /** The ads of the server's own list, in playing order. Throws on text that is not JSON. */

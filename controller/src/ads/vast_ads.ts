@@ -1,6 +1,6 @@
-import { AdFailure, VastCode } from "../playback/vast_error";
+import { AdFailure, VastCode } from "./vast_error";
 import { loadableAddress, openableText } from "../util/address";
-import { beaconNames, type Ad, type Beacons, type CaptionFile, type MediaFile, type Offset } from "./ad";
+import { adWith, beaconNames, type Ad, type Beacons, type CaptionFile, type MediaFile, type Offset } from "./ad";
 import type { ParsedAd, ParsedCreative, ParsedMediaFile } from "./vast_resolver";
 
 function isInteractive(file: ParsedMediaFile): boolean {
@@ -47,7 +47,7 @@ function captionsOf(creative: ParsedCreative): CaptionFile[] {
   return (creative.closedCaptionFiles ?? []).flatMap(({ type, language, fileURL }) => {
     const src = loadableAddress(fileURL ?? undefined);
     if (!src || (type && type.toLowerCase() !== "text/vtt")) return [];
-    return { src, lang: language ?? "", label: language ?? "" };
+    return { src, type: type ?? "", lang: language ?? "", label: language ?? "" };
   });
 }
 
@@ -97,10 +97,9 @@ export function adFromVast(ad: ParsedAd, position: number, resolveMacros: (templ
   const media = mediaOf(creative);
   const skipOffset = atLeastZero(creative.skipDelay);
   const target = creative.videoClickThroughURLTemplate?.url;
-  return {
+  return adWith({
     id: ad.id || creative.adId || creative.id || `ad-${position + 1}`,
     index: position,
-    vpi: "mp4",
     title: ad.title || undefined,
     duration: atLeastZero(creative.duration) || undefined,
     price: priceOf(ad),
@@ -110,5 +109,5 @@ export function adFromVast(ad: ParsedAd, position: number, resolveMacros: (templ
     captions: captionsOf(creative),
     beacons: beaconsOf(ad, creative),
     macros: macrosOf(ad, creative),
-  };
+  });
 }

@@ -1,4 +1,4 @@
-import { AdFailure, VastCode } from "../playback/vast_error";
+import { AdFailure, VastCode } from "./vast_error";
 
 /** Reads one VAST document; what is none fails with the code for why. */
 export function vastDocument(text: string): Document {

@@ -1,5 +1,5 @@
 import { VASTParser } from "@dailymotion/vast-client";
-import { AdFailure, VastCode } from "../playback/vast_error";
+import { AdFailure, VastCode } from "./vast_error";
 import type { Deadline } from "../util/deadline";
 import { fetchText } from "../util/fetching";
 import { isBeforePods, vastDocument } from "./vast_document";

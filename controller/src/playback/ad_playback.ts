@@ -2,7 +2,7 @@ import type { MediaFile } from "../ads/ad";
 import { mediaFailure } from "./media_failure";
 import { Milestones, type Quartile } from "./milestones";
 import { StallWatch } from "./stall_watch";
-import { AdFailure, VastCode } from "./vast_error";
+import { AdFailure, VastCode } from "../ads/vast_error";
 
 /** What one ad's playback tells its owner. After `ended` or `failed` nothing more is told. */
 export interface PlaybackListener {

@@ -5,7 +5,7 @@ import type { Payload } from "../payload";
 import { sessionMacros } from "../tracking/macros";
 import type { PlayerView } from "./player_view";
 import { PlayingAd } from "./playing_ad";
-import type { AdFailure } from "./vast_error";
+import type { AdFailure } from "../ads/vast_error";
 
 export interface PauseData {
   /** The app left or came back to the foreground, or the audio route changed. */

@@ -1,4 +1,4 @@
-import { AdFailure, VastCode } from "./vast_error";
+import { AdFailure, VastCode } from "../ads/vast_error";
 
 const probeTimeoutMs = 1500;
 

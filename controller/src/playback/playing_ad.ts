@@ -7,7 +7,7 @@ import { AdTracker } from "../tracking/tracker";
 import { AdPlayback } from "./ad_playback";
 import type { Quartile, QuartileName } from "./milestones";
 import type { PlayerView } from "./player_view";
-import type { AdFailure } from "./vast_error";
+import type { AdFailure } from "../ads/vast_error";
 
 const quartileEvents: Record<QuartileName, AdEventName> = {
   firstQuartile: "AdVideoFirstQuartile",
@@ -116,6 +116,7 @@ export class PlayingAd {
   private onFirstFrame(): void {
     const tracker = this.upToDateTracker();
     for (const name of ["impression", "creativeView", "start"] as const) tracker.fire(name);
+    tracker.fireVerificationNotExecuted();
     for (const name of ["AdStarted", "AdImpression", "AdVideoStart"] as const) this.tell(name);
     this.showSkip();
   }

@@ -1,14 +1,19 @@
-import { secondsOf, type Ad, type BeaconName, type ProgressBeacon } from "../ads/ad";
+import { secondsOf, type Ad, type BeaconName, type ProgressBeacon, type ViewableImpression } from "../ads/ad";
 import { playheadText } from "../util/clock_text";
 import { resolveMacros, type MacroValues } from "./macros";
 
 /** A viewer or a host may do these any number of times; everything else happens once in an ad. */
 const repeatable: ReadonlySet<BeaconName> = new Set<BeaconName>(["pause", "resume", "mute", "unmute", "clickTracking"]);
 
+/** The reason code of VAST 4.1 for a kind of verification that the player does not run. */
+const verificationNotSupported = "2";
+
 /** Fires the beacons of one ad, each once where once is right. */
 export class AdTracker {
   private readonly fired = new Set<BeaconName>();
   private readonly pending: ProgressBeacon[];
+  private hasReportedViewability = false;
+  private hasReportedVerification = false;
   private playhead = 0;
   private assetUri: string | undefined;
 
@@ -34,6 +39,26 @@ export class AdTracker {
 
   fireError(code: number): void {
     this.fire("error", { ERRORCODE: String(code) });
+  }
+
+  /** Fires addresses that belong to a part of the ad, such as an icon or a companion, each time it is called. */
+  fireAll(urls: string[], extra: MacroValues = {}): void {
+    this.sendAll(urls, extra);
+  }
+
+  /** One of the three groups, once for the impression. */
+  fireViewability(group: keyof ViewableImpression): void {
+    if (this.hasReportedViewability) return;
+    this.hasReportedViewability = true;
+    this.sendAll(this.ad.viewableImpression[group], {});
+  }
+
+  /** Reports once that no measurement script of the ad is run. */
+  fireVerificationNotExecuted(): void {
+    if (this.hasReportedVerification) return;
+    this.hasReportedVerification = true;
+    const urls = this.ad.verifications.flatMap(({ notExecuted }) => notExecuted);
+    this.sendAll(urls, { REASON: verificationNotSupported });
   }
 
   /** Fires the progress beacons whose offset the playhead has reached, earliest first. */

@@ -1,4 +1,4 @@
-import { accessSync } from "node:fs";
+import { accessSync, readFileSync } from "node:fs";
 import { chromium } from "playwright-core";
 import type { TestProject } from "vitest/node";
 
@@ -10,16 +10,7 @@ declare module "vitest" {
 
 const executablePath = process.env.CHROMIUM ?? "/usr/bin/chromium";
 
-const args = [
-  "--headless",
-  "--no-sandbox",
-  "--disable-gpu",
-  "--disable-quic",
-  "--no-first-run",
-  "--disable-background-networking",
-  "--disable-component-update",
-  "--disable-sync",
-];
+const args = JSON.parse(readFileSync(new URL("../../scripts/chromium.json", import.meta.url), "utf8")) as string[];
 
 /** One browser for all files of the run; CHROMIUM names another than Debian's. */
 export default async function setup(project: TestProject): Promise<() => Promise<void>> {

@@ -1,6 +1,6 @@
 import { afterEach, beforeEach, describe, expect, it, vi } from "vitest";
 import type { Ad } from "../../src/ads/ad";
-import { AdSource } from "../../src/ads/ad_source";
+import { AdSource } from "../../src/load/ad_source";
 import { configFrom } from "../../src/config";
 import { payloadFrom } from "../../src/payload";
 import { Deadline } from "../../src/util/deadline";

@@ -1,5 +1,5 @@
 import { describe, expect, it } from "vitest";
-import type { Ad } from "../../src/ads/ad";
+import { adWith, type Ad } from "../../src/ads/ad";
 import { payloadFrom } from "../../src/payload";
 import { Milestones } from "../../src/playback/milestones";
 import { StallWatch } from "../../src/playback/stall_watch";
@@ -8,15 +8,13 @@ import { AdTracker } from "../../src/tracking/tracker";
 import { countdownText, playheadText } from "../../src/util/clock_text";
 
 function ad(beacons: Partial<Ad["beacons"]>): Ad {
-  return {
+  return adWith({
     id: "ad-1",
     index: 0,
-    vpi: "mp4",
     media: [{ src: "https://m.example/a b.mp4", type: "video/mp4", width: 0, height: 0, bitrate: 0 }],
-    captions: [],
     beacons: { urls: {}, progress: [], ...beacons },
     macros: { PODSEQUENCE: "2" },
-  };
+  });
 }
 
 function tracked(beacons: Partial<Ad["beacons"]>): { tracker: AdTracker; sent: string[] } {

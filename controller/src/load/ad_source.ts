@@ -1,15 +1,15 @@
 import type { Config } from "../config";
 import { playableMedia, type CanPlayType } from "../media/media_choice";
 import type { Payload } from "../payload";
-import { AdFailure, VastCode } from "../playback/vast_error";
+import { AdFailure, VastCode } from "../ads/vast_error";
 import { resolveMacros, sessionMacros, type MacroValues } from "../tracking/macros";
 import { loadableAddress } from "../util/address";
 import type { Deadline } from "../util/deadline";
 import { fetchText, FetchFailure } from "../util/fetching";
-import type { Ad } from "./ad";
-import { adsFromList } from "./ad_list";
-import { adFromVast } from "./vast_ads";
-import { VastResolver, type ParsedAd } from "./vast_resolver";
+import type { Ad } from "../ads/ad";
+import { adsFromList } from "../ads/ad_list";
+import { adFromVast } from "../ads/vast_ads";
+import { VastResolver, type ParsedAd } from "../ads/vast_resolver";
 
 export interface AdSourceTools {
   canPlayType: CanPlayType;
