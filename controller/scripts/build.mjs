@@ -41,8 +41,12 @@ const policy = [
   "form-action 'none'",
 ].join("; ");
 
-// The library that is bundled asks for its notice in every copy.
-const notice = (await readFile(inRoot("node_modules/@dailymotion/vast-client/LICENSE"), "utf8")).trim();
+// The bundled libraries ask for their notices in every copy.
+const libraries = ["@dailymotion/vast-client", "@dailymotion/vmap"];
+const notices = libraries.map(async (name) => {
+  return `${name}:\n${(await readFile(inRoot(`node_modules/${name}/LICENSE`), "utf8")).trim()}`;
+});
+const notice = (await Promise.all(notices)).join("\n\n");
 
 const parts = { notice, policy, style, script };
 const template = await readFile(inRoot("src/page.html"), "utf8");

@@ -14,6 +14,8 @@ export interface Faults {
 export interface Config {
   /** How many wrappers may lie between the tag and the ad. */
   wrapperLimit: number;
+  /** How many wrapped documents are fetched for one request. */
+  fetchLimit: number;
   /** For each wrapped document. */
   wrapperTimeout: number;
   /** For the whole of "get.ads"; the native side waits 5 s for the reply. */
@@ -29,8 +31,9 @@ export interface Config {
 
 const defaults = {
   wrapperLimit: 5,
-  wrapperTimeout: 4,
-  adsTimeout: 4.3,
+  fetchLimit: 50,
+  wrapperTimeout: 3,
+  adsTimeout: 4,
   stallTimeout: 8,
   maxBitrate: 0,
 } as const;
@@ -38,7 +41,7 @@ const defaults = {
 const longestAdsTimeout = 4.5;
 const fetchTimeout = 2;
 
-/** The page's defaults with the host's object laid over them. */
+/** The defaults of the page, overridden by the members of the host's object. */
 export function configFrom(host: JsonObject): Config {
   const data: JsonObject = { ...defaults, ...host };
   const positive = (key: keyof typeof defaults) => {
@@ -48,6 +51,7 @@ export function configFrom(host: JsonObject): Config {
   const faults = objectAt(data, "faults");
   return {
     wrapperLimit: Math.floor(positive("wrapperLimit")),
+    fetchLimit: Math.floor(positive("fetchLimit")),
     wrapperTimeout: positive("wrapperTimeout"),
     adsTimeout: Math.min(positive("adsTimeout"), longestAdsTimeout),
     stallTimeout: positive("stallTimeout"),
@@ -61,7 +65,7 @@ export function configFrom(host: JsonObject): Config {
   };
 }
 
-/** Reads the host's optional object; without one, or with a broken one, the defaults stand. */
+/** Reads the host's optional object; without a valid one the defaults apply. */
 export async function loadConfig(log: (text: string) => void): Promise<Config> {
   try {
     const host: unknown = JSON.parse(await fetchText("/config.json", fetchTimeout));

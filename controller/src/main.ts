@@ -35,8 +35,8 @@ const session = new Session({
   heartbeat,
   tools: {
     canPlayType: (type) => controls.video.canPlayType(type),
-    beacon: (url) => bridge.beacon(url),
     log,
   },
+  beacon: (url) => bridge.beacon(url),
 });
 bridge.serve((method, params) => session.handle(method, params));

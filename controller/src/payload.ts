@@ -6,8 +6,11 @@ export type PlacementType = "inline" | "resizeable" | "interstitial" | "none";
 export interface Payload {
   vastXml?: string;
   vastUrl?: string;
+  /** The id or the offset of the ad break that a VMAP document is asked for. */
+  adBreak?: string;
   placementType: PlacementType;
   playback: PlaybackOptions;
+  sdkVersion?: string;
   privacy: PrivacyData;
 }
 
@@ -21,6 +24,8 @@ export interface PlaybackOptions {
 export interface PrivacyData {
   advertisingId?: string;
   limitAdTracking: boolean;
+  /** The name of the operating system. */
+  system?: string;
   userAgent?: string;
   language?: string;
   bundle?: string;
@@ -39,22 +44,26 @@ export function payloadFrom(request: JsonObject): Payload {
   const params = objectAt(request, "params");
   const playback = objectAt(request, "playback");
   const device = objectAt(request, "device");
+  const app = objectAt(request, "app");
   const geo = objectAt(device, "geo");
   return {
     vastXml: textAt(params, "vast_xml"),
     vastUrl: textAt(params, "vast_url"),
+    adBreak: textAt(params, "vmap_break"),
     placementType: placementFrom(params),
     playback: {
       muted: flagAt(playback, "muted"),
       volume: Math.min(1, Math.max(0, numberAt(playback, "volume") ?? 1)),
       captions: flagAt(playback, "captions"),
     },
+    sdkVersion: textAt(objectAt(objectAt(app, "ext"), "vemorasdk"), "ver"),
     privacy: {
       advertisingId: textAt(device, "ifa"),
       limitAdTracking: flagAt(device, "lmt"),
+      system: textAt(device, "os"),
       userAgent: textAt(device, "ua"),
       language: textAt(device, "lang"),
-      bundle: textAt(objectAt(request, "app"), "bundle"),
+      bundle: textAt(app, "bundle"),
       latitude: textAt(geo, "lat"),
       longitude: textAt(geo, "lon"),
       gdprApplies: textAt(params, "regs[gdpr]"),

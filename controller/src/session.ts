@@ -11,6 +11,7 @@ import { flagAt, objectAt } from "./util/json";
 export interface SessionParts {
   config: () => Promise<Config>;
   tools: AdSourceTools;
+  beacon: (url: string) => void;
   player: GroupPlayer;
   heartbeat: Heartbeat;
 }
@@ -37,10 +38,14 @@ export class Session {
     if (player.hasBegun) throw new RpcError(RpcCodes.busy, "This page has begun to play its ads");
     const payload = payloadFrom(params);
     const config = await this.parts.config();
-    const ads = await new AdSource(payload, config, new Deadline(config.adsTimeout, received), tools).load();
-    player.prepare({ ads, payload, config });
-    if (ads.length > 0) heartbeat.start();
-    return { data: { adgroup: { ads: ads.map(describeAd) } } };
+    const deadline = new Deadline(config.adsTimeout, received);
+    const load = await new AdSource(payload, config, deadline, tools).load();
+    // As a task of its own: the reply leaves when this one ends, and the native side waits for it.
+    setTimeout(() => load.beacons.forEach((url) => this.parts.beacon(url)), 0);
+    player.prepare({ ...load, payload, config });
+    if (load.ads.length > 0) heartbeat.start();
+    if (load.failure !== undefined) throw new RpcError(RpcCodes.sourceFailed, load.failure);
+    return { data: { adgroup: { ads: load.ads.map(describeAd) } } };
   }
 
   private control(command: string, params: RequestParams): Result {

@@ -107,6 +107,9 @@ export const beaconNames = [
 
 export type BeaconName = (typeof beaconNames)[number];
 
+/** Values for the macros of a tracker by name. A list keeps the commas between its members. */
+export type MacroValues = Record<string, string | string[] | undefined>;
+
 /** A point in an ad: seconds from its start, or a share of its length. */
 export type Offset = { seconds: number } | { share: number };
 
@@ -143,7 +146,7 @@ export interface Ad {
   expires?: number;
   beacons: Beacons;
   /** Macro values that belong to this ad alone. */
-  macros: Record<string, string>;
+  macros: MacroValues;
 }
 
 /** An ad with the given parts and nothing else. */

@@ -1,20 +1,42 @@
 import { AdFailure, VastCode } from "./vast_error";
+import { xmlDocument } from "./xml_document";
 
-/** Reads one VAST document; what is none fails with the code for why. */
-export function vastDocument(text: string): Document {
-  const document = new DOMParser().parseFromString(text.trim(), "text/xml");
-  // Some engines put the error in place of the document, some inside it.
-  if (document.getElementsByTagName("parsererror").length > 0) {
-    throw new AdFailure(VastCode.xmlParsing, "The answer is not well-formed XML");
-  }
-  const root = document.documentElement.nodeName;
+/** Fails with the code for why, unless the document is one of VAST 2 or later. */
+export function requireVast(xml: Document): Document {
+  const root = xml.documentElement.localName;
   if (root === "VideoAdServingTemplate") throw new AdFailure(VastCode.version, "VAST 1 is not supported");
-  if (root !== "VAST") throw new AdFailure(VastCode.schema, "The answer is not a VAST document");
-  return document;
+  if (root !== "VAST") throw new AdFailure(VastCode.schema, "The document is not a VAST document");
+  return xml;
 }
 
-/** Before version 3 a document with several ads was a pod without saying so. */
-export function isBeforePods(document: Document): boolean {
-  const version = parseFloat(document.documentElement.getAttribute("version") ?? "");
-  return version < 3;
+export function vastDocument(text: string, url: string | null): Document {
+  return requireVast(xmlDocument(text, url));
+}
+
+/** Before version 3 a document with several ads was a pod without stating it. */
+export function isBeforePods(vast: Document): boolean {
+  return parseFloat(vast.documentElement.getAttribute("version") ?? "") < 3;
+}
+
+export function adElements(vast: Document): Element[] {
+  return Array.from(vast.documentElement.children).filter(({ localName }) => localName === "Ad");
+}
+
+/** True for an ad that belongs to a pod. */
+export function hasSequence(ad: { sequence: string | null }): boolean {
+  return parseInt(ad.sequence ?? "", 10) > 0;
+}
+
+export type AdForm = "inline" | "wrapper" | "hollow";
+
+/** A hollow ad holds neither an in-line ad nor a wrapper that leads anywhere. */
+export function formOf(ad: Element): AdForm {
+  const content = Array.from(ad.children).find(({ localName }) => localName === "InLine" || localName === "Wrapper");
+  if (content?.localName === "InLine") return "inline";
+  const target = content?.querySelector("VASTAdTagURI, VASTAdTagURL > URL");
+  return target?.textContent?.trim() ? "wrapper" : "hollow";
+}
+
+export function errorAddressesOf(ad: Element): string[] {
+  return Array.from(ad.getElementsByTagName("Error"), (error) => (error.textContent ?? "").trim()).filter(Boolean);
 }

@@ -5,6 +5,7 @@ export const VastCode = {
   version: 102,
   unexpectedAdType: 200,
   unexpectedLinearity: 201,
+  blockedCategory: 205,
   wrapperTimeout: 301,
   wrapperLimit: 302,
   noAdsAfterWrappers: 303,
@@ -13,6 +14,7 @@ export const VastCode = {
   mediaTimeout: 402,
   noSupportedMedia: 403,
   mediaDisplay: 405,
+  interactiveNotExecuted: 409,
   vpaid: 901,
   interactive: 902,
 } as const;

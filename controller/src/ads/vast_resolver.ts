@@ -1,63 +1,28 @@
 import { VASTParser } from "@dailymotion/vast-client";
-import { AdFailure, VastCode } from "./vast_error";
 import type { Deadline } from "../util/deadline";
-import { fetchText } from "../util/fetching";
-import { isBeforePods, vastDocument } from "./vast_document";
-
-/** The parts of a parsed ad that are read here; the parser leaves out and adds as the document does. */
-export interface ParsedAd {
-  id: string | null;
-  sequence: string | null;
-  title: string | null;
-  adServingId: string | null;
-  pricing: { value: string } | null;
-  errorURLTemplates: string[];
-  impressionURLTemplates: Array<{ url: string }>;
-  creatives: ParsedCreative[];
-  errorCode?: number;
-  errorMessage?: string;
-}
-
-export interface ParsedCreative {
-  type: string;
-  id: string | null;
-  adId: string | null;
-  sequence: string | null;
-  duration?: number;
-  skipDelay?: number | null;
-  mediaFiles?: ParsedMediaFile[];
-  interactiveCreativeFile?: { apiFramework: string | null } | null;
-  closedCaptionFiles?: Array<{ type: string | null; language: string | null; fileURL: string | null }>;
-  trackingEvents?: Record<string, string[]>;
-  videoClickThroughURLTemplate?: { url: string } | null;
-  videoClickTrackingURLTemplates?: Array<{ url: string }>;
-  universalAdIds?: Array<{ idRegistry: string; value: string }>;
-}
-
-export interface ParsedMediaFile {
-  fileURL: string | null;
-  mimeType: string | null;
-  codec: string | null;
-  apiFramework: string | null;
-  width: number;
-  height: number;
-  bitrate: number;
-  maxBitrate: number;
-}
+import { diagnosed, FetchFailure, type FetchedText } from "../util/fetching";
+import type { ParsedAd } from "./parsed_ad";
+import { adElements, errorAddressesOf, formOf, hasSequence, isBeforePods, vastDocument } from "./vast_document";
+import { AdFailure, VastCode } from "./vast_error";
 
 export interface ResolverOptions {
   wrapperLimit: number;
+  /** How many wrapped documents are fetched at most. */
+  fetchLimit: number;
   /** Seconds, for each wrapped document. */
   wrapperTimeout: number;
   deadline: Deadline;
-  /** Fills the macros of a wrapped address. */
-  resolveMacros: (template: string) => string;
+  fetch: (url: string, timeoutSeconds: number) => Promise<FetchedText>;
+  /** The address to load for one that stands in a document; undefined when it cannot be loaded. */
+  loadable: (template: string) => string | undefined;
   reportErrors: (urls: string[], code: number) => void;
+  log: (text: string) => void;
 }
 
 interface ParseOptions {
   isRootVAST?: boolean;
   allowMultipleAds?: boolean;
+  followAdditionalWrappers?: boolean;
 }
 
 interface WrapperRequest {
@@ -65,89 +30,135 @@ interface WrapperRequest {
   wrapperAd: object;
 }
 
+function bySequence(one: ParsedAd, other: ParsedAd): number {
+  return parseInt(one.sequence ?? "", 10) - parseInt(other.sequence ?? "", 10);
+}
+
 /**
- * Turns a VAST document into its in-line ads, following wrappers. The parser of the library is kept
- * from the network: documents come and error beacons leave through what is given here.
+ * Turns a VAST document into its in-line ads, following wrappers. The parser of the library has no access
+ * to the network: documents arrive and error beacons leave through the options.
  */
 export class VastResolver extends VASTParser {
-  /** Ads that lead to another document; what remains of one that led nowhere is known by it. */
+  /** Ads that lead to another document; one that is left of them in the result led nowhere. */
   private readonly wrappers = new WeakSet<object>();
   private readonly fetchFailures = new WeakMap<object, AdFailure>();
+  private fetches = 0;
 
   constructor(private readonly options: ResolverOptions) {
     super();
     this.fetcher = { fetchVAST: (request: WrapperRequest) => this.fetchWrapped(request) };
   }
 
-  /** The first pod, or else the first ad, that yields anything `accept` takes; what failed is reported. */
-  async resolve<T>(text: string, url: string | null, accept: (ads: ParsedAd[]) => T[]): Promise<T[]> {
-    const document = vastDocument(text);
-    const resolveAll = isBeforePods(document);
+  /**
+   * The pod of the document, or else its first ad, as far as `accept` takes the ads. Stand-alone ads of the
+   * document replace what failed, in their order. The errors of failed ads are reported.
+   */
+  async resolve<T>(vast: Document, url: string | null, accept: (ad: ParsedAd) => T | undefined): Promise<T[]> {
+    const places = (ads: ParsedAd[]) =>
+      ads.flatMap((ad) => {
+        if (!this.hasFailed(ad)) return [accept(ad)];
+        return ad.fallbackOnNoAd === false ? [] : [undefined];
+      });
+    const resolveAll = isBeforePods(vast);
     // The parser counts the document itself.
     const wrapperLimit = this.options.wrapperLimit + 1;
-    let response = await this.parseVAST(document, { url, resolveAll, wrapperLimit });
-    for (;;) {
-      const accepted = accept(this.withoutFailed(response.ads));
-      const isLast = this.remainingAds.length === 0 || this.options.deadline.hasPassed;
-      if (accepted.length > 0 || isLast) return accepted;
-      response = await this.getRemainingAds(false);
+    const first = await this.parseVAST(vast, { url, resolveAll, wrapperLimit });
+    const isPod = adElements(vast).some((ad) => hasSequence({ sequence: ad.getAttribute("sequence") }));
+    let accepted = places(first.ads);
+    const isIncomplete = () => (isPod ? accepted.includes(undefined) : accepted.every((ad) => ad === undefined));
+    while (isIncomplete() && this.remainingAds.length > 0 && !this.options.deadline.hasPassed) {
+      const substitutes = places((await this.getRemainingAds(false)).ads).filter((ad) => ad !== undefined);
+      if (!isPod) accepted = substitutes;
+      else if (substitutes.length > 0) accepted.splice(accepted.indexOf(undefined), 1, ...substitutes);
     }
+    return accepted.filter((ad): ad is Awaited<T> => ad !== undefined);
   }
 
-  override parseVastXml(document: Document, options: ParseOptions): object[] {
+  override parseVastXml(vast: Document, options: ParseOptions): object[] {
     const errorsBefore = this.errorURLTemplates.length;
-    const report = (code: number) => {
+    const reportForDocument = (code: number) => {
       const ofWrapped = this.errorURLTemplates.splice(errorsBefore);
       this.options.reportErrors(options.isRootVAST ? this.rootErrorURLTemplates : ofWrapped, code);
     };
-    try {
-      const ads: object[] = super.parseVastXml(document, options);
-      if (ads.length === 0) report(VastCode.noAdsAfterWrappers);
-      const isPodAllowed = options.isRootVAST || options.allowMultipleAds !== false;
-      return isPodAllowed ? ads : ads.slice(0, 1);
-    } catch (error) {
-      // The parser trips over an ad that holds neither of the two forms, or a wrapper that may not be followed.
-      if (!(error instanceof TypeError)) throw error;
-      report(VastCode.schema);
-      throw new AdFailure(VastCode.schema, "An ad of the answer holds nothing usable");
-    }
+    const silent = this.removeUnusable(vast, options);
+    // Which ads of a pod are allowed is decided below: the parser would refuse a single ad with a sequence.
+    const ads: ParsedAd[] = super.parseVastXml(vast, { ...options, allowMultipleAds: undefined });
+    if (ads.length === 0) reportForDocument(silent > 0 ? VastCode.schema : VastCode.noAdsAfterWrappers);
+    return options.isRootVAST ? ads : this.allowedOf(ads, options.allowMultipleAds !== false);
   }
 
   override trackVastError(urls: string[], error: { ERRORCODE: number }): void {
     this.options.reportErrors(urls, error.ERRORCODE);
   }
 
-  /** Failed ads are told apart, reported and dropped by `withoutFailed`. */
+  /** `hasFailed` finds failed ads and reports them. */
   override completeWrapperResolving(): void {}
+
+  /** The ads of a wrapped document that its wrapper may take. */
+  private allowedOf(ads: ParsedAd[], multiple: boolean): ParsedAd[] {
+    const pod = ads.filter(hasSequence).sort(bySequence);
+    if (multiple) return pod.length > 0 ? pod : ads;
+    const single = ads.find((ad) => !hasSequence(ad)) ?? pod[0];
+    return single ? [single] : [];
+  }
+
+  /**
+   * Removes the ads at which the parser would give up the whole document. Returns how many of them have no
+   * error address of their own.
+   */
+  private removeUnusable(vast: Document, { followAdditionalWrappers }: ParseOptions): number {
+    let silent = 0;
+    for (const ad of adElements(vast)) {
+      const form = formOf(ad);
+      if (form === "hollow") {
+        const urls = errorAddressesOf(ad);
+        if (urls.length === 0) silent += 1;
+        this.options.log(`Ad ${ad.getAttribute("id") ?? ""}: it holds nothing usable`);
+        this.options.reportErrors(urls, VastCode.schema);
+      }
+      if (form === "hollow" || (form === "wrapper" && followAdditionalWrappers === false)) ad.remove();
+    }
+    return silent;
+  }
 
   private async fetchWrapped({ url, wrapperAd }: WrapperRequest): Promise<Document> {
     this.wrappers.add(wrapperAd);
-    const { deadline, wrapperTimeout, resolveMacros } = this.options;
     try {
-      const timeout = Math.min(wrapperTimeout, deadline.remainingSeconds);
-      return vastDocument(await fetchText(resolveMacros(url), timeout));
+      const { text, url: address } = await this.fetchCounted(url);
+      return vastDocument(text, address);
     } catch (error) {
-      const failure =
-        error instanceof AdFailure
-          ? error
-          : new AdFailure(VastCode.wrapperTimeout, `${url}: ${(error as Error).message}`);
+      const failure = error instanceof AdFailure ? error : new AdFailure(VastCode.wrapperTimeout, String(error));
       this.fetchFailures.set(wrapperAd, failure);
+      if (error instanceof FetchFailure) void this.logFetchFailure(url, error);
+      else this.options.log(`Wrapper ${url}: ${failure.text}`);
       throw failure;
     }
   }
 
-  private withoutFailed(ads: ParsedAd[]): ParsedAd[] {
-    return ads.filter((ad) => {
-      const code = this.failureOf(ad);
-      if (code !== undefined) this.options.reportErrors(ad.errorURLTemplates, code);
-      return code === undefined;
-    });
+  private async fetchCounted(url: string): Promise<FetchedText> {
+    const { deadline, fetch, fetchLimit, loadable, wrapperTimeout } = this.options;
+    this.fetches += 1;
+    if (this.fetches > fetchLimit) throw new AdFailure(VastCode.wrapperLimit, "Too many wrapped documents");
+    const address = loadable(url);
+    if (!address) throw new AdFailure(VastCode.wrapperTimeout, "Not an address that can be loaded");
+    return fetch(address, Math.min(wrapperTimeout, deadline.remainingSeconds));
+  }
+
+  private async logFetchFailure(url: string, failure: FetchFailure): Promise<void> {
+    const { message } = await diagnosed(url, failure);
+    this.options.log(`Wrapper ${url}: VAST error ${VastCode.wrapperTimeout}: ${message}`);
+  }
+
+  private hasFailed(ad: ParsedAd): boolean {
+    const code = this.failureOf(ad);
+    if (code !== undefined) this.options.reportErrors(ad.errorURLTemplates, code);
+    return code !== undefined;
   }
 
   private failureOf(ad: ParsedAd): number | undefined {
     const fetchFailure = this.fetchFailures.get(ad);
     if (fetchFailure) return fetchFailure.code;
-    // Fetched, but not to be parsed.
+    // Fetched, but the parser could not read it.
     if (ad.errorCode === VastCode.wrapperTimeout) return VastCode.schema;
     if (ad.errorCode !== undefined) return ad.errorCode;
     return this.wrappers.has(ad) ? VastCode.noAdsAfterWrappers : undefined;

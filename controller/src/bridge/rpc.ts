@@ -19,6 +19,7 @@ export const RpcCodes = {
   internal: -32603,
   noAds: -32001,
   busy: -32002,
+  sourceFailed: -32003,
 } as const;
 
 export type RequestHandler = (method: string, params: RequestParams) => Promise<Result>;

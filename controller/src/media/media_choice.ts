@@ -1,4 +1,5 @@
 import type { MediaFile } from "../ads/ad";
+import { codecQuestion, containerOf } from "./media_type";
 
 export interface ViewSize {
   /** Device pixels. */
@@ -8,30 +9,30 @@ export interface ViewSize {
 
 export type CanPlayType = (type: string) => string;
 
-const typesByAnotherName: Record<string, string> = {
-  "video/x-mp4": "video/mp4",
-  "video/m4v": "video/mp4",
-  "video/x-m4v": "video/mp4",
-  "application/x-mpegurl": "application/vnd.apple.mpegurl",
-};
-
 /** Where a view has no size yet, the middle of what is common. */
 const assumedView: ViewSize = { width: 640, height: 360 };
 
 /** Bits per second that a pixel is worth: about 700 kbit/s at 640x360 and 6 Mbit/s at 1920x1080. */
 const bitsPerPixel = 3;
 
-function typeWithCodec(file: MediaFile): string {
-  const plain = file.type.toLowerCase();
-  const type = typesByAnotherName[plain] ?? plain;
-  return file.codec ? `${type}; codecs="${file.codec}"` : type;
+/** How little speaks for a file, least first. */
+type Doubt = 0 | 1 | 2;
+
+/** Undefined for a file that the engine does not play. A file of which nothing is known is worth an attempt. */
+function doubtAbout(file: MediaFile, canPlayType: CanPlayType): Doubt | undefined {
+  const container = containerOf(file);
+  if (!container) return 1;
+  if (canPlayType(container) === "") return undefined;
+  const question = codecQuestion(file);
+  if (!question || canPlayType(`${container}; codecs="${question.codecs}"`) !== "") return 0;
+  return question.isBinding ? undefined : 2;
 }
 
-export function playableMedia(media: MediaFile[], canPlayType: CanPlayType): MediaFile[] {
-  return media.filter((file) => canPlayType(typeWithCodec(file)) !== "");
+export function isPlayable(file: MediaFile, canPlayType: CanPlayType): boolean {
+  return doubtAbout(file, canPlayType) !== undefined;
 }
 
-/** Too small costs sharpness that is seen, too large only bytes: so it weighs twice. */
+/** Too small costs visible sharpness and weighs twice; too large costs only bytes. */
 function sizePenalty(file: MediaFile, view: ViewSize): number {
   if (!file.width || !file.height) return 0.5;
   const scale = Math.max(file.width / view.width, file.height / view.height);
@@ -43,8 +44,9 @@ function bitratePenalty(file: MediaFile, wanted: number): number {
 }
 
 /**
- * The files that can be played, best first: none above the ceiling while there are others, then the
- * size that fits the view best, then the bitrate that suits that size, then the order of the ad.
+ * The files that can be played, best first: none above the ceiling while there are others, then those that
+ * are the most certain to play, then the size that fits the view best, then the bitrate that suits that
+ * size, then the order of the ad.
  */
 export function rankMedia(
   media: MediaFile[],
@@ -55,10 +57,11 @@ export function rankMedia(
   const view = viewSize.width > 0 && viewSize.height > 0 ? viewSize : assumedView;
   const wanted = (view.width * view.height * bitsPerPixel) / 1000;
   const overCeiling = (file: MediaFile) => (maxBitrate > 0 && file.bitrate > maxBitrate ? file.bitrate : 0);
-  const rated = playableMedia(media, canPlayType).map((file) => ({
-    file,
-    ratings: [overCeiling(file), sizePenalty(file, view), bitratePenalty(file, wanted)],
-  }));
+  const rated = media.flatMap((file) => {
+    const doubt = doubtAbout(file, canPlayType);
+    if (doubt === undefined) return [];
+    return [{ file, ratings: [overCeiling(file), doubt, sizePenalty(file, view), bitratePenalty(file, wanted)] }];
+  });
   rated.sort((one, other) => {
     const differences = one.ratings.map((rating, index) => rating - (other.ratings[index] ?? 0));
     return differences.find((difference) => Math.abs(difference) > 1e-6) ?? 0;

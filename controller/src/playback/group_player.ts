@@ -1,11 +1,12 @@
-import type { Ad } from "../ads/ad";
+import type { Ad, MacroValues } from "../ads/ad";
+import type { AdFailure } from "../ads/vast_error";
+import type { AdBreak } from "../ads/vmap_breaks";
 import type { NativeSide } from "../bridge/events";
 import type { Config } from "../config";
 import type { Payload } from "../payload";
-import { sessionMacros } from "../tracking/macros";
+import { resolveMacros, type PlayerState } from "../tracking/macros";
 import type { PlayerView } from "./player_view";
 import { PlayingAd } from "./playing_ad";
-import type { AdFailure } from "../ads/vast_error";
 
 export interface PauseData {
   /** The app left or came back to the foreground, or the audio route changed. */
@@ -19,6 +20,9 @@ export type GroupState = "empty" | "ready" | "playing" | "ending" | "ended";
 /** What one load has brought. */
 export interface AdGroup {
   ads: Ad[];
+  /** Macro values that hold for all ads. */
+  macros: MacroValues;
+  adBreak?: AdBreak;
   payload: Payload;
   config: Config;
 }
@@ -65,6 +69,7 @@ export class GroupPlayer {
     const first = group?.ads[0];
     if (this.lifecycle !== "ready" || !group || !first) return;
     this.lifecycle = "playing";
+    this.fireForBreak("breakStart");
     if (group.config.faults.adError !== undefined) {
       this.endWith(first.id, "AdError", group.config.faults.adError);
       return;
@@ -139,14 +144,15 @@ export class GroupPlayer {
   private playAt(position: number): void {
     const ad = this.group?.ads[position];
     if (!this.group || !ad) return;
-    const { ads, payload, config } = this.group;
+    const { ads, macros, payload, config } = this.group;
     this.position = position;
     this.current = new PlayingAd({
       ad,
       native: this.native,
       view: this.view,
       config,
-      sessionMacros: sessionMacros(payload.privacy),
+      sessionMacros: macros,
+      playerState: () => this.playerState(payload),
       onComplete: () => this.leaveAndContinue(),
       onFailed: (failure) => this.onFailed(failure),
     });
@@ -159,6 +165,17 @@ export class GroupPlayer {
     });
     this.current.start();
     this.holdInBackground();
+  }
+
+  private playerState({ placementType }: Payload): PlayerState {
+    const { innerWidth, innerHeight } = window;
+    const { muted } = this.view.video;
+    return { width: innerWidth, height: innerHeight, muted, fullscreen: placementType === "interstitial" };
+  }
+
+  private fireForBreak(event: "breakStart" | "breakEnd"): void {
+    const { adBreak, macros } = this.group ?? {};
+    for (const url of adBreak?.tracking[event] ?? []) this.native.beacon(resolveMacros(url, macros ?? {}));
   }
 
   /** An ad that follows while the app is in the background waits for the app to come back. */
@@ -197,6 +214,7 @@ export class GroupPlayer {
 
   private endWith(id: string, name: "AdGroupEnd" | "AdError", data?: string): void {
     this.lifecycle = "ending";
+    this.fireForBreak("breakEnd");
     setTimeout(() => {
       this.lifecycle = "ended";
       this.native.event(id, name, data);

@@ -2,7 +2,7 @@ import { secondsOf, type Ad } from "../ads/ad";
 import type { AdEventName, NativeSide } from "../bridge/events";
 import type { Config } from "../config";
 import { rankMedia } from "../media/media_choice";
-import type { MacroValues } from "../tracking/macros";
+import type { MacroValues, PlayerState } from "../tracking/macros";
 import { AdTracker } from "../tracking/tracker";
 import { AdPlayback } from "./ad_playback";
 import type { Quartile, QuartileName } from "./milestones";
@@ -21,6 +21,7 @@ export interface PlayingAdParts {
   view: PlayerView;
   config: Config;
   sessionMacros: MacroValues;
+  playerState: () => PlayerState;
   /** The ad has played to its end. */
   onComplete: () => void;
   onFailed: (failure: AdFailure) => void;
@@ -36,7 +37,7 @@ export class PlayingAd {
     const { ad, native, view, config, sessionMacros } = parts;
     const canPlayType = (type: string) => view.video.canPlayType(type);
     const files = rankMedia(ad.media, canPlayType, view.size(), config.maxBitrate);
-    this.tracker = new AdTracker(ad, sessionMacros, (url) => native.beacon(url));
+    this.tracker = new AdTracker(ad, sessionMacros, (url) => native.beacon(url), parts.playerState);
     this.playback = new AdPlayback(view.video, files, ad.duration, config.stallTimeout, {
       loaded: () => this.onLoaded(),
       firstFrame: () => this.onFirstFrame(),

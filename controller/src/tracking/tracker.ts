@@ -1,14 +1,14 @@
 import { secondsOf, type Ad, type BeaconName, type ProgressBeacon, type ViewableImpression } from "../ads/ad";
 import { playheadText } from "../util/clock_text";
-import { resolveMacros, type MacroValues } from "./macros";
+import { playerMacros, resolveMacros, type MacroValues, type PlayerState } from "./macros";
 
-/** A viewer or a host may do these any number of times; everything else happens once in an ad. */
+/** These can happen any number of times in an ad; everything else happens once. */
 const repeatable: ReadonlySet<BeaconName> = new Set<BeaconName>(["pause", "resume", "mute", "unmute", "clickTracking"]);
 
 /** The reason code of VAST 4.1 for a kind of verification that the player does not run. */
 const verificationNotSupported = "2";
 
-/** Fires the beacons of one ad, each once where once is right. */
+/** Fires the beacons of one ad, at most once unless the event can repeat. */
 export class AdTracker {
   private readonly fired = new Set<BeaconName>();
   private readonly pending: ProgressBeacon[];
@@ -21,11 +21,12 @@ export class AdTracker {
     private readonly ad: Ad,
     private readonly session: MacroValues,
     private readonly send: (url: string) => void,
+    private readonly player: () => PlayerState,
   ) {
     this.pending = [...ad.beacons.progress];
   }
 
-  /** Where the ad is, for the macros that tell it. */
+  /** The position in the ad and the file that plays, for the macros about them. */
   setPosition(playhead: number, assetUri: string | undefined): void {
     this.playhead = playhead;
     this.assetUri = assetUri;
@@ -72,11 +73,12 @@ export class AdTracker {
     );
   }
 
-  /** The same address named by several wrappers for one moment is one beacon. */
+  /** An address that several wrappers name for one moment is fired once. */
   private sendAll(templates: string[], extra: MacroValues): void {
     const position = playheadText(this.playhead);
     const values: MacroValues = {
       ...this.session,
+      ...playerMacros(this.player()),
       ...this.ad.macros,
       ASSETURI: this.assetUri ?? this.ad.media[0]?.src,
       CONTENTPLAYHEAD: position,

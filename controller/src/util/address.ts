@@ -12,19 +12,32 @@ export function webAddress(address: string | undefined): string | undefined {
   return url && (url.protocol === "https:" || url.protocol === "http:") ? url.href : undefined;
 }
 
-/** The text as it stands, when it is the address of a page that can be opened. */
+/** The text unchanged, when it is the address of a page that can be opened. */
 export function openableText(address: string | undefined): string | undefined {
   return webAddress(address) ? address : undefined;
 }
 
 /**
- * Addresses the page itself may load. A page served over https loads nothing over http; a page
- * that a developer serves over plain http may.
+ * Addresses that the page itself may load. A page that came over https loads nothing over http, but many
+ * servers that are written down with http answer over https as well: there it is tried.
  */
 export function loadableAddress(address: string | undefined): string | undefined {
   const url = address ? parse(address.trim()) : undefined;
-  if (!url) return undefined;
-  const secure = url.protocol === "https:";
-  const asInsecureAsThePage = url.protocol === "http:" && location.protocol === "http:";
-  return secure || asInsecureAsThePage ? url.href : undefined;
+  if (url?.protocol === "http:" && location.protocol === "https:") url.protocol = "https:";
+  const isLoadable = url?.protocol === "https:" || (url?.protocol === "http:" && location.protocol === "http:");
+  return isLoadable ? url.href : undefined;
+}
+
+const hasScheme = /^[a-z][a-z0-9+.-]*:/i;
+const beginsWithMacro = /^(\[|%%|%5b)/i;
+const looksRelative = /^[^\s]*[/.?][^\s]*$/;
+
+/** A relative address made absolute against the document that holds it; any other text unchanged. */
+export function resolvedAgainst(base: string, text: string): string {
+  if (hasScheme.test(text) || beginsWithMacro.test(text) || !looksRelative.test(text)) return text;
+  try {
+    return new URL(text, base).href;
+  } catch {
+    return text;
+  }
 }

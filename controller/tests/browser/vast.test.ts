@@ -48,6 +48,8 @@ it.concurrent.each(names)("%s", async (name) => {
     expect(ads.map(({ id }) => id)).toEqual(expected.ads);
     if (expected.events.length > 0) await playToEnd(driver, expected);
     expect(driver.events()).toEqual(expected.events);
+    // Beacons about a load follow the reply to it.
+    await driver.waitFor(() => driver.beacons().length >= expected.beacons.length);
     expect(driver.beacons()).toEqual(expected.beacons);
     if (expected.error) {
       const { params } = await driver.waitForEvent("AdError");

@@ -1,6 +1,6 @@
 import { afterEach, beforeEach, describe, expect, it, vi } from "vitest";
 import type { Ad } from "../../src/ads/ad";
-import { AdSource } from "../../src/load/ad_source";
+import { AdSource, type AdLoad } from "../../src/load/ad_source";
 import { configFrom } from "../../src/config";
 import { payloadFrom } from "../../src/payload";
 import { Deadline } from "../../src/util/deadline";
@@ -9,11 +9,13 @@ const origin = "https://ads.test";
 let documents: Record<string, string>;
 let fetched: string[];
 let beacons: string[];
+let logs: string[];
 
 beforeEach(() => {
   documents = {};
   fetched = [];
   beacons = [];
+  logs = [];
   vi.stubGlobal("fetch", async (address: string, { signal }: { signal: AbortSignal }) => {
     fetched.push(address);
     const body = documents[address.replace(origin, "").replace(/\?.*/, "")];
@@ -25,14 +27,19 @@ beforeEach(() => {
 
 afterEach(() => vi.unstubAllGlobals());
 
-async function load(params: object, config: object = {}): Promise<Ad[]> {
+async function loadAll(params: object, config: object = {}): Promise<AdLoad> {
   const settings = configFrom({ ...config });
   const source = new AdSource(payloadFrom({ params }), settings, new Deadline(settings.adsTimeout), {
     canPlayType: (type) => (type.startsWith("video/mp4") ? "maybe" : ""),
-    beacon: (url) => beacons.push(url.replace(`${origin}/`, "")),
-    log: () => undefined,
+    log: (text) => logs.push(text),
   });
-  return source.load();
+  const result = await source.load();
+  beacons = result.beacons.map((url) => url.replace(`${origin}/`, ""));
+  return result;
+}
+
+async function load(params: object, config: object = {}): Promise<Ad[]> {
+  return (await loadAll(params, config)).ads;
 }
 
 const vast = (content: string, version = "4.0") => `<VAST version="${version}">${content}</VAST>`;
@@ -73,9 +80,42 @@ describe("the choice of the source", () => {
     expect(fetched[0]).toMatch(/tag\?cb=\d{8}&gdpr=1$/);
   });
 
-  it("refuses a tag that would not be fetched securely", async () => {
-    expect(await load({ vast_url: "http://insecure.example/tag" })).toEqual([]);
-    expect(fetched).toEqual([]);
+  it("tries http addresses over https, for the page loads nothing over http", async () => {
+    documents = { "/tag": vast(inline("a", { src: "http://media.example/a.mp4" })) };
+    const [ad] = await load({ vast_url: "http://ads.test/tag" });
+    expect(fetched).toEqual([`${origin}/tag`]);
+    expect(ad?.media[0]?.src).toBe("https://media.example/a.mp4");
+  });
+
+  it("tells a tag that cannot be read from one without an ad", async () => {
+    const failureOf = async (tag: string) => (await loadAll({ vast_url: tag })).failure;
+    documents = { "/none": vast(""), "/nothing": "" };
+    expect(await failureOf(`${origin}/none`)).toBeUndefined();
+    expect(await failureOf(`${origin}/nothing`)).toBeUndefined();
+    expect(await failureOf(`${origin}/lost`)).toBe(
+      "The ad tag could not be read: https://ads.test/lost: HTTP status 404",
+    );
+    expect(await failureOf("javascript:alert(1)")).toMatch(/is not a web address/);
+    documents = { "/large": vast(" ".repeat(1024 * 1024)) };
+    expect(await failureOf(`${origin}/large`)).toMatch(/larger than 1024 KiB$/);
+  });
+
+  it.each([
+    [
+      "does not allow this page",
+      true,
+      /\/tag: The server does not allow .*set "Access-Control-Allow-Origin: https:\/\/ads\.test"/,
+    ],
+    ["cannot be reached", false, /\/tag: The server cannot be reached$/],
+  ])("logs what to do about a server that %s", async (_, answersProbe, expected) => {
+    vi.stubGlobal("fetch", async (_address: string, { mode }: RequestInit) => {
+      if (mode === "no-cors" && answersProbe) return new Response("");
+      throw new TypeError("Failed to fetch");
+    });
+    const { ads, failure } = await loadAll({ vast_url: "https://other.example/tag" });
+    expect(ads).toEqual([]);
+    expect(failure).toMatch(expected);
+    expect(logs).toEqual([`No ads: ${failure}`]);
   });
 
   it("takes a broken or absent list for an empty one", async () => {
@@ -121,7 +161,7 @@ describe("a VAST document", () => {
     const vpaid = `<Ad id="v" sequence="2">${inline("v")
       .replace(/^<Ad[^>]*>/, "")
       .replace("<MediaFile ", '<MediaFile apiFramework="VPAID" ')}`;
-    const insecure = inline("h", { src: "http://media.example/a.mp4", sequence: 3 });
+    const insecure = inline("h", { src: "rtmp://media.example/a.mp4", sequence: 3 });
     const lost = wrapper("w", "/none", "", 'sequence="4"');
     expect(ids(await load({ vast_xml: vast(inline("a", { sequence: 1 }) + vpaid + insecure + lost) }))).toEqual(["a"]);
     expect(beacons.sort()).toEqual(["error-h-403", "error-v-901", "error-w-301"]);
@@ -186,7 +226,7 @@ describe("wrappers", () => {
     const text = vast(wrapper("w", "/1", 'followAdditionalWrappers="false"'));
     chain(2);
     expect(await load({ vast_xml: text })).toEqual([]);
-    expect(beacons).toEqual(["error-w-101"]);
+    expect(beacons).toEqual(["error-w-303"]);
     expect(fetched).toEqual([`${origin}/1`]);
   });
 

@@ -2,7 +2,7 @@ import { describe, expect, it } from "vitest";
 import { adsFromList } from "../../src/ads/ad_list";
 import type { MediaFile } from "../../src/ads/ad";
 import { configFrom } from "../../src/config";
-import { playableMedia, rankMedia } from "../../src/media/media_choice";
+import { isPlayable, rankMedia } from "../../src/media/media_choice";
 import { payloadFrom } from "../../src/payload";
 
 function file(src: string, more: Partial<MediaFile> = {}): MediaFile {
@@ -42,31 +42,49 @@ describe("the media choice", () => {
     expect(order(0, 0)[0]).toBe("middle");
   });
 
-  it("asks for types under their common names and with their codecs", () => {
-    const asked: string[] = [];
-    const media = [
-      file("a", { type: "video/x-m4v" }),
-      file("b", { type: "VIDEO/WEBM", codec: "vp9" }),
-      file("c", { type: "application/x-mpegURL" }),
-    ];
-    const found = playableMedia(media, (type) => {
-      asked.push(type);
-      return type.startsWith("video/webm") ? "" : "maybe";
-    });
-    expect(asked).toEqual(["video/mp4", 'video/webm; codecs="vp9"', "application/vnd.apple.mpegurl"]);
-    expect(found.map(({ src }) => src)).toEqual(["a", "c"]);
+  /** An engine that plays MP4 with H.264 and AAC, and HLS. */
+  const engine = (type: string) => {
+    const [, container = "", codecs = ""] = /^([^;]+)(?:; codecs="(.+)")?$/.exec(type) ?? [];
+    if (container === "application/vnd.apple.mpegurl") return "maybe";
+    return container === "video/mp4" && /^(|(avc1|mp4a)\S+)$/.test(codecs) ? "maybe" : "";
+  };
+
+  it.each<[string, Partial<MediaFile>, boolean]>([
+    ["another name for MP4", { type: "video/x-mp4" }, true],
+    ["M4V", { type: "video/x-m4v" }, true],
+    ["a type in capitals with parameters", { type: 'VIDEO/MP4; codecs="avc1.42E01E"' }, true],
+    ["HLS by its old name", { type: "application/x-mpegURL" }, true],
+    ["a type without a slash", { type: "mp4" }, true],
+    ["a type that tells nothing", { type: "application/octet-stream", src: "https://m/a.mp4?x=1" }, true],
+    ["no type and the address of another container", { type: "", src: "https://m/a.webm" }, false],
+    ["nothing to go by", { type: "", src: "https://m/a" }, true],
+    ["WebM", { type: "video/webm" }, false],
+    ["Flash", { type: "video/x-flv" }, false],
+    ["DASH", { type: "application/dash+xml" }, false],
+    ["a registered codec that plays", { codec: "avc1.42E01E" }, true],
+    ["a registered codec that does not", { codec: "hvc1.1.6.L93.B0" }, false],
+    ["registered codecs in the type that do not", { type: 'video/mp4; codecs="av01.0.04M.08"' }, false],
+    ["an everyday name", { codec: "H.264" }, true],
+    ["an everyday name of a codec that does not play", { codec: "VP8" }, true],
+    ["a number", { codec: "0" }, true],
+  ])("judges %s", (_, parts, expected) => expect(isPlayable(file("https://m/a.mp4", parts), engine)).toBe(expected));
+
+  it("puts files that are the least certain to play last", () => {
+    const media = [file("b", { codec: "HEVC" }), file("c", { type: "" }), file("a", { codec: "H.264" })];
+    const ranked = rankMedia(media, engine, { width: 640, height: 360 }, 0);
+    expect(ranked.map(({ src }) => src)).toEqual(["a", "c", "b"]);
   });
 });
 
 describe("the configuration", () => {
   it("lays the host's object over the defaults and hands all of it to the native side", () => {
     const config = configFrom({ wrapperLimit: 2, features: { moat: 1 }, faults: { noAds: true, stopPingAfter: 3 } });
-    expect(config).toMatchObject({ wrapperLimit: 2, wrapperTimeout: 4, stallTimeout: 8 });
+    expect(config).toMatchObject({ wrapperLimit: 2, wrapperTimeout: 3, stallTimeout: 8 });
     expect(config.faults).toEqual({ noAds: true, stopPingAfter: 3, adError: undefined });
-    expect(config.data).toMatchObject({ wrapperLimit: 2, adsTimeout: 4.3, features: { moat: 1 } });
+    expect(config.data).toMatchObject({ wrapperLimit: 2, adsTimeout: 4, features: { moat: 1 } });
   });
 
-  it("never lets the ads take longer than the native side waits, nor takes values that are none", () => {
+  it("limits the time for the ads to what the native side waits, and ignores invalid values", () => {
     expect(configFrom({ adsTimeout: 60 }).adsTimeout).toBe(4.5);
     expect(configFrom({ wrapperLimit: "9", stallTimeout: -1, faults: [] })).toMatchObject({
       wrapperLimit: 5,
@@ -92,11 +110,10 @@ describe("the ad request", () => {
 describe("the server's ad list", () => {
   it("is sorted, and entries that are none are passed over", () => {
     const list = {
-      ads: [{ id: "b", index: 1 }, null, "x", { index: 0, media: [{ src: "http://x.example/a.mp4" }, 5] }],
+      ads: [{ id: "b", index: 1 }, null, "x", { index: 0, media: [{ src: "rtmp://x.example/a.mp4" }, 5] }],
     };
     const ads = adsFromList(JSON.stringify(list));
     expect(ads.map(({ id }) => id)).toEqual(["ad-2", "b"]);
-    // A page that came over https cannot load it.
     expect(ads[0]?.media).toEqual([]);
   });
 

@@ -31,6 +31,7 @@ function listed(id: string, more: object = {}): object {
 function startWith(ads: object[], request: object = {}, config: object = {}): void {
   player.prepare({
     ads: adsFromList(JSON.stringify({ ads: ads.map((ad, index) => ({ index, ...ad })) })),
+    macros: {},
     payload: payloadFrom({ ...request }),
     config: configFrom({ ...config }),
   });

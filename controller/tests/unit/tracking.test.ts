@@ -19,26 +19,35 @@ function ad(beacons: Partial<Ad["beacons"]>): Ad {
 
 function tracked(beacons: Partial<Ad["beacons"]>): { tracker: AdTracker; sent: string[] } {
   const sent: string[] = [];
-  return { tracker: new AdTracker(ad(beacons), { APPBUNDLE: "org.example" }, (url) => sent.push(url)), sent };
+  const player = () => ({ width: 640, height: 359.6, muted: true, fullscreen: false });
+  return { tracker: new AdTracker(ad(beacons), { APPBUNDLE: "org.example" }, (url) => sent.push(url), player), sent };
 }
 
 describe("macros", () => {
+  const plays = (type: string) => (type === "video/mp4" || type === "video/webm" ? "maybe" : "");
   const payload = (limited: boolean) =>
     payloadFrom({
       params: { "regs[gdpr]": "1", "user[consent]": "BO&x" },
-      device: { ifa: "AB-CD", ua: "Agent (1)", lmt: limited, geo: { lat: "1.5", lon: "-2" } },
+      device: { ifa: "AB-CD", os: "iOS", ua: "Agent (1)", lmt: limited, geo: { lat: "1.5", lon: "-2" } },
       app: { bundle: "org.example" },
     });
-  const fill = (template: string, limited = false) => resolveMacros(template, sessionMacros(payload(limited).privacy));
+  const fill = (template: string, limited = false) => resolveMacros(template, sessionMacros(payload(limited), plays));
 
   it("are filled with the values of the request, encoded", () => {
     expect(fill("[IFA]|[DEVICEUA]|[APPBUNDLE]|[LATLONG]|[GDPR]|[GDPRCONSENT]|[LIMITADTRACKING]")).toBe(
-      "AB-CD|Agent%20%281%29|org.example|1.5%2C-2|1|BO%26x|0",
+      "AB-CD|Agent%20%281%29|org.example|1.5,-2|1|BO%26x|0",
     );
   });
 
-  it("withhold the advertising id from who limits tracking", () => {
-    expect(fill("[IFA]/[LIMITADTRACKING]", true)).toBe("-1/1");
+  it("withhold the advertising id of a user who limits tracking", () => {
+    expect(fill("[IFA]/[IFATYPE]/[LIMITADTRACKING]", true)).toBe("-2/-2/1");
+    expect(fill("[IFATYPE]")).toBe("idfa");
+  });
+
+  it("keep the commas of lists, and are filled in either notation and in encoded brackets", () => {
+    expect(fill("[MEDIAMIME]|%%mediamime%%|%5BREGULATIONS%5D|[BREAKPOSITION]")).toBe(
+      "video%2Fmp4,video%2Fwebm|video%2Fmp4,video%2Fwebm|gdpr|-1",
+    );
   });
 
   it("say so where there is no value, and leave alone what is no macro", () => {
