@@ -33,6 +33,14 @@ class KeyValueObserver {
   virtual void observeValueForKeyPath(std::string_view keyPath) = 0;
 };
 
+/// Notified when a view has been given a frame, or when its place in its window has changed, for instance
+/// because a superview was scrolled.
+class LayoutObserver {
+ public:
+  virtual ~LayoutObserver() = default;
+  virtual void viewDidLayout() = 0;
+};
+
 /// A rectangle on the screen that holds other views.
 ///
 /// Lifetime: superviews hold subviews strongly; `superview` and `window` point back weakly. Observers and the
@@ -71,6 +79,9 @@ class View {
   virtual void addObserver(std::weak_ptr<KeyValueObserver> observer, std::string_view keyPath,
                            bool initial) = 0;
   virtual void removeObserver(const KeyValueObserver* observer, std::string_view keyPath) = 0;
+  /// One observer for each view; a null pointer removes it. It is called on the main thread after the layout
+  /// that changed frame or place, once for each change.
+  virtual void setLayoutObserver(std::weak_ptr<LayoutObserver> observer) = 0;
 
   /// What an outside measurement library is told to watch: the platform's own layer or view.
   virtual void* layer() const = 0;

@@ -123,7 +123,9 @@ void FakeView::dropConstraintsOf(const FakeView& view) {
 
 void FakeView::setFrame(const Rect& frame) {
   assertMainThread();
+  const Rect before = frame_;
   frame_ = {frame.x, frame.y, sane(frame.width), sane(frame.height)};
+  if (frame_ != before) notifyLayoutOfSubtree();
 }
 
 void FakeView::setUserInteractionEnabled(bool enabled) {
@@ -175,6 +177,11 @@ void FakeView::removeObserver(const KeyValueObserver* observer, std::string_view
   });
 }
 
+void FakeView::setLayoutObserver(std::weak_ptr<LayoutObserver> observer) {
+  assertMainThread();
+  layoutObserver_ = std::move(observer);
+}
+
 void* FakeView::layer() const {
   assertMainThread();
   return const_cast<FakeView*>(this);
@@ -200,6 +207,12 @@ void FakeView::notifyWindowOfSubtree() {
   for (const auto& view : kept) view->notifyWindowOfSubtree();
 }
 
+void FakeView::notifyLayoutOfSubtree() {
+  const auto kept = subviews_;
+  if (const auto observer = layoutObserver_.lock()) observer->viewDidLayout();
+  for (const auto& view : kept) view->notifyLayoutOfSubtree();
+}
+
 /// Sizes come before centres in what the presenters add or can add, so one pass over the kinds in that order
 /// suffices.
 void FakeView::layoutIfNeeded() {
@@ -208,6 +221,8 @@ void FakeView::layoutIfNeeded() {
     return constraint.firstAttribute == LayoutAttribute::CenterX ||
            constraint.firstAttribute == LayoutAttribute::CenterY;
   };
+  std::map<std::shared_ptr<FakeView>, Rect> before;
+  for (const auto& view : subviews_) before.emplace(view, view->frame_);
   for (const bool centres : {false, true}) {
     for (const auto& constraint : constraints_) {
       const auto first = std::dynamic_pointer_cast<FakeView>(constraint->firstItem.lock());
@@ -216,7 +231,11 @@ void FakeView::layoutIfNeeded() {
       first->constrainFrame(*constraint, bounds());
     }
   }
-  for (const auto& view : subviews_) view->layoutIfNeeded();
+  const auto kept = subviews_;
+  for (const auto& view : kept) {
+    if (view->frame_ != before[view]) view->notifyLayoutOfSubtree();
+    view->layoutIfNeeded();
+  }
 }
 
 void FakeView::constrainFrame(const LayoutConstraint& constraint, const Rect& container) {

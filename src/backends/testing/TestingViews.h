@@ -20,6 +20,8 @@ class FakeWindow;
 /// A view in a tree. Frames are what was set, or, once the view no longer translates its autoresizing mask,
 /// what `layoutIfNeeded` makes of the constraints between a view and its superview. Observers hear of
 /// "window" for every view of a subtree that enters or leaves a window, and of "hidden" from `setHidden`.
+/// Layout observers are called by `setFrame` and `layoutIfNeeded`, for the view that was given another frame
+/// and for its subviews.
 class FakeView : public virtual View, public std::enable_shared_from_this<FakeView> {
  public:
   FakeView();
@@ -47,6 +49,7 @@ class FakeView : public virtual View, public std::enable_shared_from_this<FakeVi
   void setNeedsLayout() override;
   void addObserver(std::weak_ptr<KeyValueObserver> observer, std::string_view keyPath, bool initial) override;
   void removeObserver(const KeyValueObserver* observer, std::string_view keyPath) override;
+  void setLayoutObserver(std::weak_ptr<LayoutObserver> observer) override;
   void* layer() const override;
 
   void setHidden(bool hidden);
@@ -72,6 +75,7 @@ class FakeView : public virtual View, public std::enable_shared_from_this<FakeVi
   Rect originInRoot() const;
   void notify(std::string_view keyPath);
   void notifyWindowOfSubtree();
+  void notifyLayoutOfSubtree();
   void dropConstraintsOf(const FakeView& view);
   void constrainFrame(const LayoutConstraint& constraint, const Rect& container);
 
@@ -86,6 +90,7 @@ class FakeView : public virtual View, public std::enable_shared_from_this<FakeVi
   std::vector<std::shared_ptr<FakeView>> subviews_;
   std::vector<std::shared_ptr<LayoutConstraint>> constraints_;
   std::vector<Observation> observers_;
+  std::weak_ptr<LayoutObserver> layoutObserver_;
 };
 
 class FakeViewController;

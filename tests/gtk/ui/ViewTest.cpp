@@ -14,6 +14,29 @@ struct Observer : KeyValueObserver {
   std::vector<std::string> heard;
 };
 
+struct LayoutCounter : LayoutObserver {
+  void viewDidLayout() override { ++layouts; }
+  int layouts = 0;
+};
+
+/// A scrolling column with an ad view of 200 pixels at its top.
+struct ScrolledAd {
+  explicit ScrolledAd(GtkWindow* window) : widget(gtk::newAdView()) {
+    GtkWidget* scroller = gtk_scrolled_window_new();
+    GtkWidget* column = gtk_box_new(GTK_ORIENTATION_VERTICAL, 0);
+    GtkWidget* filler = gtk_label_new("far down");
+    gtk_widget_set_size_request(widget, -1, 200);
+    gtk_widget_set_size_request(filler, -1, 2000);
+    gtk_box_append(GTK_BOX(column), widget);
+    gtk_box_append(GTK_BOX(column), filler);
+    gtk_scrolled_window_set_child(GTK_SCROLLED_WINDOW(scroller), column);
+    gtk_window_set_child(window, scroller);
+    position = gtk_scrolled_window_get_vadjustment(GTK_SCROLLED_WINDOW(scroller));
+  }
+  GtkWidget* widget;
+  GtkAdjustment* position;
+};
+
 int minimumWidth(GtkWindow* window) {
   int minimum = 0;
   gtk_widget_measure(GTK_WIDGET(window), GTK_ORIENTATION_HORIZONTAL, -1, &minimum, nullptr, nullptr, nullptr);
@@ -184,6 +207,44 @@ TEST(Layout, SurvivesEverySize) {
   EXPECT_TRUE(waitUntil([&] { return page->view->frame() == ad->bounds(); }));
 }
 
+TEST(Layout, NotifiesOfEachNewFrameAndPlace) {
+  HostWindow host(400, 300);
+  const ScrolledAd scrolled(host.window());
+  const auto inner = GObjectPtr<GtkWidget>::sink(gtk::newAdView());
+  const auto ad = gtk::viewForWidget(scrolled.widget);
+  const auto view = gtk::viewForWidget(inner.get());
+  const auto counter = std::make_shared<LayoutCounter>();
+  view->setLayoutObserver(counter);
+  const auto isNotifiedOnce = [&] {
+    const bool notified = waitUntil([&] { return counter->layouts > 0; }, 10);
+    runFrames();
+    return notified && std::exchange(counter->layouts, 0) == 1;
+  };
+  runFrames();
+  EXPECT_EQ(counter->layouts, 0) << "in no window";
+
+  ad->addSubview(view);
+  pinEdges(view, ad);
+  EXPECT_TRUE(isNotifiedOnce());
+  ad->setNeedsLayout();
+  runFrames();
+  EXPECT_EQ(counter->layouts, 0) << "the layout changed nothing";
+
+  gtk_adjustment_set_value(scrolled.position, 50);
+  EXPECT_TRUE(isNotifiedOnce()) << "scrolled";
+  view->setTranslatesAutoresizingMaskIntoConstraints(true);
+  view->setFrame({10, 10, 50, 50});
+  EXPECT_TRUE(isNotifiedOnce());
+
+  HostWindow other;
+  other.adView()->addSubview(view);
+  EXPECT_TRUE(isNotifiedOnce()) << "in another window";
+  view->setLayoutObserver({});
+  view->setFrame({10, 10, 60, 60});
+  runFrames();
+  EXPECT_EQ(counter->layouts, 0);
+}
+
 TEST(Layout, NeverAsksTheHostForRoom) {
   HostWindow host(600, 400);
   const int minimum = minimumWidth(host.window());
@@ -281,18 +342,9 @@ TEST(Views, RefuseImpossibleSuperviews) {
 
 TEST(Views, SeeWhatTheHostClips) {
   HostWindow host(400, 300);
-  GtkWidget* scroller = gtk_scrolled_window_new();
-  GtkWidget* tall = gtk_box_new(GTK_ORIENTATION_VERTICAL, 0);
-  GtkWidget* adWidget = gtk::newAdView();
-  gtk_widget_set_size_request(adWidget, -1, 200);
-  GtkWidget* filler = gtk_label_new("far down");
-  gtk_widget_set_size_request(filler, -1, 2000);
-  gtk_box_append(GTK_BOX(tall), adWidget);
-  gtk_box_append(GTK_BOX(tall), filler);
-  gtk_scrolled_window_set_child(GTK_SCROLLED_WINDOW(scroller), tall);
-  gtk_window_set_child(host.window(), scroller);
+  const ScrolledAd scrolled(host.window());
   const auto page = Page::create();
-  const auto ad = gtk::viewForWidget(adWidget);
+  const auto ad = gtk::viewForWidget(scrolled.widget);
   ad->addSubview(page->view);
   pinEdges(page->view, ad);
   ASSERT_TRUE(waitUntil([&] { return page->view->frame().height == 200; }));
@@ -309,10 +361,9 @@ TEST(Views, SeeWhatTheHostClips) {
     return rect.area();
   };
   EXPECT_DOUBLE_EQ(visibleArea(), page->view->frame().area());
-  GtkAdjustment* position = gtk_scrolled_window_get_vadjustment(GTK_SCROLLED_WINDOW(scroller));
-  gtk_adjustment_set_value(position, 100);
+  gtk_adjustment_set_value(scrolled.position, 100);
   EXPECT_TRUE(waitUntil([&] { return std::abs(visibleArea() - page->view->frame().area() / 2) < 1; }));
-  gtk_adjustment_set_value(position, 500);
+  gtk_adjustment_set_value(scrolled.position, 500);
   EXPECT_TRUE(waitUntil([&] { return visibleArea() == 0; }));
 }
 

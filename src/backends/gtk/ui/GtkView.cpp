@@ -228,6 +228,13 @@ void GtkView::removeObserver(const KeyValueObserver* observer, std::string_view 
   });
 }
 
+void GtkView::setLayoutObserver(std::weak_ptr<LayoutObserver> observer) {
+  assertMainThread();
+  layoutObserver_ = std::move(observer);
+  watchLayout();
+  lastPlace_ = placeInWindow();
+}
+
 void* GtkView::layer() const {
   return widget().get();
 }
@@ -235,10 +242,43 @@ void* GtkView::layer() const {
 void GtkView::widgetMoved() {
   if (moving_) return;
   didMove();
+  watchLayout();
   const auto now = window();
   if (now == lastWindow_.lock()) return;
   lastWindow_ = now;
   notifyObservers("window");
+}
+
+/// A widget is not told when an ancestor moves it. The surface is: it lays out the whole window.
+void GtkView::watchLayout() {
+  surfaceLaidOut_.disconnect();
+  lastPlace_.reset();
+  const auto widget = this->widget();
+  if (layoutObserver_.expired() || !widget) return;
+  GtkNative* native = gtk_widget_get_native(widget.get());
+  GdkSurface* surface = native ? gtk_native_get_surface(native) : nullptr;
+  if (!surface) return;
+  surfaceLaidOut_ = connectSignal<void(int, int)>(
+      surface, "layout",
+      [weak = weak_from_this()](int, int) {
+        if (const auto self = weak.lock()) self->windowLaidOut();
+      },
+      G_CONNECT_AFTER);
+}
+
+void GtkView::windowLaidOut() {
+  const auto place = placeInWindow();
+  if (!place || place == std::exchange(lastPlace_, place)) return;
+  if (const auto observer = layoutObserver_.lock()) observer->viewDidLayout();
+}
+
+std::optional<Rect> GtkView::placeInWindow() const {
+  const auto widget = this->widget();
+  if (!widget || !gtk_widget_get_mapped(widget.get())) return std::nullopt;
+  graphene_rect_t place;
+  GtkWidget* window = GTK_WIDGET(gtk_widget_get_native(widget.get()));
+  if (!window || !gtk_widget_compute_bounds(widget.get(), window, &place)) return std::nullopt;
+  return fromGraphene(place);
 }
 
 void GtkView::notifyObservers(std::string_view keyPath) {

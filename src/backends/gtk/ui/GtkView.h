@@ -56,6 +56,7 @@ class GtkView : public virtual View, public std::enable_shared_from_this<GtkView
 
   void addObserver(std::weak_ptr<KeyValueObserver> observer, std::string_view keyPath, bool initial) override;
   void removeObserver(const KeyValueObserver* observer, std::string_view keyPath) override;
+  void setLayoutObserver(std::weak_ptr<LayoutObserver> observer) override;
 
   void* layer() const override;
 
@@ -80,6 +81,9 @@ class GtkView : public virtual View, public std::enable_shared_from_this<GtkView
   void widgetMoved();
   bool isPlacedByUs(GtkWidget* widget) const;
   void notifyObservers(std::string_view keyPath);
+  void watchLayout();
+  void windowLaidOut();
+  std::optional<Rect> placeInWindow() const;
 
   GObjectWeakPtr<GtkWidget> widget_;
   std::weak_ptr<GtkAreaView> container_;  ///< The area that holds this view as a subview.
@@ -88,7 +92,9 @@ class GtkView : public virtual View, public std::enable_shared_from_this<GtkView
   bool moving_ = false;  ///< Between two parents: what happens on the way is nobody's business.
   std::weak_ptr<Window> lastWindow_;
   std::vector<Observation> observations_;
-  SignalConnection mapped_, unmapped_, visibleChanged_;
+  std::weak_ptr<LayoutObserver> layoutObserver_;
+  std::optional<Rect> lastPlace_;  ///< The place of the last layout that was seen; absent in no window.
+  SignalConnection mapped_, unmapped_, visibleChanged_, surfaceLaidOut_;
 };
 
 /// The view of a widget, made at the first call and kept as long as the widget; null for null. Windows and ad
