@@ -6,8 +6,8 @@
 
 namespace vemora {
 
-/// Thrown at once for programming errors, such as a plain `init` of a class that needs arguments. Never
-/// thrown for anything that can go wrong at run time.
+/// Thrown for programming errors of the host app, such as a plain `init` of a class that needs arguments.
+/// Never thrown for anything that can go wrong at run time.
 class VEMORA_EXPORT InternalInconsistencyException : public std::logic_error {
  public:
   using std::logic_error::logic_error;

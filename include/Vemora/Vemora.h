@@ -8,32 +8,39 @@
 
 namespace vemora {
 
-/// The version as a number, for the rare case that the library's own information is missing.
+/// The version as a number: 1.0. `Vemora::version` falls back to it.
 VEMORA_EXPORT extern const double VemoraVersionNumber;
-/// A source-identification marker, as what(1) finds it.
+/// The version as a zero-terminated source-identification marker, which what(1) finds in the library.
 VEMORA_EXPORT extern const unsigned char VemoraVersionString[];
 
-/// Settings of the whole SDK, and its log. Set them before making ad requests; they live as long as the
-/// process and are not stored. Every operation may be called from any thread.
+/// Settings of the whole SDK, and its log. There are no instances.
+///
+/// **Threads.** Every operation may be called from any thread.
+///
+/// **Lifetime.** Settings live as long as the process and are not stored. Set them at each launch, before
+/// creating ad requests.
 class VEMORA_EXPORT Vemora {
  public:
   Vemora() = delete;
 
-  /// The version of this library, such as "1.0.0"; never empty.
+  /// The version of this library, such as "1.0.0". Never empty.
   static std::string version();
 
-  /// The key that ad requests take when they are given none. Absent until set.
+  /// The key that requests get when they are given none. Absent until set.
   static std::optional<std::string> apiKey();
-  /// An absent value clears the key; an empty one is kept as it is.
+  /// Sets that key for requests created from now on. An absent value clears it; an empty one is kept as it
+  /// is.
   static void setAPIKey(std::optional<std::string> key);
 
-  /// Whether `log` prints. False at first.
+  /// Whether `log` prints. False until set.
   static bool debugMode();
+  /// Turns the output of `log` on or off. Debug mode also shows the page's alerts, and turns on the debug
+  /// output of a viewability library.
   static void debugMode(bool enabled);
 
-  /// Prints "VEMORA LOG: " and the message to the system's log, in debug mode only.
+  /// Prints "VEMORA LOG: " and the message to the system's log in debug mode; a no-op otherwise.
   static void log(std::string_view message);
-  /// Prints "VEMORA ERROR: " and the message to the system's log.
+  /// Prints "VEMORA ERROR: " and the message to the system's log, also outside debug mode.
   static void logError(std::string_view message);
 };
 

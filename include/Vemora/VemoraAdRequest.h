@@ -11,47 +11,70 @@
 
 namespace vemora {
 
-/// What the host app wants to show. Fill it on one thread, hand it to a player, and do not change it
-/// afterwards: the player reads it on a thread of its own while it loads.
+/// What the host app asks the controller page for.
 ///
 ///     auto request = VemoraAdRequest::initWithApiKey("my-key");
 ///     request->setChannel("42");
 ///     request->setParam("section", "news");
+///
+/// **Threads.** Not thread-safe, except for the placement type. Fill a request on one thread, hand it to a
+/// player, and do not change it afterwards: the player reads it on a background thread during the load, and
+/// its params each time the app leaves the foreground.
+///
+/// **Ownership.** Shared. A player keeps the request until its next load.
+///
+/// **Errors.** No operation fails. Values that JSON cannot carry (numbers that are not finite, text that is
+/// not UTF-8) are stored, and make the load fail with error 5002.
 class VEMORA_EXPORT VemoraAdRequest {
  public:
-  /// With the key of `Vemora::apiKey`, or "unkeyed-client" when there is none.
+  /// A request with the key of `Vemora::apiKey`, or with "unkeyed-client" when that is absent. Never null.
   static std::shared_ptr<VemoraAdRequest> init();
-  /// With this key, even if it is empty; without one, as `init`.
+  /// A request with this key, also when it is empty. An absent key is as in `init`. Never null.
   static std::shared_ptr<VemoraAdRequest> initWithApiKey(std::optional<std::string> key);
-  /// Without any key. For internal construction.
+  /// A request without any key. For internal construction. Never null.
   static std::shared_ptr<VemoraAdRequest> initPrivate();
 
+  /// The key that identifies the publisher; absent only after `initPrivate` or when cleared.
   const std::optional<std::string>& apiKey() const { return apiKey_; }
+  /// Replaces the key; an absent one clears it.
   void setApiKey(std::optional<std::string> key) { apiKey_ = std::move(key); }
 
-  /// The channel's number as text. Absent until set.
+  /// The channel: a number as decimal text. Absent until set.
   const std::optional<std::string>& channel() const { return channel_; }
+  /// Sets the channel, or clears it. The page gets the text's leading number, 0 when there is none.
+  /// Viewability measurement needs a channel: without one, it measures nothing.
   void setChannel(std::optional<std::string> channel) { channel_ = std::move(channel); }
 
-  /// "none" until a player that loads the request writes its own kind: "inline", "resizeable" or
-  /// "interstitial". Any thread: several loads may share a request.
+  /// "none" until a player loads the request and writes its own kind into it: "inline", "resizeable" (so
+  /// spelt) or "interstitial". Any thread: several loads may share a request.
   std::optional<std::string> placementType() const;
+  /// For players, which overwrite what the host app has set. Any thread.
   void setPlacementType(std::optional<std::string> type);
 
-  /// Request parameters. A null value, or an absent list, removes the entry; a list is kept whole as one
-  /// value.
+  /// Sets a request parameter, such as a section or a keyword. A null value removes the entry; a list is
+  /// stored as one value. The parameter "VPAID" with the value "js" makes an ad play on whenever the app
+  /// returns to the foreground, also when it was paused before. Parameters of the SDK's own ("channel_id",
+  /// "placement_type", "platform_type", "vpi", and with consent "regs[gdpr]" and "user[consent]") overwrite
+  /// equal names.
   void setParam(std::string_view key, const JsonValue& value);
-  /// Targeting values of the host's own, in the same way.
+  /// Sets a targeting value of the host app's own; null removes it. The SDK passes it on without reading
+  /// it.
   void setCustom(std::string_view key, const JsonValue& value);
-  /// Playback options, in the same way; a boolean is always kept.
+  /// Sets a playback option that the page knows; null removes it, `false` is a value. The SDK passes it on
+  /// without reading it.
   void setPlaybackOption(std::string_view key, const JsonValue& value);
 
-  /// The live dictionaries behind the setters.
+  /// The live dictionary behind `setParam`; changes to it change the request.
   JsonDictionary& paramDict() { return paramDict_; }
+  /// The live dictionary behind `setCustom`.
   JsonDictionary& customDict() { return customDict_; }
+  /// The live dictionary behind `setPlaybackOption`.
   JsonDictionary& playbackDict() { return playbackDict_; }
+  /// The params, for reading.
   const JsonDictionary& paramDict() const { return paramDict_; }
+  /// The targeting values, for reading.
   const JsonDictionary& customDict() const { return customDict_; }
+  /// The playback options, for reading.
   const JsonDictionary& playbackDict() const { return playbackDict_; }
 
  private:

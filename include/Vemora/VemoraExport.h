@@ -1,6 +1,6 @@
 #pragma once
 
-/// Marks what the shared library exports; everything else in it is hidden.
+/// Marks the symbols that the shared library exports; all others are hidden.
 #if defined(__GNUC__)
 #define VEMORA_EXPORT __attribute__((visibility("default")))
 #else

@@ -26,18 +26,18 @@ TEST_F(PublicTypesTest, KeepsTheApiKey) {
   EXPECT_EQ(Vemora::apiKey(), std::nullopt);
 }
 
-TEST_F(PublicTypesTest, LogsInDebugModeAndErrorsAlways) {
+TEST_F(PublicTypesTest, PrintsErrorsAlwaysAndOtherMessagesInDebugMode) {
   Vemora::debugMode(false);
   EXPECT_FALSE(Vemora::debugMode());
   Vemora::log("quiet");
   Vemora::logError("loud");
   Vemora::debugMode(true);
-  Vemora::log("heard");
+  Vemora::log("printed");
   EXPECT_EQ(system().lines(), (std::vector<testing::LogLine>{{LogLevel::Error, "VEMORA ERROR: loud"},
-                                                             {LogLevel::Default, "VEMORA LOG: heard"}}));
+                                                             {LogLevel::Default, "VEMORA LOG: printed"}}));
 }
 
-TEST_F(PublicTypesTest, KnowsItsVersion) {
+TEST_F(PublicTypesTest, FallsBackToTheVersionNumber) {
   EXPECT_EQ(Vemora::version(), "1.2.3");
   platform().fakeBundle().library["CFBundleShortVersionString"] = "";
   EXPECT_EQ(Vemora::version(), "1");
@@ -48,7 +48,7 @@ TEST_F(PublicTypesTest, KnowsItsVersion) {
 
 // Requests.
 
-TEST_F(PublicTypesTest, TakesTheKeyThatIsThere) {
+TEST_F(PublicTypesTest, RequestsFallBackToTheDefaultKey) {
   EXPECT_EQ(VemoraAdRequest::init()->apiKey(), "unkeyed-client");
   EXPECT_EQ(VemoraAdRequest::initWithApiKey("")->apiKey(), "");
   EXPECT_EQ(VemoraAdRequest::initPrivate()->apiKey(), std::nullopt);
@@ -59,7 +59,7 @@ TEST_F(PublicTypesTest, TakesTheKeyThatIsThere) {
   EXPECT_EQ(VemoraAdRequest::initWithApiKey("own")->apiKey(), "own");
 }
 
-TEST_F(PublicTypesTest, RequestsKeepAndRemoveEntries) {
+TEST_F(PublicTypesTest, RequestsStoreAndRemoveEntries) {
   const auto request = VemoraAdRequest::init();
   EXPECT_EQ(request->placementType(), "none");
   EXPECT_EQ(request->channel(), std::nullopt);
@@ -79,12 +79,13 @@ TEST_F(PublicTypesTest, RequestsKeepAndRemoveEntries) {
 
 // Events.
 
-TEST_F(PublicTypesTest, NamesEventsBothWays) {
+TEST_F(PublicTypesTest, ConvertsEventsToNamesAndBack) {
   const auto names = adEventArr();
   ASSERT_EQ(names.size(), 26u);
   for (std::ptrdiff_t value = 0; value < 26; ++value) {
     const auto event = static_cast<VemoraAdEvent>(value);
     EXPECT_EQ(VemoraAdEventFromNSString(NSStringFromVemoraAdEvent(event)), event);
+    EXPECT_EQ(toString(event), names[static_cast<std::size_t>(value)]);
   }
   EXPECT_EQ(NSStringFromVemoraAdEvent(static_cast<VemoraAdEvent>(9)), "AdVideoThirdQuartile");
   EXPECT_EQ(VemoraAdEventFromNSString("ADSKIPPABLEstatechange"), 25);
@@ -111,7 +112,7 @@ TEST_F(PublicTypesTest, GroupsSortTheirAdsByIndex) {
   EXPECT_THROW(VemoraAdGroup::init(), InternalInconsistencyException);
 }
 
-TEST_F(PublicTypesTest, AdsKeepWhatTheyAreSent) {
+TEST_F(PublicTypesTest, AdsStoreValuesWithoutConversion) {
   const auto ad = VemoraAd::initWithAdDictionary(json(
       R"({"id":"a","index":3,"vpi":"mp4","title":7,"duration":15,"price":"1.5","url":null,"clickthru":["x"]})"));
   EXPECT_EQ(ad->index(), JsonValue(3));
@@ -123,21 +124,41 @@ TEST_F(PublicTypesTest, AdsKeepWhatTheyAreSent) {
   EXPECT_THROW(VemoraAd::init(), InternalInconsistencyException);
 }
 
-TEST_F(PublicTypesTest, AdsWithoutAnIdAreNumberedAcrossGroups) {
+TEST_F(PublicTypesTest, AdsOfferTheirValuesAsCppTypes) {
+  const auto ad = VemoraAd::initWithAdDictionary(json(
+      R"({"id":"a","index":"3","vpi":"mp4","title":"T","duration":15.5,"price":"1.5 EUR","url":5,"clickthru":"u"})"));
+  EXPECT_EQ(ad->idText(), "a");
+  EXPECT_EQ(ad->indexNumber(), 3);
+  EXPECT_EQ(ad->vpiText(), "mp4");
+  EXPECT_EQ(ad->titleText(), "T");
+  EXPECT_EQ(ad->durationSeconds(), 15.5);
+  EXPECT_EQ(ad->priceNumber(), 1.5);
+  EXPECT_EQ(ad->urlText(), "5");
+  EXPECT_EQ(ad->clickthruText(), "u");
+  const auto bare = VemoraAd::initWithAdDictionary(json(R"({"title":null,"duration":[15],"clickthru":{}})"));
+  EXPECT_FALSE(bare->idText().empty());
+  EXPECT_EQ(bare->indexNumber(), 0);
+  EXPECT_EQ(bare->titleText(), std::nullopt);
+  EXPECT_EQ(bare->durationSeconds(), std::nullopt);
+  EXPECT_EQ(bare->priceNumber(), std::nullopt);
+  EXPECT_EQ(bare->clickthruText(), std::nullopt);
+}
+
+TEST_F(PublicTypesTest, AdsWithoutAnIdGetConsecutiveNumbersAcrossGroups) {
   const auto number = [](const char* text) {
     return VemoraAd::initWithAdDictionary(json(text))->id().integerValue();
   };
   const auto first = number("{}");
   EXPECT_EQ(number(R"({"id":""})"), first + 1);
   EXPECT_EQ(number(R"({"id":null})"), first + 2);
-  EXPECT_EQ(number("5"), first + 3) << "of an element that is no object, too";
+  EXPECT_EQ(number("5"), first + 3) << "also for an element that is not an object";
   const auto group = VemoraAdGroup::initWithAdGroupDict(json(R"({"adgroup":{"ads":[{},"x"]}})"));
   EXPECT_EQ(group->ads()[1]->id(), JsonValue(std::to_string(first + 5)));
   EXPECT_TRUE(group->ads()[1]->id().isIdenticalTo(json("\"" + std::to_string(first + 5) + "\"")))
-      << "an event finds it by identity";
+      << "an event looks the ad up by identity";
 }
 
-TEST_F(PublicTypesTest, ConfigurationEnablesViewabilityByANumber) {
+TEST_F(PublicTypesTest, OnlyANumberEnablesViewability) {
   const auto enabled = [](const char* text) {
     return VMRConfig::initWithConfigDict(json(text))->featureMOATEnabled();
   };
@@ -166,7 +187,7 @@ TEST_F(PublicTypesTest, FindsValuesByPath) {
   EXPECT_TRUE(VMRUtilities::jsonValueFrom(json("[{}]"), "0").isNull());
 }
 
-TEST_F(PublicTypesTest, DigestsTexts) {
+TEST_F(PublicTypesTest, ComputesSha1Digests) {
   EXPECT_EQ(VMRCrypto::sha1(""), "da39a3ee5e6b4b0d3255bfef95601890afd80709");
   EXPECT_EQ(VMRCrypto::sha1("\xc3\xa9"), "bf15be717ac1b080b4f1c456692825891ff5073d");
 }

@@ -34,4 +34,11 @@ std::shared_ptr<VemoraInlineAdPlayer> VemoraInlineAdPlayer::initInView(std::shar
       new VemoraInlineAdPlayer(std::make_unique<VemoraInlineAdPlayer_p>(std::move(parentView))));
 }
 
+std::shared_ptr<VemoraInlineAdPlayer> VemoraInlineAdPlayer::initInView(
+    std::shared_ptr<View> parentView, std::weak_ptr<VemoraAdPlayerDelegate> delegate) {
+  auto player = initInView(std::move(parentView));
+  player->setDelegate(std::move(delegate));
+  return player;
+}
+
 }  // namespace vemora

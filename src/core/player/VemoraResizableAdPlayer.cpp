@@ -70,4 +70,11 @@ std::shared_ptr<VemoraResizableAdPlayer> VemoraResizableAdPlayer::initInView(
       new VemoraResizableAdPlayer(std::make_unique<VemoraResizableAdPlayer_p>(std::move(parentView))));
 }
 
+std::shared_ptr<VemoraResizableAdPlayer> VemoraResizableAdPlayer::initInView(
+    std::shared_ptr<View> parentView, std::weak_ptr<VemoraAdPlayerDelegate> delegate) {
+  auto player = initInView(std::move(parentView));
+  player->setDelegate(std::move(delegate));
+  return player;
+}
+
 }  // namespace vemora
