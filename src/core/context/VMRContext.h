@@ -13,18 +13,20 @@ class VMRAppInfo;
 class VMRDeviceManager;
 class VMRLocationDumper;
 
-/// The environment of one load: who asks, from what device, from where. Made on the main thread; read from
-/// any.
+/// The environment of one load: app, device, location and user agent. Created on the main thread; read from
+/// any thread.
 class VMRContext : public std::enable_shared_from_this<VMRContext> {
  public:
+  /// Creates the providers, and asks the platform's web view for its user agent. Never null.
   static std::shared_ptr<VMRContext> init();
 
-  /// The user agent of the platform's web view; absent when it does not say.
+  /// The user agent of the platform's web view; absent when the web view has none.
   const std::optional<std::string>& userAgent() const { return userAgent_; }
+  /// The three providers; never null.
   const std::shared_ptr<VMRLocationDumper>& locationDumper() const { return locationDumper_; }
   const std::shared_ptr<VMRDeviceManager>& deviceManager() const { return deviceManager_; }
   const std::shared_ptr<VMRAppInfo>& appInfo() const { return appInfo_; }
-  /// The video player interfaces offered to the controller.
+  /// The video player interfaces that the controller may use.
   std::vector<std::string> supportedVPIs() const { return supportedVPIs_.get(); }
   void setSupportedVPIs(std::vector<std::string> interfaces) { supportedVPIs_.set(std::move(interfaces)); }
 

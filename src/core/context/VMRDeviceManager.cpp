@@ -64,7 +64,7 @@ void VMRDeviceManager::updateLocation() {
   const auto locations = known ? known->locationDumper() : nullptr;
   setGeo_country(locations ? locations->countryCode() : std::nullopt);
   const std::optional<Location> location = locations ? locations->currentLocation() : std::nullopt;
-  // A fix at exactly zero counts as none, and an older one stays: kept on purpose.
+  // A fix at exactly zero counts as none, and the previous one stays. Kept on purpose.
   if (!location || location->latitude == 0.0 || location->longitude == 0.0) return;
   setGeo_lat(JsonValue(location->latitude).stringValue());
   setGeo_long(JsonValue(location->longitude).stringValue());
@@ -83,7 +83,7 @@ std::string VMRDeviceManager::deviceConnectionType() {
 }
 
 std::string VMRDeviceManager::deviceConnectionTypeFromCoreTelephony() {
-  // Nobody is asked for the Wi-Fi status or the radio technology, so neither is ever known: kept on purpose.
+  // Neither Wi-Fi status nor radio technology is queried: the type is always unknown. Kept on purpose.
   return "0";
 }
 

@@ -11,29 +11,33 @@ namespace vemora {
 
 class VMRContext;
 
-/// The device as ad requests describe it. All fields are text or absent, absent until the first `updateInfo`,
-/// and each may be read or written from any thread. `updateInfo` is for one thread at a time.
+/// The device as ad requests describe it. All fields but `tracking` are text, absent until the first
+/// `updateInfo` and where the platform has none; absent fields are sent as null. Each may be read or
+/// written from any thread. `updateInfo` must not run on two threads at the same time.
 class VMRDeviceManager {
  public:
   using Text = std::optional<std::string>;
 
   /// Not a valid initialiser: throws `InternalInconsistencyException`.
   static std::shared_ptr<VMRDeviceManager> init();
+  /// Reads nothing yet. Holds the context weakly. Never null.
   static std::shared_ptr<VMRDeviceManager> initWithContext(std::weak_ptr<VMRContext> context);
 
-  /// Asks the platform anew for everything. May wait up to five seconds for a first location fix.
+  /// Reads all fields from the platform. Blocks up to five seconds for a first location fix.
   void updateInfo();
 
-  /// The context's user agent.
+  /// The context's user agent; absent without a context.
   Text userAgent();
+  /// The network connection code, from the telephony class where the device has it.
   std::string deviceConnectionType();
-  /// "0" on every device that has the telephony class.
+  /// Always "0".
   std::string deviceConnectionTypeFromCoreTelephony();
-  /// For systems without it, from what the status bar shows.
+  /// The code of the network type that the status bar shows; "0" when it shows none.
   std::string deviceConnectionTypeFromScreenScraping();
-  /// "1" for phones and tablets, "3" for televisions, "0" for the rest.
+  /// "1" for phones and tablets, "3" for televisions, "0" for all others.
   std::string deviceType();
 
+  /// Null once the context has been destroyed.
   std::shared_ptr<VMRContext> context() const { return context_.lock(); }
   /// True when the user limits ad tracking.
   bool tracking() const { return tracking_; }
@@ -47,7 +51,7 @@ class VMRDeviceManager {
   /// The first preferred localization, with "_" for "-".
   Text lang() const { return lang_.get(); }
   void setLang(Text value) { lang_.set(std::move(value)); }
-  /// Always "Apple": what the controller expects.
+  /// Always "Apple", which the controller expects.
   Text make() const { return make_.get(); }
   void setMake(Text value) { make_.set(std::move(value)); }
   Text model() const { return model_.get(); }
@@ -59,22 +63,23 @@ class VMRDeviceManager {
   /// Seconds since 1 January 2001 00:00 UTC, as decimal text.
   Text time() const { return time_.get(); }
   void setTime(Text value) { time_.set(std::move(value)); }
-  /// Never assigned here.
+  /// Never set by the SDK.
   Text type() const { return type_.get(); }
   void setType(Text value) { type_.set(std::move(value)); }
   /// The vendor identifier.
   Text udid() const { return udid_.get(); }
   void setUdid(Text value) { udid_.set(std::move(value)); }
-  /// What payloads carry as the user agent.
+  /// The user agent that payloads carry.
   Text useragent() const { return useragent_.get(); }
   void setUseragent(Text value) { useragent_.set(std::move(value)); }
-  /// Never assigned here.
+  /// Never set by the SDK.
   Text debug() const { return debug_.get(); }
   void setDebug(Text value) { debug_.set(std::move(value)); }
   Text prefetch() const { return prefetch_.get(); }
   void setPrefetch(Text value) { prefetch_.set(std::move(value)); }
   Text autoinit() const { return autoinit_.get(); }
   void setAutoinit(Text value) { autoinit_.set(std::move(value)); }
+  /// ISO 3166-1 alpha-2 code.
   Text geo_country() const { return geo_country_.get(); }
   void setGeo_country(Text value) { geo_country_.set(std::move(value)); }
   /// Degrees as decimal text, of the last usable fix.

@@ -10,7 +10,9 @@ namespace vemora {
 /// thread.
 class VMRGDPRCMP {
  public:
+  /// "1" or "0": whether the GDPR applies. Absent when unknown.
   static std::optional<std::string> isSubjectToGDPR();
+  /// The encoded consent of the user.
   static std::optional<std::string> consentString();
 };
 

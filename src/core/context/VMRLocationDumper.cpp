@@ -31,7 +31,7 @@ bool VMRLocationDumper::canMonitorLocation() {
 }
 
 void VMRLocationDumper::startMonitoring() {
-  // Only here: an application that is given permission later waits in vain for a fix. Kept on purpose.
+  // Checked only here: an application that is authorised later never gets a fix. Kept on purpose.
   std::unique_ptr<LocationManager> made;
   if (canMonitorLocation()) made = Platform::shared().locationServices().createLocationManager();
   LocationManager* started = nullptr;

@@ -60,29 +60,29 @@ VMRReachability::~VMRReachability() {
 }
 
 bool VMRReachability::startNotifier() {
-  const bool hasCallback = reachabilityRef->setCallback([weak = weak_from_this()] {
+  const bool hasCallback = reachabilityRef_->setCallback([weak = weak_from_this()] {
     if (auto self = weak.lock()) {
       NotificationCenter::defaultCenter().postNotification({kReachabilityChangedNotification, self, nullptr});
     }
   });
-  return hasCallback && reachabilityRef->scheduleWithRunLoop();
+  return hasCallback && reachabilityRef_->scheduleWithRunLoop();
 }
 
 void VMRReachability::stopNotifier() {
-  reachabilityRef->unscheduleFromRunLoop();
+  reachabilityRef_->unscheduleFromRunLoop();
 }
 
 bool VMRReachability::connectionRequired() {
-  return (reachabilityRef->flags().value_or(0) & NetworkReachabilityConnectionRequired) != 0;
+  return (reachabilityRef_->flags().value_or(0) & NetworkReachabilityConnectionRequired) != 0;
 }
 
 VMRNetworkStatus VMRReachability::currentReachabilityStatus() {
-  const auto flags = reachabilityRef->flags();
+  const auto flags = reachabilityRef_->flags();
   return flags ? networkStatusForFlags(*flags) : VMRNotReachable;
 }
 
 VMRNetworkStatus VMRReachability::wifiReachabilityStatus() {
-  const auto flags = reachabilityRef->flags();
+  const auto flags = reachabilityRef_->flags();
   return flags ? localWiFiStatusForFlags(*flags) : VMRNotReachable;
 }
 
@@ -91,10 +91,10 @@ VMRNetworkStatus VMRReachability::networkStatusForFlags(std::uint32_t flags) {
   if (!(flags & NetworkReachabilityReachable)) return VMRNotReachable;
   if (flags & NetworkReachabilityIsWWAN) return VMRReachableViaWWAN;
   if (!(flags & NetworkReachabilityConnectionRequired)) return VMRReachableViaWiFi;
-  const bool connectsByItself =
+  const bool connectsAutomatically =
       flags & (NetworkReachabilityConnectionOnDemand | NetworkReachabilityConnectionOnTraffic);
-  const bool needsPeople = flags & NetworkReachabilityInterventionRequired;
-  return connectsByItself && !needsPeople ? VMRReachableViaWiFi : VMRNotReachable;
+  const bool needsUser = flags & NetworkReachabilityInterventionRequired;
+  return connectsAutomatically && !needsUser ? VMRReachableViaWiFi : VMRNotReachable;
 }
 
 VMRNetworkStatus VMRReachability::localWiFiStatusForFlags(std::uint32_t flags) {

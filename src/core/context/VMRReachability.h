@@ -8,38 +8,47 @@
 
 namespace vemora {
 
-/// Posted on the default notification centre, with the reachability object, when the network changed.
+/// Posted on the default notification centre when the network changed; the object is the `VMRReachability`.
 inline constexpr char kReachabilityChangedNotification[] = "kNetworkReachabilityChangedNotification";
 
 enum VMRNetworkStatus : int { VMRNotReachable = 0, VMRReachableViaWiFi = 1, VMRReachableViaWWAN = 2 };
 
-/// Whether, and over what, a network target can be reached. The answers come from any thread; the notifier
-/// belongs to the run loop of the thread that starts it, which must be the one that stops it and lets go of
-/// the object.
+/// Whether a network target can be reached, and over what kind of network. Status operations may be called
+/// from any thread. The notifier belongs to the run loop of the thread that starts it; the same thread must
+/// stop it and release the object.
 class VMRReachability : public std::enable_shared_from_this<VMRReachability> {
  public:
-  /// Null when the platform gives no handle.
+  /// Reachability of a host. Null when the platform gives no handle.
   static std::shared_ptr<VMRReachability> reachabilityWithHostName(std::string_view hostName);
+  /// Reachability of an address, in the same way.
   static std::shared_ptr<VMRReachability> reachabilityWithAddress(const sockaddr& address);
+  /// Reachability of the address 0.0.0.0, that is of a default route.
   static std::shared_ptr<VMRReachability> reachabilityForInternetConnection();
   ~VMRReachability();
 
-  /// True when changes will be announced on the calling thread's run loop from now on.
+  /// Starts posting `kReachabilityChangedNotification` on the calling thread's run loop. False when the
+  /// platform refuses.
   bool startNotifier();
+  /// Stops posting; a no-op when it was not started. The destructor does it too.
   void stopNotifier();
 
+  /// True when a connection must be established first.
   bool connectionRequired();
+  /// The current status; `VMRNotReachable` when the platform does not know.
   VMRNetworkStatus currentReachabilityStatus();
+  /// Whether a peer on the local Wi-Fi can be reached, in the same way.
   VMRNetworkStatus wifiReachabilityStatus();
+  /// The status that a set of `NetworkReachabilityFlags` means.
   VMRNetworkStatus networkStatusForFlags(std::uint32_t flags);
+  /// The local Wi-Fi status that a set of flags means.
   VMRNetworkStatus localWiFiStatusForFlags(std::uint32_t flags);
 
  private:
   explicit VMRReachability(std::unique_ptr<NetworkReachability> reference)
-      : reachabilityRef(std::move(reference)) {}
+      : reachabilityRef_(std::move(reference)) {}
   static std::shared_ptr<VMRReachability> with(std::unique_ptr<NetworkReachability> reference);
 
-  const std::unique_ptr<NetworkReachability> reachabilityRef;
+  const std::unique_ptr<NetworkReachability> reachabilityRef_;
 };
 
 }  // namespace vemora

@@ -33,7 +33,7 @@ VemoraAdEvent VemoraAdEventFromNSString(std::optional<std::string_view> name) {
 
 std::string NSStringFromVemoraAdEvent(VemoraAdEvent event) {
   const std::vector<std::string> names = adEventArr();
-  const auto index = static_cast<std::size_t>(event);  // Negative values become too large.
+  const auto index = static_cast<std::size_t>(event);  // Negative values wrap to large ones.
   return names[index < names.size() ? index : 0];
 }
 

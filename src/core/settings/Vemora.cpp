@@ -15,7 +15,7 @@ const unsigned char VemoraVersionString[] = "@(#)PROGRAM:Vemora  PROJECT:Vemora-
 namespace {
 
 struct Settings {
-  RecursiveMutex mutex;  ///< Guards the key, and orders changes of the flag.
+  RecursiveMutex mutex;  ///< Guards the key; held for changes of the flag too.
   std::optional<std::string> apiKey VMR_GUARDED_BY(mutex);
   /// Atomic, since `log` reads it without the lock.
   std::atomic<bool> debugMode{false};
