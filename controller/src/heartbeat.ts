@@ -1,11 +1,11 @@
 const intervalMs = 1000;
 
 /**
- * Tells the native side every second that the page is alive; nothing in playback stops it.
+ * Pings the native side every second; nothing in playback stops it.
  *
- * It begins with the answer to "get.ads", and its first ping comes one interval later. The native side starts its own
- * watch when that answer has arrived, and a watch that an earlier ping had started would go on beside it, out of reach of
- * any later ping, and end the session.
+ * Starts with the reply to "get.ads"; the first ping follows one interval later. The native side starts its own watch when
+ * that reply arrives. A watch that an earlier ping had started would run on beside it, could not be re-armed by later
+ * pings, and would end the session.
  */
 export class Heartbeat {
   private timer: ReturnType<typeof setInterval> | undefined;
@@ -18,7 +18,7 @@ export class Heartbeat {
     this.timer = setInterval(() => this.ping(), intervalMs);
   }
 
-  /** For good. */
+  /** Permanently: `start` has no effect any more. */
   stop(): void {
     clearInterval(this.timer);
     this.hasStopped = true;

@@ -11,6 +11,7 @@ const log = (text: string) => bridge.log(text);
 const heartbeat = new Heartbeat(() => bridge.ping());
 
 window.addEventListener("error", (event) => log(`Uncaught: ${event.message}`));
+window.addEventListener("pagehide", () => bridge.flush());
 window.addEventListener("unhandledrejection", (event) => log(`Unhandled rejection: ${String(event.reason)}`));
 
 const controls = new Controls(document.body, log);
@@ -19,7 +20,7 @@ controls.connect(player);
 
 let config: Promise<Config> | undefined;
 
-/** Loaded once, by whichever request comes first. */
+/** Loaded once, by the first request that needs it. */
 function sharedConfig(): Promise<Config> {
   config ??= loadConfig(log).then((loaded) => {
     const { stopPingAfter } = loaded.faults;

@@ -15,12 +15,19 @@ declare global {
   }
 }
 
-/** Without an id: nothing answers it, and one made up here could be that of a call in flight. */
+/**
+ * The native side ends the session and closes the page when it handles one of these: everything posted before must have
+ * been handled by then.
+ */
+const lastEvents: ReadonlySet<AdEventName> = new Set<AdEventName>(["AdGroupEnd", "AdError"]);
+const lastEventGapMs = 100;
+
+/** Has no id: nothing answers it, and an invented id could equal that of a call in flight. */
 function notification(method: string, params: Record<string, unknown>): object {
   return { jsonrpc: "2.0", method, params };
 }
 
-/** Both directions of the JSON-RPC traffic with the native side. */
+/** JSON-RPC with the native side, in both directions. */
 export class Bridge implements NativeSide {
   private handler: RequestHandler | undefined;
   private readonly outbox = new Outbox();
@@ -33,34 +40,44 @@ export class Bridge implements NativeSide {
     this.handler = handler;
   }
 
-  /** Waits for nothing: it tells that the page is alive. */
   ping(): void {
     this.post(notification("ping", {}));
   }
 
   event(id: string, name: AdEventName, data?: unknown): void {
-    this.notify("event", data === undefined ? { id, event: name } : { id, event: name, data });
+    const message = notification("event", data === undefined ? { id, event: name } : { id, event: name, data });
+    this.outbox.sendInOrder(() => this.post(message), lastEvents.has(name) ? lastEventGapMs : undefined);
   }
 
+  /** Leaves at once, so that it precedes the event it belongs to and survives a shutdown that follows. */
   beacon(url: string): void {
-    this.window("beacon", url);
+    const message = this.windowMessage("beacon", url);
+    if (message) this.outbox.sendNow(() => this.post(message));
   }
 
+  /** Follows the events that led to it. */
   open(url: string): void {
-    this.window("open", url);
+    const message = this.windowMessage("open", url);
+    if (message) this.outbox.sendInOrder(() => this.post(message));
+  }
+
+  /** Posts whatever still waits; for a page that is being closed. */
+  flush(): void {
+    this.outbox.flush();
   }
 
   log(text: string): void {
     this.handlerNamed("VemoraLog")?.postMessage(text);
   }
 
-  private window(event: string, address: string): void {
+  private windowMessage(event: string, address: string): object | undefined {
     const url = webAddress(address);
-    if (url) this.notify("window", { event, url });
-    else this.log(`Dropped "${event}" with an unusable address: ${address}`);
+    if (url) return notification("window", { event, url });
+    this.log(`Dropped "${event}" with an unusable address: ${address}`);
+    return undefined;
   }
 
-  /** Must return undefined and must not throw: the native side takes either for a failed call. */
+  /** Must return undefined and must not throw: the native side treats anything else as a failed call. */
   private onMessage(text: string): void {
     const message = this.decode(text);
     if (!message || typeof message.method !== "string" || message.method === "") return;
@@ -76,7 +93,7 @@ export class Bridge implements NativeSide {
       const message: unknown = JSON.parse(text);
       if (isObject(message)) return message;
     } catch {
-      // Told below, as any other message that is no object.
+      // Logged below, like any other message that is not an object.
     }
     this.log("Ignored a message that is not a JSON object");
     return undefined;
@@ -96,14 +113,10 @@ export class Bridge implements NativeSide {
 
   private reply(id: unknown, answer: { result: Result } | { error: object }): void {
     if (typeof id !== "string" || id === "") return;
-    this.outbox.send(() => this.post({ jsonrpc: "2.0", id, ...answer }));
+    this.outbox.sendNow(() => this.post({ jsonrpc: "2.0", id, ...answer }));
   }
 
-  private notify(method: string, params: Record<string, unknown>): void {
-    this.outbox.send(() => this.post(notification(method, params)));
-  }
-
-  /** Plain JSON and nothing else: web views differ in what they make of the rest. */
+  /** Plain JSON only: web views differ in how they convert other values. */
   private post(body: object): void {
     this.handlerNamed("Vemora")?.postMessage(JSON.parse(JSON.stringify(body)));
   }

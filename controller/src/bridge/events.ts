@@ -1,4 +1,4 @@
-/** The event names that the native side knows. */
+/** Event names of the native side that this page sends. */
 export type AdEventName =
   | "AdLoaded"
   | "AdStarted"
@@ -15,13 +15,14 @@ export type AdEventName =
   | "AdPlaying"
   | "AdVolumeChange"
   | "AdClickThru"
+  | "AdInteraction"
   | "AdTimeChange"
   | "AdGroupStart"
   | "AdGroupEnd"
   | "AdError"
   | "AdSkippableStateChange";
 
-/** What the page tells the native side unasked. */
+/** Notifications from the page to the native side. */
 export interface NativeSide {
   event(id: string, name: AdEventName, data?: unknown): void;
   beacon(url: string): void;

@@ -1,29 +1,58 @@
 /**
- * The native side takes each message on a thread of its own, where close ones overtake each other, and sends each beacon
- * on a connection of its own. So that what happened first is told first, nothing leaves sooner than this after what left
- * before.
+ * The native side may handle each message on its own thread. Two messages posted in the same instant can overtake each
+ * other there; a few milliseconds apart they do not.
  */
-const gapMs = 40;
+const gapMs = 5;
 
-/** Sends one after the other, the first of them at once. */
+/** A timer this late is being throttled by the web view: waiting for one per message would take seconds. */
+const throttledMs = 100;
+
+interface Waiting {
+  post: () => void;
+  /** Milliseconds to keep after the message before it. */
+  gap: number;
+}
+
+/** Posts messages to the native side: at once where order cannot be observed, otherwise one after the other. */
 export class Outbox {
-  private readonly waiting: Array<() => void> = [];
+  private readonly waiting: Waiting[] = [];
   private timer: ReturnType<typeof setTimeout> | undefined;
+  private lastPost = -Infinity;
 
-  send(message: () => void): void {
-    if (this.timer !== undefined) {
-      this.waiting.push(message);
-      return;
-    }
-    message();
-    this.rest();
+  sendNow(post: () => void): void {
+    this.lastPost = performance.now();
+    post();
   }
 
-  private rest(): void {
+  /** Keeps the order among these messages, and a gap after everything that was posted before. */
+  sendInOrder(post: () => void, gap = gapMs): void {
+    this.waiting.push({ post, gap });
+    if (this.timer === undefined) this.drain();
+  }
+
+  /** Posts everything that waits: the page is about to go. */
+  flush(): void {
+    for (const { post } of this.waiting.splice(0)) this.sendNow(post);
+  }
+
+  private drain(): void {
+    for (let next = this.waiting[0]; next; next = this.waiting[0]) {
+      const delay = this.lastPost + next.gap - performance.now();
+      if (delay > 0) {
+        this.wait(Math.ceil(delay));
+        return;
+      }
+      this.waiting.shift();
+      this.sendNow(next.post);
+    }
+  }
+
+  private wait(delay: number): void {
+    const due = performance.now() + delay;
     this.timer = setTimeout(() => {
       this.timer = undefined;
-      const next = this.waiting.shift();
-      if (next) this.send(next);
-    }, gapMs);
+      if (performance.now() - due > throttledMs) this.flush();
+      else this.drain();
+    }, delay);
   }
 }

@@ -2,7 +2,7 @@ import type { JsonObject } from "../util/json";
 
 export type RequestParams = JsonObject;
 
-/** What a request is answered with; the native side drops empty results, so there is always a member. */
+/** The result of a request. The native side drops empty results, so it has at least one member. */
 export type Result = { [key: string]: unknown };
 
 export class RpcError extends Error {

@@ -12,7 +12,7 @@ function deliver(message: unknown): unknown {
   return window.VemoraProxy?.bridge.onMessage(text);
 }
 
-/** Until all that was to be sent has left. */
+/** Until everything has been posted. */
 const settled = () => vi.advanceTimersByTimeAsync(1000);
 
 beforeEach(() => {
@@ -77,6 +77,7 @@ describe("notifications", () => {
   it("are plain JSON objects without an id", async () => {
     bridge.event("ad-1", "AdTimeChange", 1.5);
     bridge.event("ad-1", "AdStarted");
+    await settled();
     bridge.beacon("https://tracker.example/?a=1");
     await settled();
     expect(posted).toEqual([
@@ -86,18 +87,56 @@ describe("notifications", () => {
     ]);
   });
 
-  it("leave one after the other, and the heartbeat between them", async () => {
+  const names = () => {
+    return posted.map((body) => {
+      const { method, params } = body as { method?: string; params?: Record<string, unknown> };
+      return method === "window" || method === "event" ? params?.event : (method ?? "reply");
+    });
+  };
+
+  it("are beacons and replies that leave at once, and events that leave in order behind them", async () => {
     bridge.serve(async () => ({ ok: true }));
-    bridge.beacon("https://tracker.example/1");
-    bridge.beacon("https://tracker.example/2");
-    deliver({ id: "7", method: "get.ads" });
+    for (let count = 0; count < 60; count += 1) bridge.beacon(`https://tracker.example/${count}`);
+    bridge.event("a", "AdStarted");
+    bridge.event("a", "AdImpression");
+    bridge.open("https://advertiser.example/");
+    deliver({ id: "7", method: "control.pause" });
     bridge.ping();
-    const names = () => posted.map((body) => (body as { method?: string }).method ?? "reply");
-    expect(names()).toEqual(["window", "ping"]);
-    await vi.advanceTimersByTimeAsync(45);
-    expect(names()).toEqual(["window", "ping", "window"]);
-    await vi.advanceTimersByTimeAsync(45);
-    expect(names()).toEqual(["window", "ping", "window", "reply"]);
+    await vi.advanceTimersByTimeAsync(0);
+    expect(names().slice(0, 60)).toEqual(Array(60).fill("beacon"));
+    expect(names().slice(60)).toEqual(["ping", "reply"]);
+    await vi.advanceTimersByTimeAsync(5);
+    expect(names().slice(62)).toEqual(["AdStarted"]);
+    bridge.beacon("https://tracker.example/last");
+    await vi.advanceTimersByTimeAsync(10);
+    expect(names().slice(63)).toEqual(["beacon", "AdImpression", "open"]);
+  });
+
+  it("that end the session leave a moment after everything else", async () => {
+    bridge.beacon("https://tracker.example/1");
+    bridge.event("a", "AdStopped");
+    bridge.event("a", "AdGroupEnd");
+    await vi.advanceTimersByTimeAsync(100);
+    expect(names()).toEqual(["beacon", "AdStopped"]);
+    await vi.advanceTimersByTimeAsync(5);
+    expect(names().slice(2)).toEqual(["AdGroupEnd"]);
+  });
+
+  it("do not wait in a page that is closed, or whose timers are throttled", async () => {
+    const burst = () => {
+      posted.length = 0;
+      for (const name of ["AdVideoComplete", "AdStopped", "AdGroupEnd"] as const) bridge.event("a", name);
+    };
+    burst();
+    bridge.flush();
+    expect(names()).toEqual(["AdVideoComplete", "AdStopped", "AdGroupEnd"]);
+    await settled();
+    burst();
+    const now = performance.now.bind(performance);
+    vi.spyOn(performance, "now").mockImplementation(() => now() + 900);
+    await vi.advanceTimersByTimeAsync(5);
+    vi.mocked(performance.now).mockRestore();
+    expect(names()).toEqual(["AdVideoComplete", "AdStopped", "AdGroupEnd"]);
   });
 
   it("send nothing out but web addresses", () => {
@@ -108,7 +147,7 @@ describe("notifications", () => {
     expect(logged).toHaveLength(5);
   });
 
-  it("are harmless in a page that nobody hosts", () => {
+  it("do no harm in a page without a native side", () => {
     window.webkit = undefined;
     expect(() => bridge.ping()).not.toThrow();
   });
