@@ -7,7 +7,7 @@ import { build } from "esbuild";
 const root = new URL("../", import.meta.url);
 const inRoot = (path) => fileURLToPath(new URL(path, root));
 
-// The oldest web view the SDK runs in.
+// The oldest web views that the SDK runs in.
 const target = ["safari13", "chrome80"];
 
 async function bundle(entry) {
@@ -27,21 +27,25 @@ async function bundle(entry) {
 
 const hashOf = (text) => `'sha256-${createHash("sha256").update(text).digest("base64")}'`;
 
-// "<\/" means the same to a script and does not end the element that holds it.
+// "<\/" means the same in a script and does not end the script element.
 const script = (await bundle("src/main.ts")).replace(/<\/(script)/gi, "<\\/$1").replace(/<!--/g, "<\\!--");
 const style = await bundle("src/controls/controls.css");
 
 const policy = [
   "default-src 'none'",
   `script-src ${hashOf(script)}`,
-  `style-src ${hashOf(style)}`,
+  // HTML of an ad is shown in a sandboxed frame that inherits this policy: it may bring its styles, never a script.
+  "style-src 'unsafe-inline' https:",
+  "font-src https:",
+  "img-src 'self' https: data:",
+  "frame-src 'self' https:",
   "connect-src 'self' https:",
   "media-src 'self' https: blob:",
   "base-uri 'none'",
   "form-action 'none'",
 ].join("; ");
 
-// The bundled libraries ask for their notices in every copy.
+// The licences of the bundled libraries require their notices in every copy.
 const libraries = ["@dailymotion/vast-client", "@dailymotion/vmap"];
 const notices = libraries.map(async (name) => {
   return `${name}:\n${(await readFile(inRoot(`node_modules/${name}/LICENSE`), "utf8")).trim()}`;

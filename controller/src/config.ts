@@ -22,6 +22,10 @@ export interface Config {
   adsTimeout: number;
   /** Playback that makes no progress for this long has failed. */
   stallTimeout: number;
+  /** For the first frame of an ad, all its files together. */
+  startTimeout: number;
+  /** How long an end card stays; 0 shows none. */
+  endCardTime: number;
   /** Ceiling for the media choice; 0 leaves it to the size of the view. */
   maxBitrate: number;
   faults: Faults;
@@ -35,6 +39,8 @@ const defaults = {
   wrapperTimeout: 3,
   adsTimeout: 4,
   stallTimeout: 8,
+  startTimeout: 8,
+  endCardTime: 5,
   maxBitrate: 0,
 } as const;
 
@@ -55,6 +61,8 @@ export function configFrom(host: JsonObject): Config {
     wrapperTimeout: positive("wrapperTimeout"),
     adsTimeout: Math.min(positive("adsTimeout"), longestAdsTimeout),
     stallTimeout: positive("stallTimeout"),
+    startTimeout: positive("startTimeout"),
+    endCardTime: positive("endCardTime"),
     maxBitrate: positive("maxBitrate"),
     faults: {
       stopPingAfter: numberAt(faults, "stopPingAfter"),

@@ -5,20 +5,19 @@ import { element } from "./dom";
 const fetchTimeout = 8;
 
 /**
- * Captions drawn by the page, so that they look alike in every web view and keep clear of the
- * controls. The files are fetched rather than given to the element: that would ask the servers of
- * the media for permission, which they need not give.
+ * Captions drawn by the page, so that they look alike in every web view and keep clear of the controls. The page fetches
+ * the files itself: given to the element, they would make it ask the servers of the media for CORS permission, which most
+ * do not grant.
  */
 export class Captions {
   readonly box = element("div", "captions");
   private isOn = false;
-  /** Grows with every ad, so that a file that comes late for an earlier one is dropped. */
+  /** Grows with every ad, so that a late file of an earlier ad is dropped. */
   private generation = 0;
   private track: HTMLTrackElement | undefined;
   private objectUrl: string | undefined;
 
   constructor(
-    private readonly video: HTMLVideoElement,
     private readonly onAvailable: (available: boolean) => void,
     private readonly log: (text: string) => void,
   ) {}
@@ -27,14 +26,14 @@ export class Captions {
     return this.isOn;
   }
 
-  async show(files: CaptionFile[], language: string): Promise<void> {
+  async show(video: HTMLVideoElement, files: CaptionFile[], language: string): Promise<void> {
     this.clear();
     const file = files.find(({ lang }) => lang.split(/[-_]/)[0] === language.split(/[-_]/)[0]) ?? files[0];
     if (!file) return;
     const generation = this.generation;
     try {
       const text = await fetchText(file.src, fetchTimeout);
-      if (generation === this.generation) this.attach(file, text);
+      if (generation === this.generation) this.attach(video, file, text);
     } catch (error) {
       this.log(`Captions could not be read: ${(error as Error).message}`);
     }
@@ -55,7 +54,7 @@ export class Captions {
     this.onAvailable(false);
   }
 
-  private attach(file: CaptionFile, text: string): void {
+  private attach(video: HTMLVideoElement, file: CaptionFile, text: string): void {
     this.objectUrl = URL.createObjectURL(new Blob([text], { type: "text/vtt" }));
     const track = document.createElement("track");
     track.kind = "captions";
@@ -65,9 +64,9 @@ export class Captions {
     track.track.mode = "hidden";
     track.track.addEventListener("cuechange", () => this.draw(track.track));
     track.addEventListener("load", () => this.onAvailable(true));
-    track.addEventListener("error", () => this.log("Captions could not be read: not in a form known here"));
-    this.video.append(track);
-    // Attaching may let the browser's own preferences choose again.
+    track.addEventListener("error", () => this.log("Captions could not be read: not in WebVTT"));
+    video.append(track);
+    // The browser's own preferences may choose another mode when a track is attached.
     track.track.mode = "hidden";
     this.track = track;
   }
@@ -75,6 +74,13 @@ export class Captions {
   private draw(track: TextTrack): void {
     const cues = Array.from(track.activeCues ?? []) as VTTCue[];
     this.box.textContent = "";
-    this.box.append(...cues.map((cue) => element("span", "cue", cue.getCueAsHTML())));
+    this.box.append(...cues.map(drawn));
   }
+}
+
+/** Captions may be in another language than the controls, written the other way. */
+function drawn(cue: VTTCue): HTMLElement {
+  const line = element("span", "cue", cue.getCueAsHTML());
+  line.dir = "auto";
+  return line;
 }

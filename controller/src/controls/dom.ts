@@ -31,7 +31,7 @@ export function setIcon(svg: SVGSVGElement, name: IconName): void {
   svg.append(path);
 }
 
-/** Screen readers repeat what is written anew, so what stays the same is not. */
+/** Screen readers repeat whatever is written, so an unchanged text is not written again. */
 export function setText(target: HTMLElement, text: string): void {
   if (target.textContent !== text) target.textContent = text;
 }

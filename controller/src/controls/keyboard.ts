@@ -15,7 +15,7 @@ const actionsByKey: Record<string, keyof KeyActions> = {
   escape: "close",
 };
 
-/** Keys that work wherever the focus is; a focused button keeps the ones that press it. */
+/** Keys that work wherever the focus is. A focused button keeps those that press it. */
 export function listenForKeys(target: Document, actions: KeyActions): void {
   target.addEventListener("keydown", (event) => {
     if (event.repeat || event.altKey || event.ctrlKey || event.metaKey) return;

@@ -1,10 +1,12 @@
 import type { MediaFile } from "../ads/ad";
+import { AdFailure, VastCode } from "../ads/vast_error";
 import { mediaFailure } from "./media_failure";
 import { Milestones, type Quartile } from "./milestones";
 import { StallWatch } from "./stall_watch";
-import { AdFailure, VastCode } from "../ads/vast_error";
+import { StartLimit } from "./start_limit";
+import { TickClock } from "./tick_clock";
 
-/** What one ad's playback tells its owner. After `ended` or `failed` nothing more is told. */
+/** What one ad's playback reports to its owner. Nothing follows `ended` or `failed`. */
 export interface PlaybackListener {
   loaded(): void;
   firstFrame(): void;
@@ -19,41 +21,52 @@ export interface PlaybackListener {
   mutedToStart(): void;
 }
 
+export interface PlaybackOptions {
+  /** In the order in which they are tried. */
+  files: MediaFile[];
+  /** The first file is in the element already and may have loaded. */
+  isPrepared: boolean;
+  declaredDuration?: number;
+  /** Seconds. */
+  startTimeout: number;
+  stallTimeout: number;
+}
+
 const tickMs = 250;
 
 /** How near to its end a file counts as played when the web view pauses it there first. */
 const endSlackSeconds = 0.3;
 
-/** With this much at hand nothing but the web view itself holds a film up. */
+/** With this much buffered ahead, only the web view itself can be holding playback up. */
 const leastDataSeconds = 0.25;
 
 /**
- * Plays one ad on a video element: tries its files in order until one shows a first frame, and
- * reports progress from a timer, because neither animation frames nor the visibility state can be
- * relied on while the view is parked.
+ * Plays one ad on a video element: tries its files in order until one shows a first frame, and reports progress from a
+ * timer, because neither animation frames nor the visibility state are reliable while the view is parked.
  */
 export class AdPlayback {
   private readonly milestones = new Milestones();
+  private readonly clock = new TickClock();
+  private readonly startLimit: StartLimit;
   private readonly stall: StallWatch;
   private readonly unlisten: Array<() => void> = [];
   private timer: ReturnType<typeof setInterval> | undefined;
   private candidate = 0;
-  /** Grows with every file tried, so that late answers about an earlier one are known for such. */
+  /** Grows with every file tried, so that late results of an earlier one can be recognised. */
   private attempt = 0;
   private hasLoaded = false;
   private hasStarted = false;
   private isDone = false;
   private wantsToPlay = true;
-  private lastTold = -1;
+  private lastReported = -1;
 
   constructor(
     private readonly video: HTMLVideoElement,
-    private readonly files: MediaFile[],
-    private readonly declaredDuration: number | undefined,
-    stallTimeout: number,
+    private readonly options: PlaybackOptions,
     private readonly listener: PlaybackListener,
   ) {
-    this.stall = new StallWatch(stallTimeout);
+    this.startLimit = new StartLimit(options.startTimeout);
+    this.stall = new StallWatch(options.stallTimeout);
   }
 
   get isPlaying(): boolean {
@@ -70,29 +83,37 @@ export class AdPlayback {
 
   get duration(): number {
     const known = this.video.duration;
-    return Number.isFinite(known) && known > 0 ? known : (this.declaredDuration ?? 0);
+    return Number.isFinite(known) && known > 0 ? known : (this.options.declaredDuration ?? 0);
   }
 
   /** The file being tried or played, the last one when all have failed. */
   get file(): MediaFile | undefined {
-    return this.files[Math.min(this.candidate, this.files.length - 1)];
+    const { files } = this.options;
+    return files[Math.min(this.candidate, files.length - 1)];
+  }
+
+  /** Everything has been buffered, so that the network is free for the next ad. */
+  get isFullyBuffered(): boolean {
+    return this.bufferedEnd() >= this.duration - endSlackSeconds;
   }
 
   start(): void {
     this.listen("loadedmetadata", () => this.onLoaded());
     this.listen("playing", () => this.onPlaying());
-    this.listen("timeupdate", () => this.look());
+    this.listen("timeupdate", () => this.reportQuartiles());
     this.listen("play", () => this.onElementPlay());
     this.listen("pause", () => this.onElementPause());
     this.listen("ended", () => this.onEnded());
     this.listen("error", () => void this.onElementError());
     this.timer = setInterval(() => this.onTick(), tickMs);
-    this.tryCandidate();
+    if (this.options.isPrepared && !this.video.error) this.playPrepared();
+    else this.tryCandidate();
   }
 
   pause(): void {
     if (this.isDone || !this.wantsToPlay) return;
     this.wantsToPlay = false;
+    this.clock.interrupt();
     this.video.pause();
     this.listener.paused();
   }
@@ -105,11 +126,11 @@ export class AdPlayback {
     this.play();
   }
 
-  /** Ends without a word to the listener. */
+  /** Ends without notifying the listener. */
   stop(): void {
     this.isDone = true;
     clearInterval(this.timer);
-    for (const forget of this.unlisten.splice(0)) forget();
+    for (const remove of this.unlisten.splice(0)) remove();
     this.video.pause();
     this.video.removeAttribute("src");
     this.video.load();
@@ -123,13 +144,20 @@ export class AdPlayback {
     this.unlisten.push(() => this.video.removeEventListener(event, guarded));
   }
 
+  private playPrepared(): void {
+    this.attempt += 1;
+    if (this.video.readyState > 0) this.onLoaded();
+    if (this.wantsToPlay) this.play();
+  }
+
   private tryCandidate(): void {
-    const file = this.files[this.candidate];
+    const file = this.options.files[this.candidate];
     if (!file) {
       this.fail(new AdFailure(VastCode.noSupportedMedia, "No media file of the ad can be played here"));
       return;
     }
     this.attempt += 1;
+    this.startLimit.nextFile();
     this.stall.reset();
     this.video.src = file.src;
     this.video.load();
@@ -170,48 +198,68 @@ export class AdPlayback {
 
   private onTick(): void {
     if (this.isDone || !this.wantsToPlay) return;
-    this.look();
+    const step = this.clock.step(performance.now() / 1000);
+    if (!this.hasStarted) {
+      this.limitStart(step);
+      if (this.isDone) return;
+    }
+    this.reportQuartiles();
     if (this.isDone) return;
-    this.tellTime();
-    if (this.stall.isStalled(this.video.currentTime, performance.now() / 1000)) {
+    this.reportTime();
+    if (this.stall.isStalled(this.video.currentTime, step)) {
       this.giveUpFile(new AdFailure(VastCode.mediaTimeout, "The media file made no progress"));
     } else if (this.stall.isNudgeDue() && this.hasDataAhead()) {
       this.nudge();
     }
   }
 
-  private hasDataAhead(): boolean {
-    const { buffered, currentTime } = this.video;
-    for (let i = 0; i < buffered.length; i += 1) {
-      if (buffered.start(i) <= currentTime && buffered.end(i) > currentTime + leastDataSeconds) return true;
+  private limitStart(step: number): void {
+    this.startLimit.add(step);
+    const filesLeft = this.options.files.length - this.candidate - 1;
+    if (this.startLimit.isReached) {
+      this.fail(new AdFailure(VastCode.mediaTimeout, "The ad showed no frame in time"));
+    } else if (this.video.readyState === 0 && this.startLimit.isFileShareUsed(filesLeft)) {
+      this.giveUpFile(new AdFailure(VastCode.mediaTimeout, "The media file did not arrive in time"));
     }
-    return false;
   }
 
-  /** WebKitGTK can wait for ever for data that it has; of all that asks it to go on, only this is heard. */
+  private hasDataAhead(): boolean {
+    return this.bufferedEnd() > this.video.currentTime + leastDataSeconds;
+  }
+
+  /** The end of the buffered range in which the playhead is; -1 without one. */
+  private bufferedEnd(): number {
+    const { buffered, currentTime } = this.video;
+    for (let i = 0; i < buffered.length; i += 1) {
+      if (buffered.start(i) <= currentTime && buffered.end(i) >= currentTime) return buffered.end(i);
+    }
+    return -1;
+  }
+
+  /** WebKitGTK can wait for ever for data that it has. Only a pause followed by a play makes it go on. */
   private nudge(): void {
     this.video.pause();
     this.play();
   }
 
-  private look(): void {
+  private reportQuartiles(): void {
     if (!this.hasStarted) return;
     for (const quartile of this.milestones.reached(this.video.currentTime, this.duration)) {
       this.listener.quartile(quartile);
     }
   }
 
-  private tellTime(): void {
+  private reportTime(): void {
     const playhead = this.video.currentTime;
-    if (!this.hasStarted || playhead === this.lastTold) return;
-    this.lastTold = playhead;
+    if (!this.hasStarted || playhead === this.lastReported) return;
+    this.lastReported = playhead;
     this.listener.time(playhead, this.duration);
   }
 
-  /** A media key or the system may pause and play the element behind our back. */
+  /** A media key or the system may pause and play the element without the page. */
   private onElementPause(): void {
     const atEnd = this.video.ended || this.video.currentTime >= this.duration - endSlackSeconds;
-    // The event comes late: only what still holds counts, not what was undone meanwhile.
+    // The event is asynchronous: what counts is the state now, which may have been undone meanwhile.
     const isPaused = this.video.paused && !atEnd && !this.video.error;
     if (isPaused && this.wantsToPlay && this.hasStarted) this.pause();
   }
@@ -223,7 +271,7 @@ export class AdPlayback {
   private onEnded(): void {
     this.onPlaying();
     for (const quartile of this.milestones.rest()) this.listener.quartile(quartile);
-    this.tellTime();
+    this.reportTime();
     this.isDone = true;
     this.listener.ended();
   }
@@ -234,10 +282,10 @@ export class AdPlayback {
     if (!this.isDone && attempt === this.attempt) this.giveUpFile(failure);
   }
 
-  /** Before the first frame another file may still do; afterwards the ad has failed. */
+  /** Before the first frame another file may still work; afterwards the ad has failed. */
   private giveUpFile(failure: AdFailure): void {
     this.candidate += 1;
-    if (!this.hasStarted && this.candidate < this.files.length) this.tryCandidate();
+    if (!this.hasStarted && this.candidate < this.options.files.length) this.tryCandidate();
     else this.fail(failure);
   }
 

@@ -1,10 +1,13 @@
-import type { Ad, MacroValues } from "../ads/ad";
+import type { Ad, Icon, MacroValues } from "../ads/ad";
 import type { AdFailure } from "../ads/vast_error";
 import type { AdBreak } from "../ads/vmap_breaks";
 import type { NativeSide } from "../bridge/events";
 import type { Config } from "../config";
+import { rankMedia } from "../media/media_choice";
 import type { Payload } from "../payload";
 import { resolveMacros, type PlayerState } from "../tracking/macros";
+import { endCardOf } from "./end_card";
+import { NextAd } from "./next_ad";
 import type { PlayerView } from "./player_view";
 import { PlayingAd } from "./playing_ad";
 
@@ -15,9 +18,9 @@ export interface PauseData {
   ignorePreviousState: boolean;
 }
 
-export type GroupState = "empty" | "ready" | "playing" | "ending" | "ended";
+export type GroupState = "empty" | "ready" | "playing" | "ended";
 
-/** What one load has brought. */
+/** The result of one load. */
 export interface AdGroup {
   ads: Ad[];
   /** Macro values that hold for all ads. */
@@ -27,12 +30,6 @@ export interface AdGroup {
   config: Config;
 }
 
-/**
- * Messages of the page may overtake each other on the native side, and the one that ends the
- * session closes the page: it leaves a moment after everything it must not overtake.
- */
-const lastWordDelayMs = 100;
-
 const plainPause: PauseData = { background: false, ignorePreviousState: false };
 
 /** Plays the ads of a group one after the other, as the host app and the viewer command. */
@@ -40,6 +37,7 @@ export class GroupPlayer {
   private group: AdGroup | undefined;
   private position = 0;
   private current: PlayingAd | undefined;
+  private next: NextAd | undefined;
   private lifecycle: GroupState = "empty";
   /** Set between a background pause and the resume that answers it. */
   private background: { wasPlaying: boolean } | undefined;
@@ -57,11 +55,12 @@ export class GroupPlayer {
     return this.lifecycle !== "empty" && this.lifecycle !== "ready";
   }
 
-  /** Takes the ads of a load; a group that has begun is not exchanged under the viewer's eyes. */
+  /** Takes the ads of a load; a group that has begun is not exchanged while it is watched. */
   prepare(group: AdGroup): void {
     if (this.hasBegun) return;
     this.group = group;
     this.lifecycle = group.ads.length > 0 ? "ready" : "empty";
+    this.view.setLanguage(group.payload.privacy.language);
   }
 
   start(): void {
@@ -71,7 +70,7 @@ export class GroupPlayer {
     this.lifecycle = "playing";
     this.fireForBreak("breakStart");
     if (group.config.faults.adError !== undefined) {
-      this.endWith(first.id, "AdError", group.config.faults.adError);
+      this.fail(first.id, group.config.faults.adError);
       return;
     }
     const { muted, volume } = group.payload.playback;
@@ -111,13 +110,20 @@ export class GroupPlayer {
     if (left) this.endWith(left.id, "AdGroupEnd");
   }
 
-  /** The host's word counts at any time; the offset binds the viewer alone. */
+  /** The host app may skip at any time; the offset restricts the viewer only. */
   skip(): void {
     this.current?.reportSkip();
     this.leaveAndContinue();
   }
 
+  /** Also before the start: the viewer may close the window of an ad that is about to begin. */
   close(): void {
+    const first = this.group?.ads[0];
+    if (this.lifecycle === "ready" && first) {
+      this.native.event(first.id, "AdUserClose");
+      this.endWith(first.id, "AdGroupEnd");
+      return;
+    }
     this.current?.reportClose();
     this.stop();
   }
@@ -127,9 +133,17 @@ export class GroupPlayer {
     if (this.current?.canSkip) this.skip();
   }
 
-  /** Playback goes on when the native side says so, or the viewer. */
+  /** Playback resumes when the native side or the viewer asks for it. */
   clickThrough(): void {
     this.current?.clickThrough(() => this.pause());
+  }
+
+  iconClicked(icon: Icon): void {
+    this.current?.iconClicked(icon, () => this.pause());
+  }
+
+  endCardClicked(link: string | undefined): void {
+    this.current?.endCardClicked(link, () => this.pause());
   }
 
   togglePause(): void {
@@ -145,14 +159,23 @@ export class GroupPlayer {
     const ad = this.group?.ads[position];
     if (!this.group || !ad) return;
     const { ads, macros, payload, config } = this.group;
+    const prepared = this.takePrepared(ad);
+    const isLast = position + 1 === ads.length;
     this.position = position;
     this.current = new PlayingAd({
       ad,
+      files: prepared?.files ?? this.filesOf(ad, config),
+      isPrepared: prepared !== undefined,
+      endCard:
+        isLast && config.endCardTime > 0
+          ? endCardOf(ad.companions, payload.placementType, this.view.size())
+          : undefined,
       native: this.native,
       view: this.view,
       config,
       sessionMacros: macros,
       playerState: () => this.playerState(payload),
+      onTimeToPrepare: () => this.prepareNext(),
       onComplete: () => this.leaveAndContinue(),
       onFailed: (failure) => this.onFailed(failure),
     });
@@ -178,6 +201,25 @@ export class GroupPlayer {
     for (const url of adBreak?.tracking[event] ?? []) this.native.beacon(resolveMacros(url, macros ?? {}));
   }
 
+  private filesOf(ad: Ad, config: Config) {
+    const canPlayType = (type: string) => this.view.video.canPlayType(type);
+    return rankMedia(ad.media, canPlayType, this.view.size(), config.maxBitrate);
+  }
+
+  private prepareNext(): void {
+    const ad = this.group?.ads[this.position + 1];
+    if (this.group && ad) this.next = new NextAd(ad, this.filesOf(ad, this.group.config), this.view.spareVideo);
+  }
+
+  /** Puts the element that has loaded this ad on the screen, if one has. */
+  private takePrepared(ad: Ad): NextAd | undefined {
+    const next = this.next;
+    this.next = undefined;
+    if (next?.ad !== ad) return undefined;
+    this.view.swapVideos();
+    return next;
+  }
+
   /** An ad that follows while the app is in the background waits for the app to come back. */
   private holdInBackground(): void {
     if (!this.background) return;
@@ -191,7 +233,7 @@ export class GroupPlayer {
       return;
     }
     const left = this.leaveCurrent();
-    if (left) this.endWith(left.id, "AdError", failure.text);
+    if (left) this.fail(left.id, failure.text);
   }
 
   private get hasNext(): boolean {
@@ -212,12 +254,16 @@ export class GroupPlayer {
     return current;
   }
 
+  private fail(id: string, reason: string): void {
+    this.view.showFailure();
+    this.endWith(id, "AdError", reason);
+  }
+
   private endWith(id: string, name: "AdGroupEnd" | "AdError", data?: string): void {
-    this.lifecycle = "ending";
-    this.fireForBreak("breakEnd");
-    setTimeout(() => {
-      this.lifecycle = "ended";
-      this.native.event(id, name, data);
-    }, lastWordDelayMs);
+    if (this.lifecycle === "playing") this.fireForBreak("breakEnd");
+    this.lifecycle = "ended";
+    this.next?.discard();
+    this.next = undefined;
+    this.native.event(id, name, data);
   }
 }

@@ -1,13 +1,15 @@
-import { secondsOf, type Ad } from "../ads/ad";
+import { secondsOf, type Ad, type Companion, type Icon, type MediaFile } from "../ads/ad";
+import type { AdFailure } from "../ads/vast_error";
 import type { AdEventName, NativeSide } from "../bridge/events";
 import type { Config } from "../config";
-import { rankMedia } from "../media/media_choice";
 import type { MacroValues, PlayerState } from "../tracking/macros";
 import { AdTracker } from "../tracking/tracker";
 import { AdPlayback } from "./ad_playback";
+import { EndCardTimer } from "./end_card";
+import { iconsAt, iconsForScreen } from "./icon_choice";
 import type { Quartile, QuartileName } from "./milestones";
 import type { PlayerView } from "./player_view";
-import type { AdFailure } from "../ads/vast_error";
+import { Viewability } from "./viewability";
 
 const quartileEvents: Record<QuartileName, AdEventName> = {
   firstQuartile: "AdVideoFirstQuartile",
@@ -15,30 +17,46 @@ const quartileEvents: Record<QuartileName, AdEventName> = {
   thirdQuartile: "AdVideoThirdQuartile",
 };
 
+/** The next ad is loaded when this one needs the network no more, or has only this long to go. */
+const prepareAheadSeconds = 10;
+
 export interface PlayingAdParts {
   ad: Ad;
+  files: MediaFile[];
+  /** The view's video element has loaded the first file already. */
+  isPrepared: boolean;
+  endCard: Companion | undefined;
   native: NativeSide;
   view: PlayerView;
   config: Config;
   sessionMacros: MacroValues;
   playerState: () => PlayerState;
-  /** The ad has played to its end. */
+  /** This ad leaves room for loading what follows. Called once. */
+  onTimeToPrepare: () => void;
+  /** The ad has played to its end, and its end card has been shown. */
   onComplete: () => void;
   onFailed: (failure: AdFailure) => void;
 }
 
-/** The ad on the screen: turns its playback and the viewer's doings into beacons and events, beacons first. */
+/** The ad on the screen: turns its playback and the viewer's actions into beacons and events, beacons first. */
 export class PlayingAd {
   private readonly playback: AdPlayback;
   private readonly tracker: AdTracker;
+  private readonly viewability: Viewability;
+  private readonly icons: Icon[];
+  private endCardTimer: EndCardTimer | undefined;
+  private stopObserving: (() => void) | undefined;
   private skippable = false;
+  private hasPrepared = false;
 
   constructor(private readonly parts: PlayingAdParts) {
-    const { ad, native, view, config, sessionMacros } = parts;
-    const canPlayType = (type: string) => view.video.canPlayType(type);
-    const files = rankMedia(ad.media, canPlayType, view.size(), config.maxBitrate);
+    const { ad, files, isPrepared, native, view, config, sessionMacros } = parts;
+    const { startTimeout, stallTimeout } = config;
+    const options = { files, isPrepared, declaredDuration: ad.duration, startTimeout, stallTimeout };
+    this.icons = iconsForScreen(ad.icons, window.devicePixelRatio || 1);
     this.tracker = new AdTracker(ad, sessionMacros, (url) => native.beacon(url), parts.playerState);
-    this.playback = new AdPlayback(view.video, files, ad.duration, config.stallTimeout, {
+    this.viewability = new Viewability((group) => this.upToDateTracker().fireViewability(group));
+    this.playback = new AdPlayback(view.video, options, {
       loaded: () => this.onLoaded(),
       firstFrame: () => this.onFirstFrame(),
       time: (playhead, duration) => this.onTime(playhead, duration),
@@ -56,11 +74,11 @@ export class PlayingAd {
   }
 
   get isPlaying(): boolean {
-    return this.playback.isPlaying;
+    return this.endCardTimer?.isRunning ?? this.playback.isPlaying;
   }
 
   get canSkip(): boolean {
-    return this.skippable;
+    return this.skippable && !this.endCardTimer;
   }
 
   start(): void {
@@ -68,38 +86,56 @@ export class PlayingAd {
   }
 
   pause(): void {
+    this.endCardTimer?.hold();
     this.playback.pause();
   }
 
   resume(): void {
+    this.endCardTimer?.goOn();
     this.playback.resume();
   }
 
+  /** An end card belongs to an ad that was complete. */
   reportSkip(): void {
+    if (this.endCardTimer) return;
     this.upToDateTracker().fire("skip");
-    this.tell("AdSkipped");
+    this.report("AdSkipped");
   }
 
   reportClose(): void {
-    this.upToDateTracker().fire("closeLinear");
-    this.tell("AdUserClose");
+    if (!this.endCardTimer) this.upToDateTracker().fire("closeLinear");
+    this.report("AdUserClose");
   }
 
   /** Takes the ad off the screen, however far it has come. */
   leave(): void {
-    if (this.playback.started) this.tell("AdStopped");
+    this.endCardTimer?.stop();
+    this.stopObserving?.();
+    if (this.playback.started) {
+      this.viewability.finish();
+      this.report("AdStopped");
+    }
     this.playback.stop();
     this.parts.view.clear();
   }
 
-  /** Opens the advertiser's page, once `pause` has held the film. */
+  /** Opens the advertiser's page, after `pause` has paused the ad. */
   clickThrough(pause: () => void): void {
-    const target = this.parts.ad.clickthru;
-    if (!target || !this.playback.started) return;
+    if (!this.playback.started || this.endCardTimer) return;
     this.upToDateTracker().fire("clickTracking");
-    pause();
-    this.tell("AdClickThru", target);
-    this.parts.native.open(target);
+    this.open(this.parts.ad.clickthru, "AdClickThru", pause);
+  }
+
+  iconClicked(icon: Icon, pause: () => void): void {
+    this.upToDateTracker().fireAll(icon.clickTracking);
+    this.open(icon.clickthru, "AdInteraction", pause);
+  }
+
+  endCardClicked(link: string | undefined, pause: () => void): void {
+    const { endCard } = this.parts;
+    if (!endCard || !this.endCardTimer) return;
+    this.upToDateTracker().fireAll(endCard.clickTracking);
+    this.open(endCard.clickthru ?? link ?? this.parts.ad.clickthru, "AdClickThru", pause);
   }
 
   toggleMute(): void {
@@ -109,54 +145,89 @@ export class PlayingAd {
     this.volumeChanged();
   }
 
+  private open(target: string | undefined, event: AdEventName, pause: () => void): void {
+    if (!target) return;
+    pause();
+    this.report(event, target);
+    this.parts.native.open(target);
+  }
+
   private onLoaded(): void {
     this.upToDateTracker().fire("loaded");
-    this.tell("AdLoaded");
+    this.report("AdLoaded");
   }
 
   private onFirstFrame(): void {
     const tracker = this.upToDateTracker();
     for (const name of ["impression", "creativeView", "start"] as const) tracker.fire(name);
     tracker.fireVerificationNotExecuted();
-    for (const name of ["AdStarted", "AdImpression", "AdVideoStart"] as const) this.tell(name);
+    for (const name of ["AdStarted", "AdImpression", "AdVideoStart"] as const) this.report(name);
+    this.stopObserving = this.parts.view.observeShare((share) => this.viewability.setShare(share));
     this.showSkip();
+    this.showIcons(this.playback.playhead);
   }
 
   private onTime(playhead: number, duration: number): void {
     this.upToDateTracker().fireProgress(playhead, duration);
-    this.tell("AdTimeChange", playhead);
+    this.report("AdTimeChange", playhead);
+    this.viewability.playedTo(playhead);
     this.parts.view.setTime(playhead, duration);
     this.showSkip();
+    this.showIcons(playhead);
+    this.prepareWhatFollows(duration - playhead);
   }
 
-  /** After a long gap between two looks the beacons still leave in the order of their offsets. */
+  private prepareWhatFollows(secondsLeft: number): void {
+    if (this.hasPrepared || (secondsLeft > prepareAheadSeconds && !this.playback.isFullyBuffered)) return;
+    this.hasPrepared = true;
+    if (this.parts.endCard) this.parts.view.prepareEndCard(this.parts.endCard);
+    this.parts.onTimeToPrepare();
+  }
+
+  /** After a long gap between two ticks the beacons still leave in the order of their offsets. */
   private onQuartile({ name, share }: Quartile): void {
     const { duration } = this.playback;
     this.upToDateTracker().fireProgress(share * duration, duration);
     this.tracker.fire(name);
-    this.tell(quartileEvents[name]);
+    this.report(quartileEvents[name]);
   }
 
   private onPaused(): void {
     this.parts.view.setPaused(true);
+    this.viewability.interrupt();
     if (!this.playback.started) return;
     this.upToDateTracker().fire("pause");
-    this.tell("AdPaused");
+    this.report("AdPaused");
   }
 
   private onResumed(): void {
     this.parts.view.setPaused(false);
     if (!this.playback.started) return;
     this.upToDateTracker().fire("resume");
-    this.tell("AdPlaying");
+    this.report("AdPlaying");
   }
 
   private onEnded(): void {
     const { duration } = this.playback;
     this.upToDateTracker().fireProgress(duration, duration);
     this.tracker.fire("complete");
-    this.tell("AdVideoComplete");
-    this.parts.onComplete();
+    this.report("AdVideoComplete");
+    if (this.parts.endCard) this.showEndCard(this.parts.endCard);
+    else this.parts.onComplete();
+  }
+
+  private showEndCard(companion: Companion): void {
+    const { view, config, onComplete } = this.parts;
+    const timer = new EndCardTimer(config.endCardTime, onComplete);
+    this.endCardTimer = timer;
+    view.setIcons([], () => undefined);
+    view.showEndCard(companion, {
+      shown: () => {
+        timer.shown();
+        this.upToDateTracker().fireAll(companion.creativeView);
+      },
+      failed: onComplete,
+    });
   }
 
   private onFailed(failure: AdFailure): void {
@@ -175,13 +246,20 @@ export class PlayingAd {
     this.parts.view.setSkip(wait);
     if (wait > 0 || this.skippable) return;
     this.skippable = true;
-    this.tell("AdSkippableStateChange", true);
+    this.report("AdSkippableStateChange", true);
+  }
+
+  private showIcons(playhead: number): void {
+    if (this.icons.length === 0) return;
+    this.parts.view.setIcons(iconsAt(this.icons, playhead), (icon) => {
+      this.upToDateTracker().fireAll(icon.viewTracking);
+    });
   }
 
   private volumeChanged(): void {
     const { muted, volume } = this.parts.view.video;
     this.parts.view.setMuted(muted);
-    this.tell("AdVolumeChange", muted ? 0 : volume);
+    this.report("AdVolumeChange", muted ? 0 : volume);
   }
 
   private upToDateTracker(): AdTracker {
@@ -189,7 +267,7 @@ export class PlayingAd {
     return this.tracker;
   }
 
-  private tell(name: AdEventName, data?: unknown): void {
+  private report(name: AdEventName, data?: unknown): void {
     this.parts.native.event(this.id, name, data);
   }
 }

@@ -1,7 +1,4 @@
-/** A timer that was held up (a suspended machine, a hidden view) must not pass for a stall. */
-const longestStepSeconds = 1;
-
-/** How long the playhead stands still before it is worth a nudge, and then another. */
+/** How long the playhead rests before playback is nudged, and again before each further nudge. */
 const nudgeEverySeconds = 1;
 
 /** Adds up the time in which the playhead should have moved and did not. */
@@ -9,39 +6,31 @@ export class StallWatch {
   private stalledFor = 0;
   private nextNudge = nudgeEverySeconds;
   private lastPlayhead = -1;
-  private lastLook: number | undefined;
 
   constructor(private readonly limitSeconds: number) {}
 
   /** Forgets what was counted: another file, or a pause. */
   reset(): void {
-    this.moved();
+    this.stalledFor = 0;
+    this.nextNudge = nudgeEverySeconds;
     this.lastPlayhead = -1;
-    this.lastLook = undefined;
   }
 
-  /** True once the playhead has stood still for the limit. */
-  isStalled(playhead: number, nowSeconds: number): boolean {
-    const step = this.lastLook === undefined ? 0 : Math.min(nowSeconds - this.lastLook, longestStepSeconds);
-    this.lastLook = nowSeconds;
+  /** True once the playhead has rested for the limit. */
+  isStalled(playhead: number, stepSeconds: number): boolean {
     if (playhead !== this.lastPlayhead) {
+      this.reset();
       this.lastPlayhead = playhead;
-      this.moved();
       return false;
     }
-    this.stalledFor += step;
+    this.stalledFor += stepSeconds;
     return this.stalledFor >= this.limitSeconds;
   }
 
-  /** True once for each further while that the playhead has stood still. */
+  /** True once for each further interval in which the playhead has rested. */
   isNudgeDue(): boolean {
     if (this.stalledFor < this.nextNudge) return false;
     this.nextNudge += nudgeEverySeconds;
     return true;
-  }
-
-  private moved(): void {
-    this.stalledFor = 0;
-    this.nextNudge = nudgeEverySeconds;
   }
 }

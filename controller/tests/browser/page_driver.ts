@@ -140,8 +140,9 @@ export class PageDriver {
     );
   }
 
-  async loadAds(params: object = {}, playback: object = {}): Promise<Array<Record<string, unknown>>> {
-    const reply = await this.call("get.ads", { apikey: "key", params, playback });
+  /** `request` is laid over the ad request of the native side. */
+  async loadAds(request: object = {}): Promise<Array<Record<string, unknown>>> {
+    const reply = await this.call("get.ads", { apikey: "key", params: {}, playback: {}, ...request });
     const data = reply.result?.data as { adgroup: { ads: Array<Record<string, unknown>> } };
     return data.adgroup.ads;
   }

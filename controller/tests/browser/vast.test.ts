@@ -43,7 +43,7 @@ it.concurrent.each(names)("%s", async (name) => {
   const driver = await PageDriver.open({ answers: Object.fromEntries(unanswered) });
   try {
     const asked = Date.now();
-    const ads = await driver.loadAds({ vast_url: `${origin}/${name}.xml` });
+    const ads = await driver.loadAds({ params: { vast_url: `${origin}/${name}.xml` } });
     expect(Date.now() - asked).toBeLessThan(5000);
     expect(ads.map(({ id }) => id)).toEqual(expected.ads);
     if (expected.events.length > 0) await playToEnd(driver, expected);
@@ -64,7 +64,7 @@ it("takes a document that comes with the request before a tag", async () => {
   const driver = await PageDriver.open();
   try {
     const params = { vast_xml: await fixture("single.xml"), vast_url: `${origin}/pod.xml` };
-    const ads = await driver.loadAds(params);
+    const ads = await driver.loadAds({ params });
     expect(ads).toEqual([
       {
         id: "film-1",

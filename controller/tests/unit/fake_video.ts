@@ -1,4 +1,4 @@
-/** A media element under the test's hand: it plays what it is told and says so, at once and in order. */
+/** A media element that the test drives: its events come at once and in order. */
 export class FakeVideo extends EventTarget {
   currentTime = 0;
   duration = NaN;
@@ -12,9 +12,10 @@ export class FakeVideo extends EventTarget {
   /** What `play` does: nothing, refuse always, or refuse while there is sound. */
   refuses: "never" | "always" | "sound" = "never";
   readonly sources: string[] = [];
+  readyState = 0;
   /** Seconds from the beginning that have arrived. */
   arrived = 0;
-  /** A film that waits for nothing; told to pause and play, it goes on. */
+  /** Waits although it has data; a pause and a play make it go on. */
   isStuck = false;
 
   get buffered() {
@@ -29,6 +30,7 @@ export class FakeVideo extends EventTarget {
     this.currentTime = 0;
     this.ended = false;
     this.error = null;
+    this.readyState = 0;
     this.currentSrc = this.src;
     if (this.src) this.sources.push(this.src);
   }
@@ -50,10 +52,16 @@ export class FakeVideo extends EventTarget {
     this.paused = true;
   }
 
+  /** The file, this long, has loaded. */
+  receive(duration: number): void {
+    this.duration = duration;
+    this.readyState = 4;
+    this.tell("loadedmetadata");
+  }
+
   /** The first frame of a file this long. */
   begin(duration: number): void {
-    this.duration = duration;
-    this.tell("loadedmetadata");
+    this.receive(duration);
     this.tell("playing");
   }
 
@@ -62,7 +70,7 @@ export class FakeVideo extends EventTarget {
     this.tell("timeupdate");
   }
 
-  /** Films end a little short of the length that they state. */
+  /** Files end a little before the duration that they state. */
   finish(): void {
     this.moveTo(this.duration - 0.02);
     this.ended = true;

@@ -2,7 +2,7 @@ import { describe, expect, it } from "vitest";
 import { adWith, type Ad } from "../../src/ads/ad";
 import { payloadFrom } from "../../src/payload";
 import { Milestones } from "../../src/playback/milestones";
-import { StallWatch } from "../../src/playback/stall_watch";
+import { TickClock } from "../../src/playback/tick_clock";
 import { resolveMacros, sessionMacros } from "../../src/tracking/macros";
 import { AdTracker } from "../../src/tracking/tracker";
 import { countdownText, playheadText } from "../../src/util/clock_text";
@@ -113,19 +113,11 @@ describe("milestones", () => {
   it("wait for a length", () => expect(new Milestones().reached(5, 0)).toEqual([]));
 });
 
-describe("the stall watch", () => {
-  it("counts only time in which the playhead stands still", () => {
-    const watch = new StallWatch(8);
-    for (let second = 0; second < 30; second += 1) expect(watch.isStalled(second, second)).toBe(false);
-    for (let second = 30; second < 37; second += 1) expect(watch.isStalled(29, second)).toBe(false);
-    expect(watch.isStalled(29, 37)).toBe(true);
-  });
-
-  it("does not take a machine that slept for a stall", () => {
-    const watch = new StallWatch(8);
-    watch.isStalled(1, 0);
-    expect(watch.isStalled(1, 3600)).toBe(false);
-  });
+it("a clock of ticks does not count the time in which a machine slept", () => {
+  const clock = new TickClock();
+  expect([10, 10.25, 3600].map((now) => clock.step(now))).toEqual([0, 0.25, 1]);
+  clock.interrupt();
+  expect(clock.step(3601)).toBe(0);
 });
 
 it("writes times for trackers and for viewers", () => {

@@ -1,0 +1,75 @@
+import type { Companion } from "../ads/ad";
+import type { PlacementType } from "../payload";
+
+/** An image or frame that has not loaded by then is not waited for. */
+const loadTimeoutSeconds = 2;
+
+const tickMs = 250;
+
+/** How well a companion fills a view: 0 when it fits exactly, more the more it has to be scaled. */
+function misfit(companion: Companion, view: { width: number; height: number }): number {
+  if (!companion.width || !companion.height || !view.width || !view.height) return Infinity;
+  return Math.abs(Math.log2(Math.min(view.width / companion.width, view.height / companion.height)));
+}
+
+/** The companion that is shown behind the video; in place of an inline ad the host app has its own content. */
+export function endCardOf(
+  companions: Companion[],
+  placement: PlacementType,
+  view: { width: number; height: number },
+): Companion | undefined {
+  if (placement !== "interstitial" && placement !== "resizeable") return undefined;
+  const rank = (companion: Companion) => [companion.renderingMode === "end-card" ? 0 : 1, misfit(companion, view)];
+  return companions
+    .filter(({ renderingMode }) => renderingMode !== "concurrent")
+    .map((companion) => ({ companion, rank: rank(companion) }))
+    .sort((one, other) => {
+      const byMode = (one.rank[0] ?? 0) - (other.rank[0] ?? 0);
+      return byMode || (one.rank[1] ?? 0) - (other.rank[1] ?? 0) || 0;
+    })[0]?.companion;
+}
+
+/** Limits how long an end card stays: from when it shows, not counting pauses. */
+export class EndCardTimer {
+  private isShown = false;
+  private isHeld = false;
+  private left = loadTimeoutSeconds;
+  private readonly timer: ReturnType<typeof setInterval>;
+
+  constructor(
+    private readonly seconds: number,
+    private readonly onTime: () => void,
+  ) {
+    this.timer = setInterval(() => this.tick(), tickMs);
+  }
+
+  get isRunning(): boolean {
+    return !this.isHeld;
+  }
+
+  shown(): void {
+    if (this.isShown) return;
+    this.isShown = true;
+    this.left = this.seconds;
+  }
+
+  hold(): void {
+    this.isHeld = true;
+  }
+
+  goOn(): void {
+    this.isHeld = false;
+  }
+
+  stop(): void {
+    clearInterval(this.timer);
+  }
+
+  private tick(): void {
+    if (this.isHeld) return;
+    this.left -= tickMs / 1000;
+    if (this.left > 0) return;
+    this.stop();
+    this.onTime();
+  }
+}

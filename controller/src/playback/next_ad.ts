@@ -1,0 +1,21 @@
+import type { Ad, MediaFile } from "../ads/ad";
+
+/** The ad that follows, loaded by the spare video element while another one plays. */
+export class NextAd {
+  constructor(
+    readonly ad: Ad,
+    /** In the order in which they are tried; the first one is loaded. */
+    readonly files: MediaFile[],
+    private readonly video: HTMLVideoElement,
+  ) {
+    const first = files[0];
+    if (!first) return;
+    video.src = first.src;
+    video.load();
+  }
+
+  discard(): void {
+    this.video.removeAttribute("src");
+    this.video.load();
+  }
+}
