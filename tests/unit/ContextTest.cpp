@@ -20,12 +20,12 @@ class ContextTest : public CoreTest {
   static testing::FakeLocationServices& location() { return platform().fakeLocation(); }
 };
 
-TEST_F(ContextTest, HoldsItsOwnProvidersWithoutACycle) {
+TEST_F(ContextTest, OwnsItsProvidersWithoutACycle) {
   auto first = VMRContext::init();
   const auto second = VMRContext::init();
   EXPECT_EQ(first->supportedVPIs(), (std::vector<std::string>{"mp4", "tvjs", "vpaid_js"}));
   EXPECT_EQ(first->userAgent(), "FakeWebKit/1.0");
-  EXPECT_EQ(application().userAgentQueries(), 2u) << "asked for once for each context";
+  EXPECT_EQ(application().userAgentQueries(), 2u) << "queried once for each context";
   EXPECT_NE(first->deviceManager(), second->deviceManager());
   EXPECT_NE(first->appInfo(), second->appInfo());
   EXPECT_EQ(first->deviceManager()->context(), first);
@@ -38,10 +38,10 @@ TEST_F(ContextTest, HoldsItsOwnProvidersWithoutACycle) {
   EXPECT_EQ(manager->geo_country(), std::nullopt);
 }
 
-TEST_F(ContextTest, DescribesTheDevice) {
+TEST_F(ContextTest, FillsTheDeviceFields) {
   const auto context = VMRContext::init();
   const auto manager = context->deviceManager();
-  EXPECT_EQ(manager->ad_id(), std::nullopt) << "nothing before the first refresh";
+  EXPECT_EQ(manager->ad_id(), std::nullopt) << "absent before the first update";
   manager->updateInfo();
   EXPECT_EQ(manager->ad_id(), "AAAAAAAA-BBBB-CCCC-DDDD-EEEEEEEEEEEE");
   EXPECT_EQ(manager->lang(), "pt_PT");
@@ -71,10 +71,10 @@ TEST_F(ContextTest, DescribesTheDevice) {
   EXPECT_THROW(VMRDeviceManager::init(), InternalInconsistencyException);
 }
 
-TEST_F(ContextTest, CodesTheConnectionAndTheKindOfDevice) {
+TEST_F(ContextTest, MapsConnectionTypeAndDeviceTypeToCodes) {
   const auto manager = VMRContext::init()->deviceManager();
   device().networkType = 5;
-  EXPECT_EQ(manager->deviceConnectionType(), "0") << "wherever there is telephony";
+  EXPECT_EQ(manager->deviceConnectionType(), "0") << "always, on devices with telephony";
   device().telephony = false;
   const std::vector<std::tuple<std::optional<int>, std::string, std::string>> shown = {
       {std::nullopt, "No wifi or cellular", "0"},
@@ -102,7 +102,7 @@ TEST_F(ContextTest, CodesTheConnectionAndTheKindOfDevice) {
 
 // Application.
 
-TEST_F(ContextTest, DescribesTheApplication) {
+TEST_F(ContextTest, FillsTheApplicationFields) {
   const auto info = VMRAppInfo::init();
   EXPECT_FALSE(info->context());
   EXPECT_EQ(info->sdk_bundle_id(), "com.example.host");
@@ -115,7 +115,7 @@ TEST_F(ContextTest, DescribesTheApplication) {
   EXPECT_EQ(info->sdk_name(), "Unknown");
 }
 
-TEST_F(ContextTest, HashesTheUserOfTheInstallation) {
+TEST_F(ContextTest, HashesAdvertisingAndInstallationIdentifiers) {
   platform().fakeUserDefaults().setObject("GUID", "vemora.app.guid");
   device().advertisingId = "IFA";
   // sha1("IFAGUID")
@@ -124,7 +124,7 @@ TEST_F(ContextTest, HashesTheUserOfTheInstallation) {
   EXPECT_NE(VMRAppInfo::init()->app_uid(), "b03bdd524a664bd46ab53a7ee870c72e52194b30");
 }
 
-TEST_F(ContextTest, MakesTheInstallIdentifierOnce) {
+TEST_F(ContextTest, CreatesTheInstallationIdentifierOnce) {
   const auto info = VMRAppInfo::init();
   const std::string made = info->appGUID();
   EXPECT_EQ(platform().fakeUserDefaults().synchronizations(), 1u);
@@ -140,7 +140,7 @@ TEST_F(ContextTest, MakesTheInstallIdentifierOnce) {
 
 // Location.
 
-TEST_F(ContextTest, KnowsTheCountryOnceAndForAll) {
+TEST_F(ContextTest, ReadsTheCountryOnce) {
   const auto dumper = VMRLocationDumper::init();
   EXPECT_EQ(dumper->countryCode(), "PT");
   EXPECT_EQ(dumper->countryName(), "Portugal");
@@ -149,7 +149,7 @@ TEST_F(ContextTest, KnowsTheCountryOnceAndForAll) {
   EXPECT_EQ(VMRLocationDumper::init()->countryName(), std::nullopt);
 }
 
-TEST_F(ContextTest, DoesNotWaitForWhatItMayNotKnow) {
+TEST_F(ContextTest, DoesNotWaitForALocationWithoutAuthorisation) {
   for (const auto status : {LocationAuthorizationStatus::NotDetermined,
                             LocationAuthorizationStatus::Restricted, LocationAuthorizationStatus::Denied}) {
     location().allow(status);
@@ -185,10 +185,10 @@ TEST_F(ContextTest, WaitsFiveSecondsForTheFirstFix) {
   location().report({{1, 1}, {38.7, -9.1}});
   settle();
   ASSERT_TRUE(found);
-  EXPECT_EQ((*found)->latitude, 38.7) << "the latest is the last";
+  EXPECT_EQ((*found)->latitude, 38.7) << "the last of a list is the newest";
   location().report({{40, -8}});
   ask();
-  EXPECT_EQ((*found)->latitude, 40) << "at once from then on";
+  EXPECT_EQ((*found)->latitude, 40) << "without waiting, once there is a fix";
   location().allow(LocationAuthorizationStatus::Denied);
   ask();
   EXPECT_EQ((*found)->latitude, 40);
@@ -196,7 +196,7 @@ TEST_F(ContextTest, WaitsFiveSecondsForTheFirstFix) {
   EXPECT_EQ(location().managerCount(), 0u);
 }
 
-TEST_F(ContextTest, WaitsInVainForPermissionThatCameLate) {
+TEST_F(ContextTest, GetsNoFixWhenAuthorisedAfterCreation) {
   const auto dumper = VMRLocationDumper::init();
   location().allow(LocationAuthorizationStatus::AuthorizedAlways);
   bool answered = false;
@@ -211,7 +211,7 @@ TEST_F(ContextTest, WaitsInVainForPermissionThatCameLate) {
   EXPECT_EQ(location().managerCount(), 0u);
 }
 
-TEST_F(ContextTest, KeepsTheLastFixThatCounts) {
+TEST_F(ContextTest, KeepsTheLastUsableFix) {
   location().allow(LocationAuthorizationStatus::AuthorizedAlways);
   const auto context = VMRContext::init();
   const auto manager = context->deviceManager();

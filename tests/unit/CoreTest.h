@@ -19,20 +19,20 @@
 
 namespace vemora {
 
-/// A JSON value from its text, which must be good.
+/// Parses JSON text that must be valid.
 inline JsonValue json(std::string_view text) {
   const auto value = JsonValue::parse(text);
   if (!value) throw std::invalid_argument("bad JSON in a test: " + std::string(text));
   return *value;
 }
 
-/// How a failed expectation shows a value.
+/// Prints a value in a failed expectation.
 inline void PrintTo(const JsonValue& value, std::ostream* stream) {
   *stream << value.serialized().value_or("unprintable");
 }
 
-/// Fresh fakes and time 0 for each test, debug log on. After the test, everything must be gone: a view that
-/// is left over is a leak.
+/// Resets the fakes, the clock and the settings for each test, with the debug log on. Fails a test that
+/// leaks views.
 class CoreTest : public ::testing::Test {
  protected:
   CoreTest() {
@@ -63,9 +63,9 @@ class CoreTest : public ::testing::Test {
   }
 };
 
-/// The controller page of one web view. It answers every call with an empty result unless it is told
-/// otherwise, and writes down what it was sent. What it posts goes through text and back, as a real page's
-/// messages do.
+/// The controller page of one web view. It answers every call with an empty result unless scripted
+/// otherwise, and records the calls. What it posts is converted to text and back, as a real page's messages
+/// are.
 class ScriptedPage {
  public:
   struct Call {
@@ -75,12 +75,12 @@ class ScriptedPage {
 
   explicit ScriptedPage(std::shared_ptr<testing::FakeWebView> view);
 
-  /// `reply` is the text of the members of the reply beside its id, such as R"("result":{})"; empty for no
-  /// reply.
+  /// Scripts the reply to a method. `reply` is the text of its members without the id, such as
+  /// R"("result":{})"; empty for no reply.
   void answer(const std::string& method, std::string reply) { state_->replies[method] = std::move(reply); }
-  /// Every script fails with this error from now on; with none, they work again.
+  /// Makes every script fail with this error from now on; no error makes them work again.
   void failScripts(std::optional<VMRError> error) { state_->scriptError = std::move(error); }
-  /// Posts this JSON text to the handler "Vemora"; false when nobody listens.
+  /// Posts this JSON text to the handler "Vemora"; false when there is no handler.
   bool post(std::string_view text);
   bool event(const std::string& name, const std::string& id = {}, const std::string& data = "null");
   bool ping() { return post(R"({"method":"ping"})"); }

@@ -41,7 +41,7 @@ const Lines kAttached = {
     "VEMORAMoatReactiveVideoTracker dispatchEvent: event(1, 0)",
     "VEMORAMoatReactiveVideoTracker dispatchEvent: event(8, 0)"};
 
-TEST_F(VMRMoatTrackerTest, SaysOnceThatThereIsNoLibrary) {
+TEST_F(VMRMoatTrackerTest, LogsAMissingLibraryOnceForEachAd) {
   for (const auto event :
        {AdStarted, AdVideoFirstQuartile, AdVideoMidpoint, AdVideoThirdQuartile, AdVideoComplete})
     track(event);
@@ -56,7 +56,7 @@ TEST_F(VMRMoatTrackerTest, SaysOnceThatThereIsNoLibrary) {
   EXPECT_EQ(library().takeLines(), Lines{});
 }
 
-TEST_F(VMRMoatTrackerTest, StartsTheLibraryOnceInAProcess) {
+TEST_F(VMRMoatTrackerTest, StartsTheLibraryOncePerProcess) {
   library().installMoat();
   track(AdStarted);
   track(AdStarted);
@@ -69,7 +69,7 @@ TEST_F(VMRMoatTrackerTest, StartsTheLibraryOnceInAProcess) {
                    "VEMORAMoatAnalytics startWithOptions: options"}));
 }
 
-TEST_F(VMRMoatTrackerTest, FollowsAnAdFromStartToEnd) {
+TEST_F(VMRMoatTrackerTest, ReportsAnAdFromStartToEnd) {
   library().installMoat();
   track(AdStarted);
   EXPECT_EQ(library().takeLines(), kAttached);
@@ -91,10 +91,10 @@ TEST_F(VMRMoatTrackerTest, FollowsAnAdFromStartToEnd) {
   track(AdVideoComplete);
   EXPECT_EQ(library().takeLines(), (Lines{sent(0, "12500"), kStop}));
   track(AdPaused);
-  EXPECT_EQ(library().takeLines(), Lines{}) << "idle again";
+  EXPECT_EQ(library().takeLines(), Lines{}) << "no tracker is attached any more";
 }
 
-TEST_F(VMRMoatTrackerTest, EndsByEveryWayOut) {
+TEST_F(VMRMoatTrackerTest, DetachesOnEveryEndOfAnAd) {
   library().installMoat();
   for (const auto& [event, type] :
        {std::pair(AdStopped, 6), std::pair(AdSkipped, 5), std::pair(AdUserClose, 5)}) {
@@ -109,7 +109,7 @@ TEST_F(VMRMoatTrackerTest, EndsByEveryWayOut) {
 TEST_F(VMRMoatTrackerTest, ReplacesATrackerThatIsStillAttached) {
   library().installMoat();
   track(AdTimeChange, 3);
-  EXPECT_EQ(tracker_->playheadMillis(), 0) << "before any tracker";
+  EXPECT_EQ(tracker_->playheadMillis(), 0) << "ignored before a tracker is attached";
   track(AdStarted);
   track(AdTimeChange, 3);
   library().takeLines();
@@ -119,7 +119,7 @@ TEST_F(VMRMoatTrackerTest, ReplacesATrackerThatIsStillAttached) {
   EXPECT_EQ(library().takeLines(), expected);
 }
 
-TEST_F(VMRMoatTrackerTest, AttachesWithTheNextEventThatHasAnAd) {
+TEST_F(VMRMoatTrackerTest, AttachesOnTheFirstEventWithAnAd) {
   library().installMoat();
   trackWithoutAd(AdStarted);
   EXPECT_TRUE(tracker_->createTracker());
@@ -129,7 +129,7 @@ TEST_F(VMRMoatTrackerTest, AttachesWithTheNextEventThatHasAnAd) {
   EXPECT_FALSE(tracker_->createTracker());
 }
 
-TEST_F(VMRMoatTrackerTest, GoesOnWithALibraryThatRefusesTheView) {
+TEST_F(VMRMoatTrackerTest, ToleratesALibraryThatRefusesTheView) {
   library().installMoat();
   library().setAcceptsViews(false);
   ad_ = VemoraAd::initWithAdDictionary(json(R"({"id":"a"})"));
@@ -147,7 +147,7 @@ TEST_F(VMRMoatTrackerTest, GoesOnWithALibraryThatRefusesTheView) {
   EXPECT_EQ(tracker_->playheadMillis(), 0);
 }
 
-TEST_F(VMRMoatTrackerTest, NeedsAChannelAndArguments) {
+TEST_F(VMRMoatTrackerTest, ThrowsWithoutAChannelAndOnPlainInit) {
   request_->setChannel(std::nullopt);
   EXPECT_THROW(track(AdStarted), InternalInconsistencyException);
   EXPECT_THROW(VMRMoatTracker::init(), InternalInconsistencyException);

@@ -15,7 +15,7 @@ class VMRReachabilityTest : public CoreTest {
   static testing::FakeNetworkReachability& network() { return platform().fakeReachability(); }
 };
 
-TEST_F(VMRReachabilityTest, ReadsTheFlags) {
+TEST_F(VMRReachabilityTest, MapsFlagsToAStatus) {
   const auto reachability = VMRReachability::reachabilityForInternetConnection();
   struct Case {
     std::uint32_t flags;
@@ -41,7 +41,7 @@ TEST_F(VMRReachabilityTest, ReadsTheFlags) {
   EXPECT_EQ(reachability->localWiFiStatusForFlags(kReachable), VMRNotReachable);
   EXPECT_EQ(reachability->localWiFiStatusForFlags(NetworkReachabilityIsDirect), VMRNotReachable);
 
-  EXPECT_EQ(reachability->currentReachabilityStatus(), VMRNotReachable) << "flags that cannot be read";
+  EXPECT_EQ(reachability->currentReachabilityStatus(), VMRNotReachable) << "when the flags are unknown";
   EXPECT_FALSE(reachability->connectionRequired());
   network().flags = kReachable | kRequired | NetworkReachabilityIsDirect;
   EXPECT_TRUE(reachability->connectionRequired());
@@ -49,7 +49,7 @@ TEST_F(VMRReachabilityTest, ReadsTheFlags) {
   EXPECT_EQ(reachability->wifiReachabilityStatus(), VMRReachableViaWiFi);
 }
 
-TEST_F(VMRReachabilityTest, LogsTheFlags) {
+TEST_F(VMRReachabilityTest, LogsTheFlagsAsLetters) {
   const auto reachability = VMRReachability::reachabilityWithHostName("example.com");
   reachability->networkStatusForFlags(0);
   EXPECT_TRUE(logged("Reachability Flag Status: -- ------- networkStatusForFlags\n"));
@@ -60,30 +60,30 @@ TEST_F(VMRReachabilityTest, LogsTheFlags) {
   EXPECT_TRUE(logged("Reachability Flag Status: -R --C--l- networkStatusForFlags\n"));
 }
 
-TEST_F(VMRReachabilityTest, AnnouncesChangesBetweenStartAndStop) {
+TEST_F(VMRReachabilityTest, PostsChangesBetweenStartAndStop) {
   auto reachability = VMRReachability::reachabilityForInternetConnection();
   EXPECT_EQ(network().targets, std::vector<std::string>{"family 2"});
-  int heard = 0;
+  int notifications = 0;
   const auto token = NotificationCenter::defaultCenter().addObserver(
       "kNetworkReachabilityChangedNotification", [&](const Notification& notification) {
-        ++heard;
+        ++notifications;
         EXPECT_EQ(notification.object, reachability);
       });
   network().change(kReachable);
-  EXPECT_EQ(heard, 0);
+  EXPECT_EQ(notifications, 0);
   EXPECT_TRUE(reachability->startNotifier());
   network().change(0);
-  EXPECT_EQ(heard, 1);
+  EXPECT_EQ(notifications, 1);
   reachability->stopNotifier();
   network().change(kReachable);
-  EXPECT_EQ(heard, 1);
+  EXPECT_EQ(notifications, 1);
   reachability->startNotifier();
   reachability = nullptr;
   network().change(0);
-  EXPECT_EQ(heard, 1);
+  EXPECT_EQ(notifications, 1);
 }
 
-TEST_F(VMRReachabilityTest, SaysWhenThereIsNothingToWatch) {
+TEST_F(VMRReachabilityTest, ReportsARefusedCallbackAndAMissingHandle) {
   network().acceptsCallbacks = false;
   EXPECT_FALSE(VMRReachability::reachabilityForInternetConnection()->startNotifier());
   network().givesHandles = false;
@@ -91,7 +91,7 @@ TEST_F(VMRReachabilityTest, SaysWhenThereIsNothingToWatch) {
   EXPECT_FALSE(VMRReachability::reachabilityForInternetConnection());
 }
 
-TEST_F(VMRReachabilityTest, ReadsConsentAsItWasStored) {
+TEST_F(VMRReachabilityTest, ReadsConsentAsStored) {
   EXPECT_EQ(VMRGDPRCMP::isSubjectToGDPR(), std::nullopt);
   EXPECT_EQ(VMRGDPRCMP::consentString(), std::nullopt);
   platform().fakeUserDefaults().setObject(1, "IABConsent_SubjectToGDPR");
