@@ -11,30 +11,35 @@
 
 namespace vemora {
 
-/// What happened (`name`), to whom (`object`, may be null) and details (`userInfo`, an object or null).
+/// One event, as it is passed to observers.
 struct Notification {
-  std::string name;
-  std::shared_ptr<const void> object;
-  JsonValue userInfo;
+  std::string name;                    ///< What happened.
+  std::shared_ptr<const void> object;  ///< The object that it happened to; may be null.
+  JsonValue userInfo;                  ///< Details: an object or null.
 };
 
-/// The process-wide board on which the SDK announces what no single owner waits for: completed futures, the
-/// application's life cycle, audio route and reachability changes.
+/// Distributes events that have no single receiver: completed futures, the application's life cycle,
+/// changes of audio route and reachability.
 ///
 ///     auto token = NotificationCenter::defaultCenter().addObserver(name, [](const Notification& n) { ... });
 ///
 /// Posting calls the handlers synchronously, on the posting thread, in the order in which they were added,
-/// with no lock held: handlers may add and remove observers. A handler is not called any more once its token
-/// is gone, save on a thread that is already inside it. All operations may be called from any thread.
+/// with no lock held: handlers may add and remove observers. A handler is not called after its token has
+/// been destroyed, except on a thread that is already inside it. All operations may be called from any
+/// thread.
 class VEMORA_EXPORT NotificationCenter {
  public:
+  /// What an observer does with a notification. It must not throw.
   using Handler = std::function<void(const Notification&)>;
 
   /// Ends the observation when destroyed.
   class VEMORA_EXPORT Token {
    public:
+    /// Observes nothing.
     Token() = default;
+    /// Takes over the observation of another token.
     Token(Token&&) noexcept = default;
+    /// Ends this token's observation and takes over that of another.
     Token& operator=(Token&&) noexcept;
     ~Token();
 
@@ -45,13 +50,18 @@ class VEMORA_EXPORT NotificationCenter {
     std::shared_ptr<Entry> entry_;
   };
 
+  /// The centre of the process, which lives as long as the process.
   static NotificationCenter& defaultCenter();
 
+  /// Calls the handler for each notification of this name until the token is destroyed. The centre owns the
+  /// handler.
   [[nodiscard]] Token addObserver(std::string_view name, Handler handler);
+  /// Calls the handlers of the notification's name, and returns after the last of them.
   void postNotification(const Notification& notification);
-  /// True when somebody listens to `name`: lets a frequent poster skip the work of making the notification.
+  /// True when `name` has observers. Lets a frequent poster skip creating the notification.
   bool hasObservers(std::string_view name) const;
 
+  /// A centre of its own, for tests.
   NotificationCenter();
   ~NotificationCenter();
   NotificationCenter(const NotificationCenter&) = delete;

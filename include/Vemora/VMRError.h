@@ -9,10 +9,11 @@
 
 namespace vemora {
 
-/// The domain of every error that the SDK creates itself.
+/// The domain of all errors that the SDK creates. Errors of the page and of the platform have other
+/// domains.
 inline constexpr char VMRErrorDomain[] = "VMRErrorDomain";
 
-/// Codes in `VMRErrorDomain`.
+/// The codes in `VMRErrorDomain`.
 enum VMRErrorCode : std::int64_t {
   VMRErrorNoRequest = 5001,      ///< The delegate supplied no ad request.
   VMRErrorBridge = 5002,         ///< The controller page could not be reached or did not answer.
@@ -21,20 +22,21 @@ enum VMRErrorCode : std::int64_t {
   VMRErrorNotResponding = 5005,  ///< The controller stopped sending heartbeats.
 };
 
-/// A failure as a value: what failed (`domain`, `code`), what to tell people (`description`), and why. Errors
-/// are immutable once handed on and may be passed between threads.
+/// A failure as a value. Errors are copied freely and may be passed between threads.
 struct VEMORA_EXPORT VMRError {
-  std::string domain;
-  std::int64_t code = 0;
-  std::string description;
-  std::optional<std::string> failureReason;
-  std::optional<std::string> recoverySuggestion;
+  std::string domain;                             ///< Where the code belongs: `VMRErrorDomain` or another.
+  std::int64_t code = 0;                          ///< What failed.
+  std::string description;                        ///< The same in words, in English.
+  std::optional<std::string> failureReason;       ///< Why it failed, if known.
+  std::optional<std::string> recoverySuggestion;  ///< What might help, if known.
+  /// The error that caused this one; null when there is none.
   std::shared_ptr<const VMRError> underlyingError;
 
+  /// True when all fields are equal, underlying errors included.
   bool operator==(const VMRError& other) const;
 };
 
-/// One line for logs: the description, the reason if there is one, the domain and the code.
+/// One line for logs: the description, the reason if there is one, the domain and the code. Any thread.
 VEMORA_EXPORT std::string toString(const VMRError& error);
 
 }  // namespace vemora

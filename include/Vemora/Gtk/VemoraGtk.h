@@ -10,35 +10,37 @@
 #include <string>
 #include <string_view>
 
-/// What a host app on GTK 4 needs beside the players. Everything here belongs to the main thread, after
+/// What a host app on GTK 4 needs in addition to the players. Everything here is for the main thread, after
 /// `gtk_init`.
 namespace vemora::gtk {
 
-/// A new widget for ads: an empty area that the host places like any other widget and hands to a player with
-/// `viewForWidget`. It asks for no room, whatever is in it, so that an ad never changes the layout around it:
-/// give it some by expanding, alignment or a size request. Ads are clipped to it, and where none is, what
-/// lies underneath gets the pointer. Floating, as new widgets are.
+/// A new widget for ads: an empty area that the host places like any other widget and hands to a player
+/// with `viewForWidget`. It requests no size, whatever it contains, so that an ad never changes the layout
+/// around it: give it room by expanding, alignment or a size request. Ads are clipped to it. Where it shows
+/// no ad, the widget below gets the pointer events. The reference is floating, as of all new widgets.
 VEMORA_EXPORT GtkWidget* newAdView();
 
-/// The view of a widget made by `newAdView`, or a view laid over a GtkOverlay, the same one at each call.
+/// The view of a widget made by `newAdView`, or a view that covers a GtkOverlay: the same one at each call.
 /// Null, with an error in the log, for every other widget. The view does not keep the widget alive; a view
-/// whose widget has gone shows nothing.
+/// whose widget has been destroyed shows nothing.
 VEMORA_EXPORT std::shared_ptr<View> viewForWidget(GtkWidget* widget);
 
-/// An entry of the application's information dictionary; an absent value removes it. "CFBundleIdentifier" and
-/// "CFBundleName" default to the GApplication's id and the GLib application name. "VemoraControllerHost" (a
-/// host name, optionally with ":" and a port) names the host that the controller page comes from. Set entries
-/// before loading a player.
+/// An entry of the application's information dictionary; an absent value removes it. "CFBundleIdentifier"
+/// and "CFBundleName" default to the GApplication's id and the GLib application name.
+/// "VemoraControllerHost" (a host name, optionally with ":" and a port) names the host that the controller
+/// page comes from. Set entries before loading a player.
 VEMORA_EXPORT void setInfoDictionaryEntry(std::string_view key, std::optional<std::string> value);
 
-/// Trusts this certificate for this host (without port), for pages, beacons and the in-app browser. For test
-/// servers. Call it before loading a player: a page's process that is already running hears of it only after
-/// a moment.
+/// Trusts this certificate for this host (without port), for pages, beacons and the in-app browser. For
+/// test servers. Call it before loading a player: a web process that is already running applies it with a
+/// delay.
 VEMORA_EXPORT void allowTLSCertificateForHost(GTlsCertificate* certificate, std::string_view host);
 
-/// The user's choice about ad tracking, kept in a file of the user's. Limited, and the identifier all zeros,
-/// until somebody opts in; opting in makes a new identifier.
+/// The user's choice about ad tracking, stored in a file of the user. False, and the advertising identifier
+/// all zeros, until the user or an app opts in.
 VEMORA_EXPORT bool isAdvertisingTrackingEnabled();
+/// Stores the user's choice. Opting in creates a new identifier; repeating a choice is a no-op. A choice
+/// that cannot be written is logged and holds for this process only.
 VEMORA_EXPORT void setAdvertisingTrackingEnabled(bool enabled);
 
 }  // namespace vemora::gtk
