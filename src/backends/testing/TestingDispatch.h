@@ -12,6 +12,13 @@
 
 namespace vemora::testing {
 
+/// A dispatch port that a test can stop: nothing of one test is left for the next.
+class FakeDispatch : public Dispatch {
+ public:
+  /// Drops all that is queued or due later, ends all waits and all threads; then starts again at time 0.
+  virtual void reset() = 0;
+};
+
 /// A dispatch port whose clock and main queue stand still until the test moves them.
 ///
 /// The thread that makes it is the main thread. Main-queue blocks run when the test calls `runMain` or
@@ -21,7 +28,7 @@ namespace vemora::testing {
 /// `settle` is the workhorse: it runs main-queue blocks until there are none and every background thread has
 /// ended or sits in a wait, so that what a test looks at next does not depend on timing. `advance` settles
 /// before and after each step of the clock, and stops at every moment at which something comes due, in order.
-class TestingDispatch final : public Dispatch {
+class TestingDispatch final : public FakeDispatch {
  public:
   TestingDispatch();
   /// Ends all waits as if their deadlines had passed, and joins every thread.
@@ -40,9 +47,7 @@ class TestingDispatch final : public Dispatch {
   void advance(double seconds);
   /// Runs the main-queue blocks that are there now, and nothing else.
   void runMain();
-  /// Drops all that is queued or due later, ends all waits and joins all threads; then starts again at time
-  /// 0.
-  void reset();
+  void reset() override;
 
   std::size_t pendingTimers() const;
 

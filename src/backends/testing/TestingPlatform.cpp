@@ -15,9 +15,9 @@ TestingPlatform& TestingPlatform::current() {
 }
 
 void TestingPlatform::reset() {
-  dispatch_.reset();
+  inUse_->reset();
   application_ = nullptr;
-  dispatch_.reset();  // What the windows held may have queued work as it went.
+  inUse_->reset();  // What the windows held may have queued work as it went.
   fakes_ = std::make_unique<Fakes>();
   application_ = std::make_unique<FakeApplication>();
 }

@@ -26,7 +26,10 @@ class TestingPlatform final : public Platform {
   /// Ends all threads and drops all queued work, then replaces every fake. Main thread.
   void reset();
 
-  Dispatch& dispatch() override { return dispatch_; }
+  /// Replaces the dispatch port, also for `reset`; null brings `fakeDispatch` back. Between two tests only.
+  void useDispatch(FakeDispatch* other) { inUse_ = other ? other : &dispatch_; }
+
+  Dispatch& dispatch() override { return *inUse_; }
   System& system() override { return fakes_->system; }
   Application& application() override { return *application_; }
   UserDefaults& userDefaults() override { return fakes_->userDefaults; }
@@ -61,6 +64,7 @@ class TestingPlatform final : public Platform {
   };
 
   TestingDispatch dispatch_;
+  FakeDispatch* inUse_ = &dispatch_;
   std::unique_ptr<Fakes> fakes_ = std::make_unique<Fakes>();
   /// Made by `reset`: its views ask the platform for the main thread.
   std::unique_ptr<FakeApplication> application_;
