@@ -1,0 +1,10 @@
+#pragma once
+
+#include <string>
+
+namespace vemora::scenarios {
+
+/// docs/outcomes.md, from the tables.
+std::string outcomesDocument();
+
+}  // namespace vemora::scenarios
