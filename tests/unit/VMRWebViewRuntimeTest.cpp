@@ -106,6 +106,14 @@ TEST_F(VMRWebViewRuntimeTest, EvaluatesMessagesOnTheMainThread) {
       << "posted before the page has loaded, all the same";
 }
 
+TEST_F(VMRWebViewRuntimeTest, SendsAKeyThatLiteralsTakeForThePrototypeAsData) {
+  const auto message = VMRRpc::initWithMethod("m", json(R"({"__proto__":"value"})"));
+  runtime_->postMessage(message, nullptr);
+  settle();
+  EXPECT_EQ(view_->scripts()[0], "window.VemoraProxy.bridge.onMessage(JSON.stringify(JSON.parse(" +
+                                     *JsonValue(message->jsonString()).serialized() + ")));");
+}
+
 TEST_F(VMRWebViewRuntimeTest, LogsAndReportsFailedScripts) {
   ScriptedPage page(view_);
   page.failScripts(VMRError{"WebKit", 4, "A JavaScript exception occurred", {}, {}, nullptr});

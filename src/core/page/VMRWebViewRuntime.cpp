@@ -52,6 +52,13 @@ void stopObserving(WebView& webView, const KeyValueObserver* observer) {
   webView.removeObserver(observer, "hidden");
 }
 
+/// The message as a JavaScript expression. The JSON text is one already, except that an object literal takes
+/// the key "__proto__" for its prototype and loses the value.
+std::string scriptOf(const std::string& json) {
+  if (json.find(R"("__proto__")") == std::string::npos) return json;
+  return "JSON.parse(" + *JsonValue(json).serialized() + ")";
+}
+
 }  // namespace
 
 std::shared_ptr<WeakMessageHandler> WeakMessageHandler::initWith(
@@ -121,7 +128,8 @@ void VMRWebViewRuntime::loadHtml() {
 }
 
 void VMRWebViewRuntime::postMessage(const std::shared_ptr<VMRRpc>& message, ErrorHandler errorHandler) {
-  std::string script = "window.VemoraProxy.bridge.onMessage(JSON.stringify(" + message->jsonString() + "));";
+  std::string script =
+      "window.VemoraProxy.bridge.onMessage(JSON.stringify(" + scriptOf(message->jsonString()) + "));";
   dispatch().mainAsync([self = self(), script = std::move(script), errorHandler = std::move(errorHandler)] {
     self->evaluate(script, errorHandler);
   });
