@@ -2,6 +2,7 @@
 
 #include <Vemora/VemoraExport.h>
 
+#include <concepts>
 #include <cstddef>
 #include <cstdint>
 #include <functional>
@@ -19,6 +20,11 @@ namespace vemora {
 
 class JsonValue;
 
+/// The arithmetic types, `bool` included, except those of characters.
+template <typename T>
+concept JsonNumber = std::is_arithmetic_v<T> && !std::same_as<T, char> && !std::same_as<T, wchar_t> &&
+                     !std::same_as<T, char8_t> && !std::same_as<T, char16_t> && !std::same_as<T, char32_t>;
+
 /// A mutable JSON object, for building values.
 using JsonDictionary = std::map<std::string, JsonValue, std::less<>>;
 
@@ -28,13 +34,13 @@ using JsonDictionary = std::map<std::string, JsonValue, std::less<>>;
 ///     const JsonValue message = JsonValue::parse(R"({"ads":[{"id":"a"}]})").value_or(nullptr);
 ///     for (const JsonValue& ad : message["ads"].elements()) use(ad["id"].asString());
 ///
-/// Strings, arrays and objects are shared objects with an identity (`isIdenticalTo`). Strings that come from
-/// `parse` or `internedString` are one object whenever they have the same text, for as long as any of them is
-/// in use. Each thread that reads keeps the last 256 or fewer of its short ones (up to 32 bytes) until it
-/// ends.
+/// Strings, arrays and objects are shared objects with an identity (`isIdenticalTo`). Two strings from
+/// `parse` or `internedString` with the same text are the same object while either of them is in use. Each
+/// thread that parses keeps up to 256 of its short strings (up to 32 bytes) until it ends.
 ///
-/// Reading is lenient in the way of the platforms that this SDK was designed on: a key of something that is
-/// no object is null, `true` is a number, a string reads as its leading number, null reads as 0.
+/// Conversions are lenient, as on the platforms that this SDK was designed for: looking up a key in a value
+/// that is not an object gives null, `true` is a number, a string reads as its leading number, and null reads
+/// as 0.
 class VEMORA_EXPORT JsonValue {
  public:
   enum class Type : std::uint8_t { Null, Boolean, Integer, Unsigned, Double, String, Array, Object };
@@ -42,9 +48,8 @@ class VEMORA_EXPORT JsonValue {
 
   JsonValue() noexcept : JsonValue(nullptr) {}
   JsonValue(std::nullptr_t) noexcept : type_(Type::Null), payload_{} {}
-  template <typename T>
-  requires std::is_arithmetic_v<T> JsonValue(T number)
-  noexcept : payload_{} {
+  template <JsonNumber T>
+  JsonValue(T number) noexcept : payload_{} {
     if constexpr (std::is_same_v<T, bool>) {
       type_ = Type::Boolean;
       payload_.boolean = number;
@@ -59,13 +64,21 @@ class VEMORA_EXPORT JsonValue {
       payload_.integer = number;
     }
   }
-  JsonValue(const char* text) : JsonValue(std::string_view(text)) {}
+  /// A character is a string of one character. The wider character types do not convert.
+  template <std::same_as<char> T>
+  JsonValue(T character) : JsonValue(std::string_view(&character, 1)) {}
+  /// A null pointer gives null.
+  JsonValue(const char* text) : JsonValue(text ? JsonValue(std::string_view(text)) : JsonValue(nullptr)) {}
   JsonValue(const std::string& text) : JsonValue(std::string_view(text)) {}
   JsonValue(std::string_view text);
   template <typename T>
   JsonValue(const std::optional<T>& value) : JsonValue(value ? JsonValue(*value) : JsonValue(nullptr)) {}
   JsonValue(const JsonDictionary& object);
-  JsonValue(const std::vector<JsonValue>& array);
+  JsonValue(const std::vector<JsonValue>& elements);
+  /// An array of anything that converts, such as `std::vector<std::string>`.
+  template <typename T>
+  requires std::convertible_to<const T&, JsonValue> JsonValue(const std::vector<T>& elements)
+      : JsonValue(std::vector<JsonValue>(elements.begin(), elements.end())) {}
 
   JsonValue(const JsonValue& other) noexcept;
   JsonValue(JsonValue&& other) noexcept : type_(other.type_), payload_(other.payload_) {
@@ -76,10 +89,10 @@ class VEMORA_EXPORT JsonValue {
     if (isShared()) release();
   }
 
-  /// An object of the given entries, in their order; of entries with the same key the last counts.
+  /// An object with the given entries in their order. The last of several entries with the same key counts.
   static JsonValue object(std::vector<Entry> entries);
   static JsonValue array(std::vector<JsonValue> elements);
-  /// The one shared string object of this text.
+  /// The one shared string object with this text.
   static JsonValue internedString(std::string_view text);
 
   /// Reads one JSON text (RFC 8259) in UTF-8. Absent when the text is not exactly one value, is nested deeper
@@ -113,16 +126,22 @@ class VEMORA_EXPORT JsonValue {
 
   /// Entries of an object or elements of an array; absent for every other type.
   std::optional<std::size_t> count() const noexcept;
-  /// The value of a key; null when this is no object or has no such key.
+  /// The value of a key; null when this is not an object or has no such key.
   JsonValue operator[](std::string_view key) const;
+  JsonValue operator[](std::nullptr_t) const = delete;
+  /// The element at a position of an array, counted from 0; null when this is not an array or is shorter.
+  template <JsonNumber T>
+  requires std::integral<T> JsonValue operator[](T index) const {
+    return index < T{} ? JsonValue() : elementAt(static_cast<std::size_t>(index));
+  }
   /// The elements of an array; empty for every other type. Valid while any copy of this value lives.
   std::span<const JsonValue> elements() const noexcept;
   /// The entries of an object in their order; empty for every other type. Valid while any copy of this value
   /// lives.
   std::span<const Entry> entries() const noexcept;
 
-  /// True when both are the very same string, array or object, or scalars of the same type and value. Null is
-  /// identical to nothing.
+  /// True when both are the same string, array or object, or scalars of the same type and value. Null is
+  /// identical to no value, not even to null.
   bool isIdenticalTo(const JsonValue& other) const noexcept;
 
   /// Deep equality; numbers compare by value, whatever their kind, and booleans equal only booleans.
@@ -136,6 +155,7 @@ class VEMORA_EXPORT JsonValue {
   friend struct JsonValueAccess;
 
   JsonValue(Type type, Shared* owned) noexcept;
+  JsonValue elementAt(std::size_t index) const;
   bool isShared() const noexcept { return type_ >= Type::String; }
   void release() noexcept;
 

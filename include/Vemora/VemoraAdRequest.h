@@ -3,6 +3,7 @@
 #include <Vemora/JsonValue.h>
 #include <Vemora/VemoraExport.h>
 
+#include <initializer_list>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -23,8 +24,8 @@ namespace vemora {
 ///
 /// **Ownership.** Shared. A player keeps the request until its next load.
 ///
-/// **Errors.** No operation fails. Values that JSON cannot carry (numbers that are not finite, text that is
-/// not UTF-8) are stored, and make the load fail with error 5002.
+/// **Errors.** The setters refuse values that JSON cannot carry and log an error. Such values that are put
+/// into the dictionaries directly make the load fail with error 5002.
 class VEMORA_EXPORT VemoraAdRequest {
  public:
   /// A request with the key of `Vemora::apiKey`, or with "unkeyed-client" when that is absent. Never null.
@@ -51,18 +52,23 @@ class VEMORA_EXPORT VemoraAdRequest {
   /// For players, which overwrite what the host app has set. Any thread.
   void setPlacementType(std::optional<std::string> type);
 
-  /// Sets a request parameter, such as a section or a keyword. A null value removes the entry; a list is
-  /// stored as one value. The parameter "VPAID" with the value "js" makes an ad play on whenever the app
-  /// returns to the foreground, also when it was paused before. Parameters of the SDK's own ("channel_id",
-  /// "placement_type", "platform_type", "vpi", and with consent "regs[gdpr]" and "user[consent]") overwrite
-  /// equal names.
+  /// Sets a request parameter, such as a section or a keyword: a single value, or a list as in
+  /// `setParam("section", {"news", "sport"})`. A null value or an absent list removes the entry. A value or
+  /// key that JSON cannot carry (text that is not UTF-8, a number that is not finite) is refused: the entry
+  /// stays as it was, and an error is logged. The parameter "VPAID" with the value "js" makes an ad play on
+  /// whenever the app returns to the foreground, also when it was paused before. Parameters of the SDK's own
+  /// ("channel_id", "placement_type", "platform_type", "vpi", and with consent "regs[gdpr]" and
+  /// "user[consent]") overwrite equal names.
   void setParam(std::string_view key, const JsonValue& value);
-  /// Sets a targeting value of the host app's own; null removes it. The SDK passes it on without reading
+  void setParam(std::string_view key, std::initializer_list<JsonValue> list);
+  /// Sets a targeting value of the host app's own, with the same rules. The SDK passes it on without reading
   /// it.
   void setCustom(std::string_view key, const JsonValue& value);
-  /// Sets a playback option that the page knows; null removes it, `false` is a value. The SDK passes it on
-  /// without reading it.
+  void setCustom(std::string_view key, std::initializer_list<JsonValue> list);
+  /// Sets a playback option that the page knows, with the same rules. A boolean is always kept, also `false`.
+  /// The SDK passes it on without reading it.
   void setPlaybackOption(std::string_view key, const JsonValue& value);
+  void setPlaybackOption(std::string_view key, std::initializer_list<JsonValue> list);
 
   /// The live dictionary behind `setParam`; changes to it change the request.
   JsonDictionary& paramDict() { return paramDict_; }

@@ -1,7 +1,6 @@
 #include "base/DecimalNumbers.h"
 #include "base/JsonObjects.h"
 #include "base/Mutex.h"
-#include "base/TextWords.h"
 
 #include <Vemora/JsonValue.h>
 
@@ -24,42 +23,6 @@ constexpr std::size_t kWalkedObjectSize = 12;
 
 std::string_view keyText(const JsonValue::Entry& entry) {
   return *entry.key.asString();
-}
-
-/// Up to eight bytes of text as one number. Words that overlap, since loading a part of a word is slow.
-std::uint64_t shortTextAsNumber(std::string_view text) {
-  const char* const begin = text.data();
-  const char* const end = begin + text.size();
-  if (text.size() >= 4) return wordAt<std::uint32_t>(begin) | wordAt<std::uint32_t>(end - 4) << 32;
-  if (text.size() >= 2) return wordAt<std::uint16_t>(begin) | wordAt<std::uint16_t>(end - 2) << 16;
-  return text.empty() ? 0 : wordAt<std::uint8_t>(begin);
-}
-
-std::size_t hashOf(std::string_view text) {
-  constexpr std::uint64_t kFactor = 0x9E3779B97F4A7C15;
-  std::uint64_t hash = text.size() * kFactor;
-  const auto mix = [&hash](std::uint64_t word) {
-    hash = (hash ^ word) * kFactor;
-    hash ^= hash >> 32;
-  };
-  std::size_t at = 0;
-  for (; at + kWord < text.size(); at += kWord) mix(wordAt(text.data() + at));
-  mix(text.size() <= kWord ? shortTextAsNumber(text) : wordAt(text.data() + text.size() - kWord));
-  mix(0);  // Multiplying carries upwards only: once more brings the last bytes to the low bits.
-  return static_cast<std::size_t>(hash);
-}
-
-/// For short texts, where a call of memcmp costs more than comparing.
-bool isSame(std::string_view a, std::string_view b) {
-  if (a.size() != b.size()) return false;
-  if (a.size() <= kWord) return shortTextAsNumber(a) == shortTextAsNumber(b);
-  std::uint64_t differences = 0;
-  const auto compareAt = [&](std::size_t at) {
-    differences |= wordAt(a.data() + at) ^ wordAt(b.data() + at);
-  };
-  for (std::size_t at = 0; at + kWord < a.size(); at += kWord) compareAt(at);
-  compareAt(a.size() - kWord);
-  return differences == 0;
 }
 
 template <typename Integer>
@@ -105,8 +68,7 @@ std::string_view leadingNumber(std::string_view text) {
 }
 
 double leadingDouble(std::string_view text) {
-  const std::string_view number = leadingNumber(withoutLeadingSpace(text));
-  return number.empty() ? 0 : doubleFromDecimal(number);
+  return doubleFromDecimal(std::string(leadingNumber(withoutLeadingSpace(text))));
 }
 
 std::int64_t leadingInteger(std::string_view text) {
@@ -232,7 +194,7 @@ class JsonValue::StringObject::Recent {
   /// With a reference for the caller.
   StringObject* intern(std::string_view text, std::size_t hash) {
     StringObject*& slot = slots_[hash % slots_.size()];
-    if (!slot || slot->hash != hash || !isSame(slot->text(), text)) {
+    if (!slot || slot->hash != hash || slot->text() != text) {
       release(std::exchange(slot, Interned::shardOf(hash).intern(text, hash)));
     }
     slot->references.fetch_add(1, std::memory_order_relaxed);
@@ -256,7 +218,7 @@ JsonValue::StringObject* JsonValue::StringObject::make(std::string_view text) {
 }
 
 JsonValue::StringObject* JsonValue::StringObject::intern(std::string_view text) {
-  const std::size_t hash = hashOf(text);
+  const std::size_t hash = std::hash<std::string_view>()(text);
   if (text.size() <= Recent::kLongest) {
     if (Recent* recent = Recent::ofThread()) return recent->intern(text, hash);
   }
@@ -523,6 +485,11 @@ JsonValue JsonValue::operator[](std::string_view key) const {
   if (!isObject()) return nullptr;
   const JsonValue* found = static_cast<const ObjectObject*>(payload_.shared)->find(key);
   return found ? *found : nullptr;
+}
+
+JsonValue JsonValue::elementAt(std::size_t index) const {
+  const std::span<const JsonValue> own = elements();
+  return index < own.size() ? own[index] : nullptr;
 }
 
 std::span<const JsonValue> JsonValue::elements() const noexcept {

@@ -1,3 +1,5 @@
+#include "base/Utf8.h"
+
 #include <Vemora/JsonValue.h>
 
 #include <gtest/gtest.h>
@@ -34,7 +36,7 @@ TEST(JsonValue, ReadsAndWritesDoublesExactly) {
   }
 }
 
-TEST(JsonValue, ReadsNumbersHoweverTheyAreWritten) {
+TEST(JsonValue, ReadsEveryNotationOfNumbers) {
   const std::string digits(40, '0');
   for (const std::string& zero : {std::string("0e154"), std::string("-0E-400"), std::string("0.0e+99"),
                                   "0." + digits, "-0." + digits + "e30", std::string("0.00")}) {
@@ -54,7 +56,7 @@ TEST(JsonValue, ReadsNumbersHoweverTheyAreWritten) {
   EXPECT_EQ(JsonValue::parse("4.9e-324")->doubleValue(), 4.9e-324);
 }
 
-TEST(JsonValue, RefusesWhatIsNotExactlyOneText) {
+TEST(JsonValue, RejectsTextThatIsNotExactlyOneValue) {
   const std::string withNul("{}\0", 3);
   for (const std::string_view text :
        {std::string_view(""), std::string_view("{} {}"), std::string_view("[1,]"),
@@ -92,7 +94,7 @@ TEST(JsonValue, InternsWhatItReads) {
   EXPECT_FALSE(JsonValue(nullptr).isIdenticalTo(nullptr));
 }
 
-TEST(JsonValue, WritesEveryCharacterAtEveryPlaceSoThatItReadsBack) {
+TEST(JsonValue, ReadsBackEveryCharacterAtEveryPosition) {
   for (std::size_t length = 1; length <= 20; ++length) {
     for (std::size_t at = 0; at < length; ++at) {
       for (int c = 0; c < 0x80; ++c) {
@@ -110,7 +112,7 @@ TEST(JsonValue, WritesEveryCharacterAtEveryPlaceSoThatItReadsBack) {
   EXPECT_TRUE(JsonValue::parse("\xef\xbb\xbf{}"));
 }
 
-TEST(JsonValue, LetsTheLastOfRepeatedKeysCount) {
+TEST(JsonValue, KeepsTheLastOfRepeatedKeys) {
   EXPECT_EQ(JsonValue::parse(R"({"a":1,"b":2,"a":3})")->serialized(), R"({"b":2,"a":3})");
   std::string large = "{";
   for (int i = 0; i < 100; ++i) large += "\"k" + std::to_string(i % 50) + "\":" + std::to_string(i) + ",";
@@ -135,12 +137,12 @@ TEST(JsonValue, ReadsTextAsItsLeadingNumber) {
   EXPECT_FALSE(JsonValue("no").boolValue());
 }
 
-TEST(JsonValue, TakesBooleansForNumbersButNotForOneInComparison) {
+TEST(JsonValue, TreatsBooleansAsNumbersExceptInComparisons) {
   EXPECT_TRUE(JsonValue(true).isNumber());
   EXPECT_EQ(JsonValue(true).integerValue(), 1);
   EXPECT_EQ(JsonValue(true).serialized(), "true");
   EXPECT_NE(JsonValue(true), JsonValue(1));
-  // Made where other values stood before: what a boolean leaves of its room must not count.
+  // In memory that held other values: the bytes that a boolean does not use must not count.
   alignas(JsonValue) unsigned char room[sizeof(JsonValue)];
   std::memset(room, 0xA5, sizeof room);
   const auto* boolean = new (room) JsonValue(true);
@@ -150,10 +152,44 @@ TEST(JsonValue, TakesBooleansForNumbersButNotForOneInComparison) {
   EXPECT_NE(JsonValue(-1), JsonValue(18446744073709551615u));
 }
 
-TEST(JsonValue, RefusesToWriteWhatJsonCannotCarry) {
+TEST(JsonValue, WritesNothingThatJsonCannotCarry) {
   EXPECT_FALSE(JsonValue(std::nan("")).serialized());
   EXPECT_FALSE(JsonValue(std::string("\xc3")).serialized());
   EXPECT_EQ(JsonValue(std::string("a\0b", 3)).serialized(), "\"a\\u0000b\"");
+}
+
+TEST(JsonValue, ConvertsCharactersAndListsAsText) {
+  EXPECT_EQ(JsonValue('a'), JsonValue("a"));
+  EXPECT_TRUE(JsonValue(static_cast<const char*>(nullptr)).isNull());
+  static_assert(!std::is_convertible_v<wchar_t, JsonValue> && !std::is_convertible_v<char32_t, JsonValue>);
+  static_assert(!std::is_convertible_v<std::vector<void*>, JsonValue>);
+  const std::vector<std::string> texts{"a", "b"};
+  EXPECT_EQ(JsonValue(texts).serialized(), R"(["a","b"])");
+  EXPECT_EQ(JsonValue(std::optional(texts)).serialized(), R"(["a","b"])");
+  EXPECT_EQ(JsonValue(std::vector<bool>{true, false}).serialized(), "[true,false]");
+}
+
+TEST(JsonValue, LooksUpArrayElementsByPosition) {
+  const JsonValue value = *JsonValue::parse(R"({"ads":["first","second"]})");
+  EXPECT_EQ(value["ads"][0], JsonValue("first"));
+  EXPECT_EQ(value["ads"][std::size_t{1}], JsonValue("second"));
+  EXPECT_TRUE(value["ads"][2].isNull());
+  EXPECT_TRUE(value["ads"][-1].isNull());
+  EXPECT_TRUE(value[0].isNull());
+}
+
+TEST(Utf8, AcceptsExactlyTheTextsOfTheStandard) {
+  for (const std::string_view valid : {std::string_view(), std::string_view("a\0b", 3),
+                                       std::string_view("\xc3\xa9\xf0\x9f\x98\x80\xed\x9f\xbf")}) {
+    EXPECT_TRUE(isUtf8(valid)) << valid;
+  }
+  // Cut off, overlong, a surrogate, beyond U+10FFFF, and a continuation byte on its own.
+  for (const std::string_view invalid :
+       {"\xc3", "a\xf0\x9f\x98", "\xc0\xaf", "\xed\xa0\x80", "\xf4\x90\x80\x80", "\x80"}) {
+    EXPECT_FALSE(isUtf8(invalid)) << invalid;
+    EXPECT_FALSE(JsonValue(invalid).serialized()) << invalid;
+    EXPECT_FALSE(JsonValue::parse("\"" + std::string(invalid) + "\"")) << invalid;
+  }
 }
 
 TEST(JsonValue, InternsOnManyThreadsAtOnce) {

@@ -9,6 +9,8 @@
 #include <Vemora/VemoraAdRequest.h>
 #include <Vemora/VemoraTypes.h>
 
+#include <cmath>
+
 namespace vemora {
 namespace {
 
@@ -75,6 +77,23 @@ TEST_F(PublicTypesTest, RequestsStoreAndRemoveEntries) {
   request->setPlaybackOption("muted", false);
   EXPECT_EQ(JsonValue(request->customDict()).serialized(), R"({"c":{"d":1}})");
   EXPECT_EQ(JsonValue(request->playbackDict()).serialized(), R"({"muted":false})");
+}
+
+TEST_F(PublicTypesTest, RequestsTakeListsAndRefuseWhatJsonCannotCarry) {
+  const auto request = VemoraAdRequest::init();
+  request->setParam("list", {"a", "b"});
+  request->setParam("one", {"a"});
+  request->setParam("vector", std::vector<std::string>{"c"});
+  request->setParam("absent", std::optional<std::vector<std::string>>());
+  request->setParam("kept", "before");
+  EXPECT_TRUE(system().lines().empty());
+  request->setParam("kept", "caf\xe9");
+  request->setParam("kept", std::nan(""));
+  request->setCustom("caf\xe9", "value");
+  EXPECT_EQ(JsonValue(request->paramDict()),
+            json(R"({"list":["a","b"],"one":["a"],"vector":["c"],"kept":"before"})"));
+  EXPECT_TRUE(request->customDict().empty());
+  EXPECT_EQ(system().lines().size(), 3u);
 }
 
 // Events.
