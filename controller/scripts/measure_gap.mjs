@@ -1,4 +1,4 @@
-// Measures the gap between two ads of a pod beside a bare page that plays two prepared <video> elements, and one that gives
+// Compares the gap between two ads of a pod with that of a bare page that plays two prepared <video> elements, and one that gives
 // the next file to the same element: node scripts/measure_gap.mjs [ROUNDS].
 import { readFile } from "node:fs/promises";
 import { chromium } from "playwright-core";

@@ -104,7 +104,7 @@ function startingBox(icon: Icon, scale: number, video: Box): Box {
   return clampInto({ left, top, width, height }, video);
 }
 
-/** Beside what is in the way where there is room in the same line, otherwise above or below it. */
+/** Next to an obstacle where there is room in the same line, otherwise above or below it. */
 function clearOf(taken: Box[], wanted: Box, video: Box, direction: 1 | -1): Box {
   let box = wanted;
   for (let round = 0; round < taken.length; round += 1) {

@@ -2,13 +2,13 @@ import { AdFailure, VastCode } from "../ads/vast_error";
 
 const probeTimeoutMs = 1500;
 
-/** A media element tells a missing file and an unreadable one apart in no portable way: ask the server. */
+/** Media elements do not report portably whether a file is missing or unreadable: ask the server. */
 async function isMissing(address: string): Promise<boolean> {
   const abort = new AbortController();
   const timer = setTimeout(() => abort.abort(), probeTimeoutMs);
   try {
     const response = await fetch(address, { method: "HEAD", credentials: "omit", signal: abort.signal });
-    // A server that refuses the method has the file all the same.
+    // A server that refuses the method may well have the file.
     return !response.ok && response.status !== 405 && response.status !== 501;
   } catch {
     return true;

@@ -12,25 +12,25 @@ const quartiles: readonly Quartile[] = [
   { name: "thirdQuartile", share: 0.75 },
 ];
 
-/** Tells each quartile once and in order, however far the playhead jumps. */
+/** Reports each quartile once and in order, however far the playhead jumps. */
 export class Milestones {
-  private told = 0;
+  private reported = 0;
 
   reached(playhead: number, duration: number): Quartile[] {
     if (!(duration > 0)) return [];
-    return this.tellWhile(({ share }) => playhead >= duration * share);
+    return this.takeWhile(({ share }) => playhead >= duration * share);
   }
 
-  /** What is still owed when the ad has played to its end. */
+  /** The quartiles that remain when the ad has played to its end. */
   rest(): Quartile[] {
-    return this.tellWhile(() => true);
+    return this.takeWhile(() => true);
   }
 
-  private tellWhile(isDue: (quartile: Quartile) => boolean): Quartile[] {
+  private takeWhile(isDue: (quartile: Quartile) => boolean): Quartile[] {
     const due: Quartile[] = [];
-    for (let next = quartiles[this.told]; next && isDue(next); next = quartiles[this.told]) {
+    for (let next = quartiles[this.reported]; next && isDue(next); next = quartiles[this.reported]) {
       due.push(next);
-      this.told += 1;
+      this.reported += 1;
     }
     return due;
   }

@@ -1,7 +1,7 @@
 import type { Ad, Companion, Icon } from "../ads/ad";
 import type { ViewSize } from "../media/media_choice";
 
-/** What the viewer sees. The player tells it what to show and knows nothing of how. */
+/** What the viewer sees. The player decides what is shown, the view how. */
 export interface PlayerView {
   /** The element of the ad on the screen. */
   readonly video: HTMLVideoElement;

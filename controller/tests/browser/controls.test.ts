@@ -4,7 +4,7 @@ import { origin, PageDriver } from "./page_driver";
 
 let driver: PageDriver;
 
-const target = "https://advertiser.example/film";
+const target = "https://advertiser.example/page";
 const captions = [{ src: `${origin}/media/ad-2.vtt`, lang: "en", label: "English" }];
 
 afterEach(() => driver.close());

@@ -41,7 +41,7 @@ async function playing(vast_xml: string) {
   return driver.page;
 }
 
-it("an icon comes in its time, beside the controls, and opens its own page", async () => {
+it("an icon appears at its time, next to the controls, and opens its own page", async () => {
   const page = await playing(vast(3, icon));
   const shown = page.locator(".ad-icon");
   expect(await shown.count()).toBe(0);

@@ -4,7 +4,7 @@ import { basename } from "node:path";
 import { chromium, type Browser, type Page, type Route } from "playwright-core";
 import { inject } from "vitest";
 
-/** No such host exists: everything is answered below, and what is not is refused. */
+/** This host does not exist: every request is answered below, or refused. */
 export const origin = "https://ads.test";
 export const pagePath = "/mobile/sdk/v4/native/VMRWebViewRuntime.html";
 
@@ -40,7 +40,7 @@ export interface DriverOptions {
   height?: number;
   /** Runs in the page before its own script. */
   prepare?: () => void;
-  /** Starts with time at a standstill, which `advance` moves. */
+  /** Time stands still until the clock of the page is moved. */
   manualClock?: boolean;
 }
 
@@ -80,8 +80,8 @@ export class PageDriver {
     const page = await context.newPage();
     const driver = new PageDriver(page);
     if (options.manualClock) await page.clock.install();
-    await page.exposeFunction("tellDriver", (text: string) => driver.messages.push(JSON.parse(text) as Message));
-    await page.exposeFunction("tellLog", (text: string) => driver.logs.push(text));
+    await page.exposeFunction("postToDriver", (text: string) => driver.messages.push(JSON.parse(text) as Message));
+    await page.exposeFunction("logToDriver", (text: string) => driver.logs.push(text));
     await page.addInitScript(() => {
       const native = window as unknown as Record<string, (text: string) => void>;
       const planned: PlannedCall[] = [];
@@ -94,11 +94,11 @@ export class PageDriver {
       const handler = (name: string, encode: (body: unknown) => string) => ({
         postMessage: (body: unknown) => {
           native[name]?.(encode(structuredClone(body)));
-          if (name === "tellDriver") callWhatIsPlanned(body as Message);
+          if (name === "postToDriver") callWhatIsPlanned(body as Message);
         },
       });
       window.webkit = {
-        messageHandlers: { Vemora: handler("tellDriver", JSON.stringify), VemoraLog: handler("tellLog", String) },
+        messageHandlers: { Vemora: handler("postToDriver", JSON.stringify), VemoraLog: handler("logToDriver", String) },
       };
     });
     if (options.prepare) await page.addInitScript(options.prepare);
@@ -107,7 +107,7 @@ export class PageDriver {
     return driver;
   }
 
-  /** Exactly what the native side does with a message. */
+  /** Delivers a message as the native side does. */
   async post(message: object): Promise<unknown> {
     return this.page.evaluate(
       (text) => eval(`window.VemoraProxy.bridge.onMessage(JSON.stringify(${text}));`) as unknown,
@@ -122,8 +122,8 @@ export class PageDriver {
   }
 
   /**
-   * Calls the moment that the page has told of an event, however busy the machine is. Several are made in
-   * the order of their planning. Returns the id to wait with for the reply.
+   * Calls at the moment when the page posts an event, however busy the machine is. Several calls are made in the order in
+   * which they were planned. Returns the id of the reply.
    */
   async planCall(after: string, method: string): Promise<string> {
     const id = String(this.nextId++);
@@ -152,7 +152,7 @@ export class PageDriver {
     for (;;) {
       const found = this.messages.find(wanted);
       if (found) return found;
-      if (Date.now() > deadline) throw new Error(`Never came; so far:\n${this.summary()}`);
+      if (Date.now() > deadline) throw new Error(`Timed out. So far:\n${this.summary()}`);
       await new Promise((resolve) => setTimeout(resolve, 20));
     }
   }
@@ -163,7 +163,7 @@ export class PageDriver {
     }, seconds);
   }
 
-  /** Names of the events so far, without the ticking of the time. */
+  /** Names of the events so far, except those of the time. */
   events(): string[] {
     const names = this.messages.filter(({ method }) => method === "event").map(({ params }) => params?.event ?? "");
     return names.filter((name) => name !== "AdTimeChange");
@@ -188,8 +188,8 @@ export class PageDriver {
   }
 
   private summary(): string {
-    const told = this.messages.filter(({ method }) => method !== "ping").map((message) => JSON.stringify(message));
-    return [...told.slice(-30), ...this.logs].join("\n");
+    const posted = this.messages.filter(({ method }) => method !== "ping").map((message) => JSON.stringify(message));
+    return [...posted.slice(-30), ...this.logs].join("\n");
   }
 
   private async answer(route: Route, answers: Record<string, Answer>): Promise<void> {
@@ -204,7 +204,7 @@ export class PageDriver {
     return this.settle(route.fulfill({ status: given?.status ?? 200, contentType, body }));
   }
 
-  /** A page that has moved on has no more use for the answer. */
+  /** A closed page no longer takes the answer. */
   private async settle(answer: Promise<void>): Promise<void> {
     await answer.catch(() => undefined);
   }

@@ -23,7 +23,7 @@ const playedThrough = [
   "AdStopped",
 ];
 
-/** A view parked at zero size: no animation frames, and a visibility that says nothing. */
+/** A view parked at zero size: no animation frames, and an unreliable visibility. */
 function park(): void {
   window.requestAnimationFrame = () => 0;
   Object.defineProperty(document, "visibilityState", { get: () => "hidden" });
@@ -66,7 +66,7 @@ describe("a group of ads", () => {
 });
 
 describe("pausing", () => {
-  it("holds the film and the time, in the background as well", async () => {
+  it("stops the video and the time, in the background as well", async () => {
     const page = await opened({ answers: adList(listedAd(1)) });
     await page.loadAds();
     await page.call("control.start");
@@ -87,18 +87,19 @@ describe("pausing", () => {
 });
 
 describe("failures", () => {
-  const rubbish = { "/media/ad-1.mp4": { body: "this is no film", contentType: "video/mp4" } };
+  const unplayable = { "/media/ad-1.mp4": { body: "not a video", contentType: "video/mp4" } };
 
-  it("of a film that cannot be read are told with their code", async () => {
-    const page = await opened({ answers: { ...adList(listedAd(1)), ...rubbish } });
+  it("of a video that cannot be decoded are reported with their code, and the viewer reads why", async () => {
+    const page = await opened({ answers: { ...adList(listedAd(1)), ...unplayable } });
     await page.loadAds();
     await page.call("control.start");
     const { params } = await page.waitForEvent("AdError");
     expect(params?.data).toMatch(/^VAST error 405: /);
     expect(page.beacons()).toEqual(["/beacon/error?ad=1&code=405"]);
+    await page.page.getByText("This ad cannot be shown").waitFor();
   });
 
-  it("of a film that never comes are told after the stall, pings going on all the while", async () => {
+  it("of a video that never arrives are reported after the limit, while the page goes on pinging", async () => {
     const never = { "/media/ad-1.mp4": { status: 200, delay: 60_000 } };
     const page = await opened({ answers: { ...adList(listedAd(1)), ...never }, manualClock: true });
     await page.loadAds();
@@ -111,23 +112,8 @@ describe("failures", () => {
     expect(page.pings()).toBeGreaterThanOrEqual(10);
   });
 
-  it("to be let play with sound start the ad muted", async () => {
-    const refuseSound = (): void => {
-      const play = HTMLMediaElement.prototype.play;
-      HTMLMediaElement.prototype.play = function (this: HTMLMediaElement) {
-        return this.muted ? play.call(this) : Promise.reject(new DOMException("no", "NotAllowedError"));
-      };
-    };
-    const page = await opened({ answers: adList(listedAd(1)), prepare: refuseSound });
-    await page.loadAds();
-    await page.call("control.start");
-    await page.waitForEvent("AdStarted");
-    expect((await page.waitForEvent("AdVolumeChange")).params?.data).toBe(0);
-    expect(page.beacons()).not.toContain("/beacon/mute?ad=1");
-  });
-
-  it("can be rehearsed", async () => {
-    const faults = { adError: "out of films", stopPingAfter: 2 };
+  it("can be caused by the configuration", async () => {
+    const faults = { adError: "no videos", stopPingAfter: 2 };
     const config = { "/config.json": { body: JSON.stringify({ faults }) } };
     const page = await opened({ answers: { ...adList(listedAd(1)), ...config }, manualClock: true });
     await page.loadAds();
@@ -135,6 +121,6 @@ describe("failures", () => {
     expect(page.pings()).toBeLessThanOrEqual(4);
     await page.call("control.start");
     await page.page.clock.runFor(1000);
-    expect((await page.waitForEvent("AdError")).params?.data).toBe("out of films");
+    expect((await page.waitForEvent("AdError")).params?.data).toBe("no videos");
   });
 });

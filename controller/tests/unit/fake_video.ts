@@ -56,18 +56,18 @@ export class FakeVideo extends EventTarget {
   receive(duration: number): void {
     this.duration = duration;
     this.readyState = 4;
-    this.tell("loadedmetadata");
+    this.emit("loadedmetadata");
   }
 
   /** The first frame of a file this long. */
   begin(duration: number): void {
     this.receive(duration);
-    this.tell("playing");
+    this.emit("playing");
   }
 
   moveTo(seconds: number): void {
     this.currentTime = seconds;
-    this.tell("timeupdate");
+    this.emit("timeupdate");
   }
 
   /** Files end a little before the duration that they state. */
@@ -75,16 +75,16 @@ export class FakeVideo extends EventTarget {
     this.moveTo(this.duration - 0.02);
     this.ended = true;
     this.paused = true;
-    this.tell("pause");
-    this.tell("ended");
+    this.emit("pause");
+    this.emit("ended");
   }
 
   fail(code: number): void {
     this.error = { code };
-    this.tell("error");
+    this.emit("error");
   }
 
-  tell(event: string): void {
+  emit(event: string): void {
     this.dispatchEvent(new Event(event));
   }
 }

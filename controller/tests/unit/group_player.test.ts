@@ -187,7 +187,7 @@ describe("a group", () => {
     expect(news()).toEqual(["AdUserClose", "AdGroupEnd"]);
   });
 
-  it("rehearses an error", () => {
+  it("can be made to fail by the configuration", () => {
     startWith([listed("a")], {}, { faults: { adError: "on purpose" } });
     passTime(1);
     expect(news()).toEqual(["AdError"]);
@@ -449,9 +449,9 @@ describe("pausing", () => {
 
   it("by a media key counts as any other", () => {
     video.paused = true;
-    video.tell("pause");
+    video.emit("pause");
     video.paused = false;
-    video.tell("play");
+    video.emit("play");
     expect(news()).toEqual(["pause", "AdPaused", "resume", "AdPlaying"]);
   });
 
@@ -459,7 +459,7 @@ describe("pausing", () => {
     player.pause();
     player.resume();
     player.pause();
-    video.tell("play");
+    video.emit("play");
     expect(video.paused).toBe(true);
   });
 });
@@ -485,6 +485,14 @@ describe("the viewer", () => {
     expect(data.AdVolumeChange).toBe(0.5);
     expect(news()).toEqual(["mute", "AdVolumeChange", "unmute", "AdVolumeChange"]);
   });
+});
+
+it("a click on a video without a page to open is counted", () => {
+  startWith([listed("a", { clickthru: undefined })]);
+  video.begin(10);
+  news();
+  player.clickThrough();
+  expect(news()).toEqual(["clickTracking"]);
 });
 
 describe("a failure", () => {
