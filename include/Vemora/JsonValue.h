@@ -43,11 +43,15 @@ using JsonDictionary = std::map<std::string, JsonValue, std::less<>>;
 /// as 0.
 class VEMORA_EXPORT JsonValue {
  public:
+  /// The kinds of values. Numbers are signed integers, unsigned integers or doubles.
   enum class Type : std::uint8_t { Null, Boolean, Integer, Unsigned, Double, String, Array, Object };
   struct Entry;
 
+  /// Null.
   JsonValue() noexcept : JsonValue(nullptr) {}
+  /// Null.
   JsonValue(std::nullptr_t) noexcept : type_(Type::Null), payload_{} {}
+  /// A number of the same kind, or a boolean.
   template <JsonNumber T>
   JsonValue(T number) noexcept : payload_{} {
     if constexpr (std::is_same_v<T, bool>) {
@@ -67,23 +71,31 @@ class VEMORA_EXPORT JsonValue {
   /// A character is a string of one character. The wider character types do not convert.
   template <std::same_as<char> T>
   JsonValue(T character) : JsonValue(std::string_view(&character, 1)) {}
-  /// A null pointer gives null.
+  /// A string; a null pointer gives null. Texts should be UTF-8; others cannot be serialised.
   JsonValue(const char* text) : JsonValue(text ? JsonValue(std::string_view(text)) : JsonValue(nullptr)) {}
+  /// A string.
   JsonValue(const std::string& text) : JsonValue(std::string_view(text)) {}
+  /// A string.
   JsonValue(std::string_view text);
+  /// The value, or null when it is absent.
   template <typename T>
   JsonValue(const std::optional<T>& value) : JsonValue(value ? JsonValue(*value) : JsonValue(nullptr)) {}
+  /// An object with the entries of the dictionary.
   JsonValue(const JsonDictionary& object);
+  /// An array with these elements.
   JsonValue(const std::vector<JsonValue>& elements);
   /// An array of anything that converts, such as `std::vector<std::string>`.
   template <typename T>
   requires std::convertible_to<const T&, JsonValue> JsonValue(const std::vector<T>& elements)
       : JsonValue(std::vector<JsonValue>(elements.begin(), elements.end())) {}
 
+  /// Shares the content of the other value.
   JsonValue(const JsonValue& other) noexcept;
+  /// Takes over the content of the other value, which becomes null.
   JsonValue(JsonValue&& other) noexcept : type_(other.type_), payload_(other.payload_) {
     other.type_ = Type::Null;
   }
+  /// Replaces this value.
   JsonValue& operator=(JsonValue other) noexcept;
   ~JsonValue() {
     if (isShared()) release();
@@ -91,6 +103,7 @@ class VEMORA_EXPORT JsonValue {
 
   /// An object with the given entries in their order. The last of several entries with the same key counts.
   static JsonValue object(std::vector<Entry> entries);
+  /// An array with the given elements.
   static JsonValue array(std::vector<JsonValue> elements);
   /// The one shared string object with this text.
   static JsonValue internedString(std::string_view text);
@@ -99,16 +112,22 @@ class VEMORA_EXPORT JsonValue {
   /// than `kMaximumDepth`, or is not valid UTF-8. Lone surrogate escapes become U+FFFD. Integers of up to 64
   /// bits are kept exactly, signed or unsigned; other numbers become the nearest double.
   static std::optional<JsonValue> parse(std::string_view text);
+  /// The deepest nesting of arrays and objects that is read or written.
   static constexpr std::size_t kMaximumDepth = 512;
 
   /// Compact JSON text. Absent when the value holds what JSON cannot carry: a number that is not finite, a
   /// string that is not UTF-8, or nesting beyond `kMaximumDepth`.
   std::optional<std::string> serialized() const;
 
+  /// The kind of this value.
   Type type() const noexcept { return type_; }
+  /// True for null.
   bool isNull() const noexcept { return type_ == Type::Null; }
+  /// True for a string.
   bool isString() const noexcept { return type_ == Type::String; }
+  /// True for an array.
   bool isArray() const noexcept { return type_ == Type::Array; }
+  /// True for an object.
   bool isObject() const noexcept { return type_ == Type::Object; }
   /// True for every number and for booleans.
   bool isNumber() const noexcept { return type_ >= Type::Boolean && type_ <= Type::Double; }
@@ -119,7 +138,9 @@ class VEMORA_EXPORT JsonValue {
   std::optional<std::string> stringValue() const;
   /// Numbers clamped to the type's range, strings by their leading number, 0 for every other type.
   std::int64_t integerValue() const noexcept;
+  /// The same, as an unsigned number; negative numbers give 0.
   std::uint64_t unsignedValue() const noexcept;
+  /// The same, as a double.
   double doubleValue() const;
   /// Numbers: not zero. Strings: a leading Y, y, T, t or non-zero digit. False for every other type.
   bool boolValue() const noexcept;
@@ -128,6 +149,7 @@ class VEMORA_EXPORT JsonValue {
   std::optional<std::size_t> count() const noexcept;
   /// The value of a key; null when this is not an object or has no such key.
   JsonValue operator[](std::string_view key) const;
+  /// Not a key.
   JsonValue operator[](std::nullptr_t) const = delete;
   /// The element at a position of an array, counted from 0; null when this is not an array or is shorter.
   template <JsonNumber T>
@@ -169,9 +191,10 @@ class VEMORA_EXPORT JsonValue {
   } payload_;
 };
 
+/// A key of an object with its value.
 struct JsonValue::Entry {
-  JsonValue key;  ///< Always a string.
-  JsonValue value;
+  JsonValue key;    ///< Always a string.
+  JsonValue value;  ///< Any value.
 };
 
 }  // namespace vemora

@@ -60,14 +60,17 @@ class VEMORA_EXPORT VemoraAdRequest {
   /// ("channel_id", "placement_type", "platform_type", "vpi", and with consent "regs[gdpr]" and
   /// "user[consent]") overwrite equal names.
   void setParam(std::string_view key, const JsonValue& value);
+  /// The same with a list.
   void setParam(std::string_view key, std::initializer_list<JsonValue> list);
   /// Sets a targeting value of the host app's own, with the same rules. The SDK passes it on without reading
   /// it.
   void setCustom(std::string_view key, const JsonValue& value);
+  /// The same with a list.
   void setCustom(std::string_view key, std::initializer_list<JsonValue> list);
   /// Sets a playback option that the page knows, with the same rules. A boolean is always kept, also `false`.
   /// The SDK passes it on without reading it.
   void setPlaybackOption(std::string_view key, const JsonValue& value);
+  /// The same with a list.
   void setPlaybackOption(std::string_view key, std::initializer_list<JsonValue> list);
 
   /// The live dictionary behind `setParam`; changes to it change the request.
