@@ -2,14 +2,19 @@ import { AdFailure, VastCode } from "../ads/vast_error";
 
 const probeTimeoutMs = 1500;
 
-/** Media elements do not report portably whether a file is missing or unreadable: ask the server. */
+/**
+ * A media element reports a missing file and an unreadable one in the same way, so the server is asked. A
+ * server that keeps its answer from the page (CORS) has answered: then the file counts as unreadable.
+ */
 async function isMissing(address: string): Promise<boolean> {
   const abort = new AbortController();
   const timer = setTimeout(() => abort.abort(), probeTimeoutMs);
+  const ask = (mode: RequestMode) =>
+    fetch(address, { method: "HEAD", credentials: "omit", mode, signal: abort.signal });
   try {
-    const response = await fetch(address, { method: "HEAD", credentials: "omit", signal: abort.signal });
+    const response = await ask("cors").catch(() => ask("no-cors"));
     // A server that refuses the method may well have the file.
-    return !response.ok && response.status !== 405 && response.status !== 501;
+    return response.type !== "opaque" && !response.ok && response.status !== 405 && response.status !== 501;
   } catch {
     return true;
   } finally {

@@ -47,7 +47,9 @@ export interface DriverOptions {
 const contentTypes: Record<string, string> = {
   html: "text/html",
   json: "application/json",
+  m3u8: "application/vnd.apple.mpegurl",
   mp4: "video/mp4",
+  ts: "video/mp2t",
   vtt: "text/vtt",
   xml: "text/xml",
 };
