@@ -9,8 +9,8 @@
 
 namespace vemora {
 
-/// The domain of all errors that the SDK creates. Errors of the page and of the platform have other
-/// domains.
+/// The domain of all errors that delegates get. The underlying error of one of them may have another
+/// domain.
 inline constexpr char VMRErrorDomain[] = "VMRErrorDomain";
 
 /// The codes in `VMRErrorDomain`.

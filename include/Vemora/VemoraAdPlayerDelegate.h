@@ -54,7 +54,7 @@ class VEMORA_EXPORT VemoraAdPlayerDelegate {
   /// A load has ended. Called once for each load. Check both arguments, since ads may arrive together with
   /// an error: with ads in the group `start` plays them, whatever the error says. `ads` is null or an empty
   /// group when there are none. `error` is absent on success, otherwise 5001 (no request), 5002 (the page
-  /// could not be reached or did not answer), 5003 (no ads) or the error that the page replied with.
+  /// could not be reached, did not answer, or answered with an error) or 5003 (no ads).
   virtual void vemoraDidLoadAds(const Player& player, const AdGroup& ads,
                                 const std::optional<VMRError>& error);
 
