@@ -9,8 +9,8 @@
 
 namespace vemora {
 
-/// Work that can be cancelled until it has started. Cancelling does not unschedule it: it is let go of, with
-/// whatever it holds, at its own time.
+/// Work that can be cancelled until it has started. Cancelling does not unschedule it: it is released, with
+/// everything it holds, at its scheduled time.
 class DispatchBlock {
  public:
   explicit DispatchBlock(std::function<void()> work) : work_(std::move(work)) {}
@@ -30,11 +30,12 @@ class DispatchBlock {
 /// Every hand-off between threads and every look at the clock.
 ///
 /// Lifetime: as long as the platform. Work still queued when the process ends is dropped; waits are then cut
-/// short, as if their deadline had passed. Threads: every operation may be called from any thread and returns
-/// at once, save `waitUntil`. Completion: the main queue runs its blocks one at a time on the main thread, in
-/// the order in which they were given. The global queue runs blocks at the same time on threads of its own; a
-/// block that waits never keeps another from starting. A block is destroyed on the thread that ran it, soon
-/// after it ran. Errors: none. A block must not throw.
+/// short, as if their deadline had passed.
+/// Threads: every operation may be called from any thread and returns at once, except `waitUntil`.
+/// Completion: the main queue runs its blocks one at a time on the main thread, in the order in which they
+/// were given. The global queue runs blocks at the same time on threads of its own; a block that waits never
+/// keeps another from starting. A block is destroyed on the thread that ran it, soon after it ran.
+/// Errors: none. A block must not throw.
 class Dispatch {
  public:
   using Work = std::function<void()>;

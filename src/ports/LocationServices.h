@@ -37,9 +37,9 @@ class LocationManager {
 ///
 /// Lifetime: as long as the platform; managers belong to the caller.
 /// Threads: the questions from any thread; managers are made and destroyed anywhere, and their delegate is
-/// called on the thread that made them if that is the main thread, else on one of the platform's. Completion:
-/// answers are immediate and from what is known; the first one may lag behind a change. Errors: without a
-/// location service `locationServicesEnabled` is false.
+/// called on the thread that made them if that is the main thread, else on one of the platform's.
+/// Completion: answers are immediate and from what is known; the first one may lag behind a change.
+/// Errors: without a location service `locationServicesEnabled` is false.
 class LocationServices {
  public:
   virtual ~LocationServices() = default;

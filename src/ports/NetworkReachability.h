@@ -28,9 +28,9 @@ enum NetworkReachabilityFlags : std::uint32_t {
 ///
 /// Lifetime: belongs to the caller; no callback runs after it was unscheduled or destroyed.
 /// Threads: `flags` from any thread. Scheduling is for the calling thread's run loop, and is undone on the
-/// same thread. Completion: the callback runs on the run loop that it was scheduled with, after each change
-/// of the flags. Errors: `flags` is absent when they cannot be read; scheduling returns false when it is not
-/// possible.
+/// same thread.
+/// Completion: the callback runs on the run loop that it was scheduled with, after each change of the flags.
+/// Errors: `flags` is absent when they cannot be read; scheduling returns false when it is not possible.
 class NetworkReachability {
  public:
   virtual ~NetworkReachability() = default;

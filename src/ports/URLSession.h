@@ -34,9 +34,11 @@ struct URLRequest {
 /// A session without cookies, cache or credentials on disk, for one or more downloads.
 ///
 /// Lifetime: a started download keeps what it needs alive until it completes; the session object may go
-/// before. Threads: any. The completion runs on a thread of the session's own, never on the caller's stack.
+/// before.
+/// Threads: any. The completion runs on a thread of the session's own, never on the caller's stack.
 /// Completion: exactly once for each download, with an error when no answer came; an HTTP error status is an
-/// answer. Errors: domain and code are the platform's own.
+/// answer.
+/// Errors: domain and code are the platform's own.
 class URLSession {
  public:
   using Completion = std::function<void(const std::optional<VMRError>&)>;

@@ -26,7 +26,7 @@ struct LayoutConstraint {
   bool toSafeArea = false;
 };
 
-/// Hears of changes of the observed keys of a view, "window" and "hidden".
+/// Notified of changes of the observed keys of a view, "window" and "hidden".
 class KeyValueObserver {
  public:
   virtual ~KeyValueObserver() = default;
@@ -45,9 +45,11 @@ class LayoutObserver {
 ///
 /// Lifetime: superviews hold subviews strongly; `superview` and `window` point back weakly. Observers and the
 /// items of constraints are held weakly. A constraint goes with the superview that it was added to or with
-/// either of its items. Threads: the main thread, destruction included. Completion: everything acts at once,
-/// save layout, which follows `setNeedsLayout` before the next frame. Errors: none. Sizes that are not finite
-/// or are negative count as 0; constraints between views that share no superview are ignored.
+/// either of its items.
+/// Threads: the main thread, destruction included.
+/// Completion: everything acts at once, except layout, which follows `setNeedsLayout` before the next frame.
+/// Errors: none. Sizes that are not finite or are negative count as 0; constraints between views that share
+/// no superview are ignored.
 class View {
  public:
   virtual ~View() = default;

@@ -15,10 +15,12 @@ struct ViewControllerTraits {
 /// A screenful that can be presented over another.
 ///
 /// Lifetime: a controller holds its view and the controller that it presented strongly, the latter until it
-/// is dismissed. Threads: the main thread, destruction included. Completion: `completion` runs on the main
-/// thread once the presented view is on screen, and never when it does not get there. Dismissal runs on by
-/// itself. Errors: presenting while something is presented already, or from a controller that is in no
-/// window, does nothing.
+/// is dismissed.
+/// Threads: the main thread, destruction included.
+/// Completion: `completion` runs on the main thread once the presented view is on screen, and never when it
+/// does not get there. Dismissal runs on by itself.
+/// Errors: presenting while something is presented already, or from a controller that is in no window, does
+/// nothing.
 class ViewController {
  public:
   virtual ~ViewController() = default;

@@ -69,8 +69,8 @@ struct EdgeInsets {
 /// Threads: the main thread, destruction included; every callback comes on it.
 /// Completion: the completion of `evaluateJavaScript` runs exactly once, with an error or none, unless the
 /// view goes first; the value of the script is dropped, and a value that cannot leave the page is no error.
-/// Delegates hear of a navigation's end, never before the call that started it has returned. Errors: domain
-/// and code are the platform's own.
+/// Delegates are notified of the end of a navigation, never before the call that started it has returned.
+/// Errors: domain and code are the platform's own.
 class WebView : public virtual View {
  public:
   virtual const WebViewConfiguration& configuration() const = 0;
