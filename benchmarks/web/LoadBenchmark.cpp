@@ -82,7 +82,6 @@ int runSide(const std::string& side, const std::string& address, const char* pem
   const std::string pem(std::istreambuf_iterator<char>(file), {});
   const PageServer server = PageServer::runningAt(address, pem);
   Host host(server);
-  Load load;
   const Usage before = Usage::ofProcess();
   std::unique_ptr<LoadedPlayer> player;
   BareLoad bare(host);
