@@ -1,5 +1,5 @@
 # vemora_harden(): protections against exploited memory faults, for all targets that follow. scripts/checks/hardening reads
-# the binaries and checks that they are there. Development builds go without, sanitizers do not bear them.
+# the binaries and checks that they are there. The presets for development and for sanitizers turn them off.
 include(CheckCXXCompilerFlag)
 include(CheckPIESupported)
 

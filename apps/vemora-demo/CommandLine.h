@@ -6,7 +6,6 @@
 #include <optional>
 #include <string>
 #include <utility>
-#include <variant>
 #include <vector>
 
 namespace vemora {
@@ -19,7 +18,7 @@ struct ControllerHost {
   std::string host;         ///< Without the port.
 };
 
-/// What the program was asked to do. Paths are absolute, and those to be read have been found readable.
+/// What the arguments say. Paths are absolute; input files exist and are well-formed.
 struct CommandLine {
   Placement placement = Placement::Inline;
   std::optional<float> size;
@@ -33,7 +32,7 @@ struct CommandLine {
   std::optional<std::filesystem::path> vastFile;
   std::optional<std::string> vastUrl;
   std::optional<std::string> apiKey;
-  std::optional<std::string> channel;
+  std::string channel = "1";
   std::vector<std::pair<std::string, std::string>> params;
 
   std::optional<std::string> events;  ///< "-" is the standard output.
@@ -44,12 +43,8 @@ struct CommandLine {
   bool debug = false;
 };
 
-/// The status to leave with at once: after help, after the version, or after arguments that make no sense.
-struct ExitNow {
-  int status = 0;
-};
-
-/// Reads the arguments. Whatever there is to say about them has been written when this returns.
-std::variant<CommandLine, ExitNow> readCommandLine(int argc, char** argv);
+/// Reads the arguments and looks at the input files. Throws BadArguments when they cannot be used; ends the program
+/// after "--help" and "--version".
+CommandLine readCommandLine(int argc, char** argv);
 
 }  // namespace vemora

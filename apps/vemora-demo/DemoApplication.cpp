@@ -1,6 +1,7 @@
 #include "DemoApplication.h"
 
 #include "../common/GLibHandles.h"
+#include "../common/InputFiles.h"
 #include "BeaconCollector.h"
 #include "Screenshot.h"
 
@@ -14,8 +15,6 @@
 
 #include <algorithm>
 #include <csignal>
-#include <fstream>
-#include <iterator>
 #include <utility>
 
 namespace vemora {
@@ -28,7 +27,6 @@ constexpr unsigned kLastBeaconsInMilliseconds = 1000;
 constexpr double kScreenshotAtSeconds = 2.0;
 constexpr float kSizeStep = 1.25F;
 constexpr float kSmallestSize = 0.2F;
-constexpr std::string_view kOriginPlaceholder = "{{origin}}";
 
 guint addTimeout(unsigned milliseconds, std::function<void()> work) {
   return g_timeout_add_full(
@@ -41,22 +39,13 @@ guint addTimeout(unsigned milliseconds, std::function<void()> work) {
       [](gpointer data) { delete static_cast<std::function<void()>*>(data); });
 }
 
-std::string contentOf(const fs::path& file) {
-  std::ifstream stream(file, std::ios::binary);
-  return {std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
-}
-
-std::string withOrigin(std::string text, const std::string& origin) {
-  for (std::size_t at = 0; (at = text.find(kOriginPlaceholder, at)) != std::string::npos;
-       at += origin.size()) {
-    text.replace(at, kOriginPlaceholder.size(), origin);
-  }
+/// "5002: RPC bridge failure (Failed to send get.ads); the page answered 403: unknown api key"
+std::string describe(const VMRError& error) {
+  std::string text = std::to_string(error.code) + ": " + error.description;
+  if (error.failureReason && !error.failureReason->empty()) text += " (" + *error.failureReason + ")";
+  const VMRError* const cause = error.underlyingError.get();
+  if (cause) text += "; the page answered " + std::to_string(cause->code) + ": " + cause->description;
   return text;
-}
-
-std::string wordsOf(const VMRError& error) {
-  return std::to_string(error.code) + ": " + error.description +
-         (error.failureReason && !error.failureReason->empty() ? " (" + *error.failureReason + ")" : "");
 }
 
 }  // namespace
@@ -66,7 +55,8 @@ DemoApplication::DemoApplication(CommandLine commandLine, std::shared_ptr<Callba
 
 int DemoApplication::run() {
   if (!gtk_init_check()) {
-    log_->say("There is no display to show a window on.");
+    log_->say(
+        "There is no display to show a window on. Set DISPLAY or WAYLAND_DISPLAY, or run it with xvfb-run.");
     return 1;
   }
   g_set_application_name("Vemora Demo");
@@ -109,26 +99,27 @@ void DemoApplication::watchForEarlyEnd() {
   const double milliseconds = std::min(*commandLine_.timeout * 1000, static_cast<double>(G_MAXINT));
   timeoutSource_ = addTimeout(static_cast<unsigned>(milliseconds), [this] {
     timeoutSource_ = 0;
-    endEarly("Given up: the time is over.");
+    endEarly("The session did not end within the time of --timeout.");
   });
 }
 
 void DemoApplication::startServer() {
   const std::optional<fs::path> program = ServerProcess::findProgram();
   if (!program)
-    return finish("There is no vemora-serve beside this program; name a host with --controller-host.");
-  ServerProcess::Options options{commandLine_.ads, commandLine_.media, commandLine_.config, {}};
-  // The whole folder, so that what the document refers to is there as well.
-  if (commandLine_.vastFile) options.root = commandLine_.vastFile->parent_path();
+    return finish("There is no vemora-serve next to this program; name a host with --controller-host.");
+  const ServerProcess::Options options{commandLine_.ads, commandLine_.media, commandLine_.config,
+                                       commandLine_.vastFile};
   server_ = ServerProcess::start(*program, options,
-                                 {[this](const std::string& origin, const fs::path& certificateFile) {
-                                    const GUriPtr uri(g_uri_parse(origin.c_str(), G_URI_FLAGS_NONE, nullptr));
-                                    if (!uri)
-                                      return finish("The server failed: '" + origin + "' is no address");
-                                    usePage(origin.substr(std::string_view("https://").size()),
-                                            g_uri_get_host(uri.get()), certificateFile);
-                                  },
+                                 {[this](const ServerProcess::Ready& ready) { useServer(ready); },
                                   [this](const std::string& why) { finish(why); }});
+}
+
+void DemoApplication::useServer(const ServerProcess::Ready& ready) {
+  const GUriPtr uri(g_uri_parse(ready.origin.c_str(), G_URI_FLAGS_NONE, nullptr));
+  if (!uri) return finish("The server failed: '" + ready.origin + "' is no address");
+  documentAddress_ = ready.documentAddress;
+  usePage(ready.origin.substr(std::string_view("https://").size()), g_uri_get_host(uri.get()),
+          ready.certificateFile);
 }
 
 void DemoApplication::usePage(const std::string& hostAndPort, const std::string& host,
@@ -154,7 +145,7 @@ void DemoApplication::load() {
   delegate_ =
       std::make_shared<RecordingDelegate>(makeRequest(), [this, log = log_](const PlayerCallback& callback) {
         log->write(callback);
-        // The one that comes on a thread of the player's, which may be the last to look at the log.
+        // It comes on a thread of the player, and only the log is thread-safe.
         if (callback.kind != CallbackKind::RequestForPlayer) onCallback(callback);
       });
   player_->setDelegate(delegate_);
@@ -176,7 +167,7 @@ std::shared_ptr<VemoraAdPlayerBase> DemoApplication::makePlayer() const {
 
 std::shared_ptr<VemoraAdRequest> DemoApplication::makeRequest() const {
   auto request = VemoraAdRequest::init();
-  if (commandLine_.channel) request->setChannel(commandLine_.channel);
+  request->setChannel(commandLine_.channel);
   addVast(*request);
   for (const auto& [key, value] : commandLine_.params) request->setParam(key, value);
   return request;
@@ -185,12 +176,12 @@ std::shared_ptr<VemoraAdRequest> DemoApplication::makeRequest() const {
 void DemoApplication::addVast(VemoraAdRequest& request) const {
   if (commandLine_.vastUrl) request.setParam("vast_url", *commandLine_.vastUrl);
   if (!commandLine_.vastFile) return;
-  const fs::path& file = *commandLine_.vastFile;
   if (server_) {
-    const GStringPtr name(g_uri_escape_string(file.filename().c_str(), nullptr, TRUE));
-    request.setParam("vast_url", origin_ + "/" + name.get());
+    request.setParam("vast_url", documentAddress_);
   } else {
-    request.setParam("vast_xml", withOrigin(contentOf(file), origin_));
+    std::string text = contentOf(*commandLine_.vastFile);
+    replaceAll(text, kOriginMark, origin_);
+    request.setParam("vast_xml", text);
   }
 }
 
@@ -216,7 +207,7 @@ void DemoApplication::onCallback(const PlayerCallback& callback) {
       finish(std::nullopt);
       break;
     case CallbackKind::AdError:
-      finish(wordsOf(*callback.error));
+      finish(describe(*callback.error));
       break;
     default:
       break;
@@ -226,7 +217,7 @@ void DemoApplication::onCallback(const PlayerCallback& callback) {
 
 void DemoApplication::onLoaded(const PlayerCallback& callback) {
   if (!callback.group || callback.group->ads().empty()) {
-    return finish(callback.error ? wordsOf(*callback.error) : "No ads, and no error");
+    return finish(callback.error ? describe(*callback.error) : "No ads, and no error");
   }
   window_->setControlsEnabled(true);
   player_->start();
@@ -242,7 +233,7 @@ void DemoApplication::onTime(const PlayerCallback& callback) {
 }
 
 void DemoApplication::takeScreenshot() {
-  // A page may tell of its film before a busy machine has drawn it: then there is another try.
+  // A page may report its video before a busy machine has drawn it: then there is another try.
   if (picture_ == Picture::Asked || picture_ == Picture::Taken) return;
   picture_ = Picture::Asked;
   saveScreenshot(window_->windowOfAd(), window_->boundsOfAd(), *commandLine_.screenshot,
@@ -301,13 +292,13 @@ void DemoApplication::finish(std::optional<std::string> failure) {
 
 void DemoApplication::awaitLastBeacons() {
   if (!commandLine_.beacons || origin_.empty()) {
-    addTimeout(kLastBeaconsInMilliseconds, [this] { letGo(); });
+    addTimeout(kLastBeaconsInMilliseconds, [this] { release(); });
     return;
   }
   BeaconCollector::collect(origin_, certificate_,
                            [this](const std::optional<std::string>& list, const std::string& problem) {
                              writeBeacons(list, problem);
-                             letGo();
+                             release();
                            });
 }
 
@@ -325,7 +316,7 @@ void DemoApplication::complain(const std::string& failure) {
   log_->say(failure);
 }
 
-void DemoApplication::letGo() {
+void DemoApplication::release() {
   for (const guint source : signalSources_) g_source_remove(source);
   signalSources_.clear();
   if (const guint source = std::exchange(timeoutSource_, 0)) g_source_remove(source);

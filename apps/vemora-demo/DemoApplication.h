@@ -22,7 +22,7 @@ namespace vemora {
 /// One session of a host app: a window, an ad group in it, and an end.
 ///
 ///   server ready -> load -> vemoraDidLoadAds -> start -> ... -> vemoraAdGroupComplete or an error
-///     -> the last beacons have left -> all is let go of -> the main loop ends
+///     -> the last beacons have left -> everything is released -> the main loop ends
 ///
 /// Threads: the main one.
 class DemoApplication {
@@ -38,6 +38,7 @@ class DemoApplication {
   void activate();
   void watchForEarlyEnd();
   void startServer();
+  void useServer(const ServerProcess::Ready& ready);
   void usePage(const std::string& hostAndPort, const std::string& host,
                const std::optional<std::filesystem::path>& certificateFile);
   void load();
@@ -52,14 +53,14 @@ class DemoApplication {
   void perform(Command command);
   void resize(float factor);
 
-  /// Ends a session that has not come to its end.
+  /// Ends a session before its natural end.
   void endEarly(const std::string& why);
-  /// The session is over, with `failure` when it has not gone well. Only the first call counts.
+  /// The session is over, with `failure` when it failed. Only the first call counts.
   void finish(std::optional<std::string> failure);
   void awaitLastBeacons();
   void writeBeacons(const std::optional<std::string>& list, const std::string& problem);
   void complain(const std::string& failure);
-  void letGo();
+  void release();
   void quit();
 
   const CommandLine commandLine_;
@@ -71,6 +72,7 @@ class DemoApplication {
   std::shared_ptr<ServerProcess> server_;
   GObjectPtr<GTlsCertificate> certificate_;
   std::string origin_;
+  std::string documentAddress_;  ///< Where the server has the document of --vast; empty without one.
   std::unique_ptr<DemoWindow> window_;
   std::shared_ptr<RecordingDelegate> delegate_;
   std::shared_ptr<VemoraAdPlayerBase> player_;

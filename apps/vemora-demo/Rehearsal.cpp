@@ -1,10 +1,9 @@
 #include "Rehearsal.h"
 
-#include <glib.h>
+#include "../common/Options.h"
 
 #include <algorithm>
 #include <array>
-#include <cmath>
 #include <utility>
 
 namespace vemora {
@@ -40,15 +39,13 @@ std::optional<RehearsedStep> readRehearsedStep(std::string_view text) {
 
   const std::string when(text.substr(at + 1));
   if (const std::optional<CallbackKind> kind = callbackNamed(when)) return RehearsedStep{*command, *kind};
-  char* end = nullptr;
-  const double seconds = g_ascii_strtod(when.c_str(), &end);
-  if (when.empty() || *end != '\0' || !std::isfinite(seconds) || seconds < 0) return std::nullopt;
-  return RehearsedStep{*command, seconds};
+  const std::optional<double> seconds = readNumber(when);
+  return seconds && *seconds >= 0 ? std::optional(RehearsedStep{*command, *seconds}) : std::nullopt;
 }
 
 std::vector<Command> Rehearsal::dueAt(const PlayerCallback& callback) {
   std::vector<Command> due;
-  // Each callback sets off one step at most, save by the time, which may have leapt over several.
+  // Each callback triggers one step at most, except by the time, which may have passed several.
   while (next_ < steps_.size() && isDue(steps_[next_], callback)) {
     due.push_back(steps_[next_].command);
     const bool byTime = std::holds_alternative<double>(steps_[next_].when);

@@ -19,7 +19,7 @@ std::vector<std::string> argumentsOf(const fs::path& program, const ServerProces
   std::vector<std::string> arguments{program, "--exit-with-parent", "--ca-out", certificateFile,
                                      "--ads", options.ads,          "--media",  options.media};
   if (options.config) arguments.insert(arguments.end(), {"--config", *options.config});
-  if (options.root) arguments.insert(arguments.end(), {"--root", *options.root});
+  if (options.document) arguments.insert(arguments.end(), {"--document", *options.document});
   return arguments;
 }
 
@@ -94,20 +94,20 @@ void ServerProcess::readReadyLine() {
 
 void ServerProcess::onReadyLine(GAsyncResult* result) {
   const GStringPtr line(g_data_input_stream_read_line_finish(output_.get(), result, nullptr, nullptr));
-  // Without a line it has ended, of which it has told on the standard error and `onExit` will tell.
+  // Without a line it has ended: it wrote why to the standard error, and `onExit` follows.
   if (!line || !handlers_.ready) return;
   const JsonValue ready = JsonValue::parse(line.get()).value_or(nullptr);
   const auto origin = ready["origin"].asString();
   const auto certificate = ready["ca"].asString();
-  if (!origin || !certificate) return fail("its first line is not what it should be");
+  if (!origin || !certificate) return fail("cannot read its first line");
   const auto handler = std::exchange(handlers_.ready, nullptr);
-  handler(std::string(*origin), fs::path(*certificate));
+  handler({std::string(*origin), fs::path(*certificate), ready["document"].stringValue().value_or("")});
 }
 
 void ServerProcess::onExit() {
   exited_ = true;
   if (const auto stopped = std::exchange(stopped_, nullptr)) return stopped();
-  fail("it has ended");
+  fail("it ended too early");
 }
 
 void ServerProcess::fail(const std::string& why) {

@@ -13,34 +13,39 @@
 
 namespace vemora {
 
-/// A vemora-serve of the demo's own, which never outlives it: the server ends when its standard input closes,
-/// and that happens with this process, however it ends.
+/// The demo's own vemora-serve, which never outlives the demo: the server ends when its standard input closes, which
+/// the system does when this process ends for any reason.
 ///
-/// Threads: the main one. Lifetime: keeps itself until the server has ended; destroying the last handle
-/// before `stop` closes its input as well.
+/// Threads: the main one. Lifetime: keeps itself alive until the server has ended; releasing the last handle before
+/// `stop` closes the server's input as well.
 class ServerProcess : public std::enable_shared_from_this<ServerProcess> {
  public:
   struct Options {
     std::filesystem::path ads;
     std::filesystem::path media;
     std::optional<std::filesystem::path> config;
-    std::optional<std::filesystem::path> root;
+    std::optional<std::filesystem::path> document;
+  };
+  /// What the server says of itself when it is ready.
+  struct Ready {
+    std::string origin;
+    std::filesystem::path certificateFile;  ///< The certificate to trust there.
+    std::string documentAddress;            ///< Empty without a document.
   };
   struct Handlers {
-    /// It serves at `origin`, and `certificateFile` is what to trust there.
-    std::function<void(const std::string& origin, const std::filesystem::path& certificateFile)> ready;
-    /// It has ended without having been told to, or never began.
+    std::function<void(const Ready& ready)> ready;
+    /// It ended although it was not stopped, or it could not be started.
     std::function<void(const std::string& why)> failed;
   };
 
-  /// The program beside this one, or beside it in the build tree; absent when there is neither.
+  /// vemora-serve next to this program, or next to its folder in the build tree; absent when it is in neither.
   static std::optional<std::filesystem::path> findProgram();
 
   static std::shared_ptr<ServerProcess> start(const std::filesystem::path& program, const Options& options,
                                               Handlers handlers);
   ~ServerProcess();
 
-  /// Ends the server and calls `stopped` once it has gone. No handler is called any more.
+  /// Ends the server and calls `stopped` once it has exited. No handler is called any more.
   void stop(std::function<void()> stopped);
 
  private:

@@ -1,26 +1,31 @@
+#include "../common/Options.h"
 #include "CallbackLog.h"
 #include "CommandLine.h"
 #include "DemoApplication.h"
 
 #include <csignal>
-#include <iostream>
 #include <memory>
 #include <string>
 #include <utility>
-#include <variant>
 
-int main(int argc, char** argv) {
-  // Whoever read our output may be gone: that ends a write, not the program.
-  std::signal(SIGPIPE, SIG_IGN);
-  auto read = vemora::readCommandLine(argc, argv);
-  if (const auto* exit = std::get_if<vemora::ExitNow>(&read)) return exit->status;
+namespace {
 
-  auto& commandLine = std::get<vemora::CommandLine>(read);
+int run(int argc, char** argv) {
+  vemora::CommandLine commandLine = vemora::readCommandLine(argc, argv);
   std::string problem;
   std::shared_ptr<vemora::CallbackLog> log = vemora::CallbackLog::open(commandLine.events, problem);
-  if (!log) {
-    std::cerr << "vemora-demo: " << problem << "\n";
-    return 2;
-  }
+  if (!log) throw vemora::BadArguments(problem);
   return vemora::DemoApplication(std::move(commandLine), std::move(log)).run();
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  // The reader of the output may have gone: the write fails then, and the program goes on.
+  std::signal(SIGPIPE, SIG_IGN);
+  try {
+    return run(argc, argv);
+  } catch (const vemora::BadArguments& problem) {
+    return vemora::reportBadArguments("vemora-demo", problem);
+  }
 }

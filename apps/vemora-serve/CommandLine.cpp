@@ -1,161 +1,100 @@
 #include "CommandLine.h"
 
 #include "../common/GLibHandles.h"
-#include "FileLookup.h"
+#include "../common/InputFiles.h"
+#include "../common/Options.h"
 #include "check/ConformanceCheck.h"
 
 #include <algorithm>
-#include <charconv>
-#include <iostream>
-#include <span>
+#include <limits>
 #include <string_view>
-#include <system_error>
-#include <utility>
 
 namespace vemora {
 namespace {
 
 namespace fs = std::filesystem;
 
-constexpr int kBadArguments = 2;
 constexpr const char* kSummary =
     "Serves a controller page, an ad list and media over HTTPS to clients on this machine,\n"
-    "and counts the beacons that they send. The certificate is made at the start.";
+    "and counts the beacons that they send. It makes its certificate when it starts.";
 constexpr const char* kDescription =
     "The first line on the standard output says where it serves, as JSON:\n"
-    "  {\"origin\":\"https://127.0.0.1:PORT\",\"ca\":\"FILE or null\"}\n\n"
+    "  {\"origin\":\"https://127.0.0.1:PORT\",\"ca\":\"FILE or null\",\"document\":\"URL or null\"}\n\n"
     "Paths: /mobile/sdk/v4/native/VMRWebViewRuntime.html, /ads.json, /config.json, /media/...,\n"
     "/beacon/... (counted), /beacons (lists them); anything else comes from --root.\n"
     "In the ad list, the configuration and every .json and .xml file, {{origin}} becomes the server's "
     "origin.\n\n"
-    "With --check [PAGE_URL] it drives a controller page through sessions as a host app does, and\n"
-    "tells which rules of the controller protocol hold; without an address, those of the page that\n"
-    "it would serve. It needs a display; without one:\n"
-    "  dbus-run-session xvfb-run -a vemora-serve --check\n"
-    "It exits with 0 when all rules hold, with 1 when not or when the page cannot be checked.\n";
+    "--document serves one file, and the files that it names as {{origin}}/NAME or by a relative address,\n"
+    "at an address that cannot be guessed; nothing else of its folder.\n\n"
+    "With --check [PAGE_URL] it drives a controller page through sessions as a host app does, and reports\n"
+    "which rules of the controller protocol hold; without an address it checks the page that it would\n"
+    "serve. It needs a display; without one:\n"
+    "  dbus-run-session xvfb-run -a vemora-serve --check\n\n"
+    "Exit status: 0 for a server that was stopped, or when all rules hold; 1 when a rule is broken, or when\n"
+    "the server or the page fails; 2 for arguments or files that cannot be used; 3 when no rule is broken,\n"
+    "but rules about commands could not be judged.\n";
 
-/// The values that the option parser fills in.
-struct Values {
-  int version = FALSE;
-  int exitWithParent = FALSE;
-  int listBeacons = FALSE;
-  int verbose = FALSE;
-  int check = FALSE;
-  int json = FALSE;
-  char** sessions = nullptr;
-  char* authority = nullptr;
-  char* request = nullptr;
-  char* timeout = nullptr;
-  char* port = nullptr;
-  char* page = nullptr;
-  char* ads = nullptr;
-  char* config = nullptr;
-  char* media = nullptr;
-  char* root = nullptr;
-  char* certificateFile = nullptr;
+constexpr ProgramDescription kProgram{"vemora-serve", VEMORA_VERSION, "[PAGE_URL]", kSummary, kDescription};
 
-  Values() = default;
-  Values(const Values&) = delete;
-  Values& operator=(const Values&) = delete;
-  ~Values() {
-    for (char* text : {port, page, ads, config, media, root, certificateFile, authority, request, timeout}) {
-      g_free(text);
-    }
-    g_strfreev(sessions);
-  }
+using Kind = Option::Kind;
+constexpr Option kOptions[] = {
+    {"port", Kind::Text, "Port to listen on (default: any free one)", "N", 'p'},
+    {"page", Kind::File, "Controller page (default: the one built with this program)", "FILE"},
+    {"ads", Kind::File, "Ad list; without one there are no ads", "FILE"},
+    {"config", Kind::File, "JSON object that the page adds to its configuration", "FILE"},
+    {"media", Kind::File, "Folder of the media files", "DIR"},
+    {"root", Kind::File, "Folder for every other path", "DIR"},
+    {"document", Kind::File, "Serve this file and what it names, at a secret address", "FILE"},
+    {"ca-out", Kind::File, "Write the certificate to trust to this file, as PEM", "FILE"},
+    {"exit-with-parent", Kind::Flag, "End when the standard input closes", nullptr},
+    {"list-beacons", Kind::Flag, "At the end, write the counted beacons as one line of JSON", nullptr},
+    {"verbose", Kind::Flag, "Write each request to the standard error", nullptr, 'v'},
+    {"check", Kind::Flag, "Check a controller page instead of serving", nullptr},
+    {"ca", Kind::File, "Trust the certificates in this file as well, PEM", "FILE"},
+    {"request", Kind::File, "JSON object to merge into the ad request of the check", "FILE"},
+    {"session", Kind::Text, "Only this session: play, controls, waiting or robustness; may be repeated",
+     "NAME"},
+    {"timeout", Kind::Text, "Longest time for a session (default: 300)", "SECONDS"},
+    {"json", Kind::Flag, "Report as one line of JSON", nullptr},
 };
 
-GOptionContextPtr makeContext(Values& v) {
-  constexpr auto kFile = G_OPTION_ARG_FILENAME;
-  constexpr auto kFlag = G_OPTION_ARG_NONE;
-  const GOptionEntry entries[] = {
-      {"port", 'p', 0, G_OPTION_ARG_STRING, &v.port, "Port to listen on (default: any free one)", "N"},
-      {"page", 0, 0, kFile, &v.page, "Controller page (default: the one built with this program)", "FILE"},
-      {"ads", 0, 0, kFile, &v.ads, "Ad list; without one there are no ads", "FILE"},
-      {"config", 0, 0, kFile, &v.config, "Object that the page adds to its configuration", "FILE"},
-      {"media", 0, 0, kFile, &v.media, "Folder of the media files", "DIR"},
-      {"root", 0, 0, kFile, &v.root, "Folder for every other path", "DIR"},
-      {"ca-out", 0, 0, kFile, &v.certificateFile, "Write the certificate to trust to this file, as PEM",
-       "FILE"},
-      {"exit-with-parent", 0, 0, kFlag, &v.exitWithParent, "End when the standard input closes", nullptr},
-      {"list-beacons", 0, 0, kFlag, &v.listBeacons,
-       "At the end, write the counted beacons as one line of JSON", nullptr},
-      {"verbose", 'v', 0, kFlag, &v.verbose, "Tell each request on the standard error", nullptr},
-      {"version", 0, 0, kFlag, &v.version, "Show the version", nullptr},
-      {nullptr, 0, 0, kFlag, nullptr, nullptr, nullptr},
-  };
-  const GOptionEntry checkEntries[] = {
-      {"check", 0, 0, kFlag, &v.check, "Check a controller page in place of serving", nullptr},
-      {"ca", 0, 0, kFile, &v.authority, "Trust the certificates in this file as well, PEM", "FILE"},
-      {"request", 0, 0, kFile, &v.request, "Object to lay over the ad request of the check", "FILE"},
-      {"session", 0, 0, G_OPTION_ARG_STRING_ARRAY, &v.sessions,
-       "Only this session: play, controls, waiting or robustness; may be repeated", "NAME"},
-      {"timeout", 0, 0, G_OPTION_ARG_STRING, &v.timeout, "Longest time for a session (default: 300)",
-       "SECONDS"},
-      {"json", 0, 0, kFlag, &v.json, "Report as one line of JSON", nullptr},
-      {nullptr, 0, 0, kFlag, nullptr, nullptr, nullptr},
-  };
-  GOptionContextPtr context(g_option_context_new("[PAGE_URL]"));
-  g_option_context_set_summary(context.get(), kSummary);
-  g_option_context_set_description(context.get(), kDescription);
-  g_option_context_add_main_entries(context.get(), entries, nullptr);
-  g_option_context_add_main_entries(context.get(), checkEntries, nullptr);
-  return context;
+constexpr std::string_view kForChecks[] = {"ca", "request", "session", "timeout", "json"};
+constexpr std::string_view kForServing[] = {"ca-out", "exit-with-parent", "list-beacons", "document"};
+constexpr std::string_view kForOwnPages[] = {"port", "page", "ads", "config", "media", "root"};
+
+void refuse(const Options& options, std::span<const std::string_view> names, const char* why) {
+  for (const std::string_view name : names) {
+    if (options.has(name)) throw BadArguments("--" + std::string(name) + " " + why);
+  }
 }
 
-ExitNow badArguments(const std::string& why) {
-  std::cerr << "vemora-serve: " << why << "\nTry 'vemora-serve --help'.\n";
-  return {kBadArguments};
+void refuseStrayOptions(const Options& options) {
+  if (!options.has("check")) return refuse(options, kForChecks, "needs --check");
+  refuse(options, kForServing, "does not go with --check");
+  if (!options.parameters().empty())
+    refuse(options, kForOwnPages, "does not go with the check of an address");
 }
 
-std::optional<std::uint16_t> readPort(std::string_view text) {
-  std::uint16_t port = 0;
-  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), port);
-  if (error != std::errc() || end != text.data() + text.size()) return std::nullopt;
-  return port;
+void refuseStrayParameters(const Options& options) {
+  const std::size_t most = options.has("check") ? 1 : 0;
+  if (options.parameters().size() > most)
+    throw BadArguments("unexpected argument: " + options.parameters()[most]);
 }
 
-std::optional<fs::path> pathOf(const char* text) {
-  return text ? std::optional<fs::path>(text) : std::nullopt;
+std::uint16_t readPort(const std::string& text) {
+  const auto port = readWholeNumber(text, std::numeric_limits<std::uint16_t>::max());
+  if (!port) throw BadArguments("--port: '" + text + "' is not a port, 0 to 65535");
+  return static_cast<std::uint16_t>(*port);
 }
 
-std::optional<std::string> unusable(const char* what, const fs::path& path,
-                                    const std::optional<std::string>& why) {
-  if (!why) return std::nullopt;
-  return std::string("cannot read the ") + what + " '" + path.string() + "': " + *why;
-}
-
-/// The first option that was given and does not go with what was asked for; null when all do.
-const char* strayOption(const Values& v, bool isCheckOfOwnPage) {
-  const std::pair<const char*, bool> forChecks[] = {{"--ca", v.authority},
-                                                    {"--request", v.request},
-                                                    {"--session", v.sessions},
-                                                    {"--timeout", v.timeout},
-                                                    {"--json", v.json}};
-  const std::pair<const char*, bool> forServing[] = {{"--ca-out", v.certificateFile},
-                                                     {"--exit-with-parent", v.exitWithParent},
-                                                     {"--list-beacons", v.listBeacons}};
-  const std::pair<const char*, bool> forOwnPages[] = {{"--port", v.port},   {"--page", v.page},
-                                                      {"--ads", v.ads},     {"--config", v.config},
-                                                      {"--media", v.media}, {"--root", v.root}};
-  const auto firstGiven = [](std::span<const std::pair<const char*, bool>> options) -> const char* {
-    const auto found =
-        std::find_if(options.begin(), options.end(), [](const auto& option) { return option.second; });
-    return found == options.end() ? nullptr : found->first;
-  };
-  if (!v.check) return firstGiven(forChecks);
-  if (const char* const stray = firstGiven(forServing)) return stray;
-  return isCheckOfOwnPage ? nullptr : firstGiven(forOwnPages);
-}
-
-/// Absent for what is no positive number of seconds.
-std::optional<double> readSeconds(const char* text) {
-  char* end = nullptr;
-  const double seconds = g_ascii_strtod(text, &end);
+double readSeconds(const std::string& text) {
   // The toolkit counts milliseconds in 32 bits.
   constexpr double kMost = 1'000'000;
-  if (end == text || *end != '\0' || !(seconds > 0) || seconds > kMost) return std::nullopt;
-  return seconds;
+  const auto seconds = readNumber(text);
+  if (!seconds || *seconds <= 0 || *seconds > kMost) {
+    throw BadArguments("--timeout: '" + text + "' is not a number of seconds");
+  }
+  return *seconds;
 }
 
 bool isSecureAddress(const std::string& address) {
@@ -164,40 +103,50 @@ bool isSecureAddress(const std::string& address) {
          *g_uri_get_host(uri.get());
 }
 
-/// Absent when it makes no sense; `problem` then says why.
-std::optional<CheckRequest> readCheckRequest(const Values& v, const char* address, std::string& problem) {
+CheckRequest readCheckRequest(const Options& options) {
   CheckRequest check;
-  if (address) {
-    check.address = address;
-    if (!isSecureAddress(*check.address)) {
-      problem = "not an https address: " + *check.address;
-      return std::nullopt;
-    }
+  if (!options.parameters().empty()) check.address = options.parameters().front();
+  if (check.address && !isSecureAddress(*check.address)) {
+    throw BadArguments("not an https address: " + *check.address);
   }
+  check.sessions = options.values("session");
   const std::vector<std::string> known = check::sessionNames();
-  for (char** name = v.sessions; name && *name; ++name) {
-    if (std::find(known.begin(), known.end(), *name) == known.end()) {
-      problem = "no such session: " + std::string(*name);
-      return std::nullopt;
+  for (const std::string& name : check.sessions) {
+    if (std::find(known.begin(), known.end(), name) == known.end()) {
+      throw BadArguments("--session: there is no session '" + name + "'");
     }
-    check.sessions.emplace_back(*name);
   }
-  if (v.timeout) {
-    const std::optional<double> seconds = readSeconds(v.timeout);
-    if (!seconds) {
-      problem = "not a number of seconds: " + std::string(v.timeout);
-      return std::nullopt;
-    }
-    check.timeout = *seconds;
-  }
-  check.adRequest = pathOf(v.request);
-  check.authority = pathOf(v.authority);
-  check.asJson = v.json;
+  if (const auto timeout = options.value("timeout")) check.timeout = readSeconds(*timeout);
+  check.adRequest = options.file("request");
+  if (check.adRequest) readJsonObject("request", *check.adRequest);
+  check.authority = options.file("ca");
+  if (check.authority) checkCertificates("ca", *check.authority);
+  check.asJson = options.has("json");
   return check;
 }
 
-/// What the own page plays when nobody says what.
-void giveAdsToCheck(LocalServerOptions& server) {
+LocalServerOptions readServerOptions(const Options& options) {
+  LocalServerOptions server;
+  if (const auto port = options.value("port")) server.port = readPort(*port);
+  server.page = options.file("page").value_or(VEMORA_SERVE_DEFAULT_PAGE);
+  if (!options.has("page") && whyUnreadableFile(server.page)) {
+    throw BadArguments("there is no controller page at '" + server.page.string() +
+                       "'; build it with scripts/setup, or name one with --page");
+  }
+  server.page = readableFile("page", server.page);
+  server.ads = options.file("ads");
+  if (server.ads) checkAdList("ads", *server.ads);
+  server.config = options.file("config");
+  if (server.config) checkConfiguration("config", *server.config);
+  server.document = options.file("document");
+  if (server.document) checkAdDocument("document", *server.document);
+  if (const auto folder = options.file("media")) server.mediaFolder = readableFolder("media", *folder);
+  if (const auto folder = options.file("root")) server.rootFolder = readableFolder("root", *folder);
+  return server;
+}
+
+/// What a check of the own page plays unless an ad list is named.
+void addAdsForCheck(LocalServerOptions& server) {
   if (server.ads) return;
   server.ads = VEMORA_SERVE_CHECK_ADS;
   if (!server.mediaFolder) server.mediaFolder = VEMORA_SERVE_CHECK_MEDIA;
@@ -205,71 +154,21 @@ void giveAdsToCheck(LocalServerOptions& server) {
 
 }  // namespace
 
-std::variant<CommandLine, ExitNow> readCommandLine(int argc, char** argv) {
-  Values values;
-  const GOptionContextPtr context = makeContext(values);
-  GErrorHolder error;
-  if (!g_option_context_parse(context.get(), &argc, &argv, error.out())) return badArguments(error.message());
-  if (values.version) {
-    std::cout << "vemora-serve " << VEMORA_VERSION << "\n";
-    return ExitNow{};
-  }
-  const int mostArguments = values.check ? 2 : 1;
-  if (argc > mostArguments) return badArguments("unexpected argument: " + std::string(argv[mostArguments]));
-  const char* const address = argc > 1 ? argv[1] : nullptr;
-  if (const char* const stray = strayOption(values, !address)) {
-    return badArguments(std::string(stray) +
-                        (values.check ? " does not go with this check" : " needs --check"));
-  }
+CommandLine readCommandLine(int argc, char** argv) {
+  const Options options = Options::read(kProgram, kOptions, argc, argv);
+  refuseStrayParameters(options);
+  refuseStrayOptions(options);
 
   CommandLine result;
-  if (values.check) {
-    std::string problem;
-    result.check = readCheckRequest(values, address, problem);
-    if (!result.check) return badArguments(problem);
-  }
-  if (values.port) {
-    const std::optional<std::uint16_t> port = readPort(values.port);
-    if (!port) return badArguments("not a port: " + std::string(values.port));
-    result.server.port = *port;
-  }
-  result.server.page = values.page ? values.page : VEMORA_SERVE_DEFAULT_PAGE;
-  result.server.ads = pathOf(values.ads);
-  result.server.config = pathOf(values.config);
-  result.server.mediaFolder = pathOf(values.media);
-  result.server.rootFolder = pathOf(values.root);
-  if (result.check && !result.check->address) giveAdsToCheck(result.server);
-  result.certificateFile = pathOf(values.certificateFile);
-  result.exitWithParent = values.exitWithParent;
-  result.listBeacons = values.listBeacons;
-  result.verbose = values.verbose;
+  if (options.has("check")) result.check = readCheckRequest(options);
+  const bool isServed = !result.check || !result.check->address;
+  if (isServed) result.server = readServerOptions(options);
+  if (result.check && isServed) addAdsForCheck(result.server);
+  if (const auto file = options.file("ca-out")) result.certificateFile = writableFile("ca-out", *file);
+  result.exitWithParent = options.has("exit-with-parent");
+  result.listBeacons = options.has("list-beacons");
+  result.verbose = options.has("verbose");
   return result;
-}
-
-std::optional<std::string> unusableInput(const CommandLine& commandLine) {
-  if (const auto& check = commandLine.check) {
-    std::optional<std::string> problem;
-    if (check->adRequest) {
-      problem = unusable("request", *check->adRequest, whyUnreadableFile(*check->adRequest));
-    }
-    if (!problem && check->authority) {
-      problem = unusable("certificates", *check->authority, whyUnreadableFile(*check->authority));
-    }
-    if (problem || check->address) return problem;
-  }
-  const LocalServerOptions& server = commandLine.server;
-  auto problem = unusable("controller page", server.page, whyUnreadableFile(server.page));
-  if (problem && server.page == VEMORA_SERVE_DEFAULT_PAGE) *problem += "; build it, or name one with --page";
-  if (!problem && server.ads) problem = unusable("ad list", *server.ads, whyUnreadableFile(*server.ads));
-  if (!problem && server.config)
-    problem = unusable("configuration", *server.config, whyUnreadableFile(*server.config));
-  if (!problem && server.mediaFolder) {
-    problem = unusable("media folder", *server.mediaFolder, whyUnreadableFolder(*server.mediaFolder));
-  }
-  if (!problem && server.rootFolder) {
-    problem = unusable("root folder", *server.rootFolder, whyUnreadableFolder(*server.rootFolder));
-  }
-  return problem;
 }
 
 }  // namespace vemora

@@ -5,12 +5,11 @@
 #include <filesystem>
 #include <optional>
 #include <string>
-#include <variant>
 #include <vector>
 
 namespace vemora {
 
-/// A conformance check in place of serving.
+/// A conformance check instead of serving.
 struct CheckRequest {
   std::optional<std::string> address;  ///< Absent: the page of this server.
   std::vector<std::string> sessions;   ///< Empty: all.
@@ -20,7 +19,7 @@ struct CheckRequest {
   bool asJson = false;
 };
 
-/// What the program was asked to do.
+/// What the arguments say.
 struct CommandLine {
   std::optional<CheckRequest> check;
   LocalServerOptions server;
@@ -30,15 +29,8 @@ struct CommandLine {
   bool verbose = false;
 };
 
-/// The status to leave with at once: after help, after the version, or after arguments that make no sense.
-struct ExitNow {
-  int status = 0;
-};
-
-/// Reads the arguments. Whatever there is to say about them has been written when this returns.
-std::variant<CommandLine, ExitNow> readCommandLine(int argc, char** argv);
-
-/// Which of the named files cannot be used, and why; absent when all can.
-std::optional<std::string> unusableInput(const CommandLine& commandLine);
+/// Reads the arguments and looks at the input files. Throws BadArguments when they cannot be used; ends the program
+/// after "--help" and "--version".
+CommandLine readCommandLine(int argc, char** argv);
 
 }  // namespace vemora

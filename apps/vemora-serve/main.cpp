@@ -1,13 +1,14 @@
 #include "../common/GLibHandles.h"
 #include "../common/GObjectPtr.h"
+#include "../common/Options.h"
 #include "CommandLine.h"
 #include "LocalServer.h"
 #include "check/ConformanceCheck.h"
 
+#include <Vemora/JsonValue.h>
+
 #include <gio/gunixinputstream.h>
 #include <glib-unix.h>
-#include <rapidjson/stringbuffer.h>
-#include <rapidjson/writer.h>
 #include <unistd.h>
 
 #include <csignal>
@@ -16,7 +17,6 @@
 #include <optional>
 #include <string>
 #include <utility>
-#include <variant>
 
 namespace vemora {
 namespace {
@@ -28,37 +28,30 @@ gboolean quitOnSignal(gpointer loop) {
   return G_SOURCE_CONTINUE;
 }
 
-void readAwayAndQuitAtEnd(GInputStream* input, GMainLoop* loop);
+void discardAndQuitAtEnd(GInputStream* input, GMainLoop* loop);
 
 void onInput(GObject* input, GAsyncResult* result, gpointer loop) {
   const GBytesPtr bytes(g_input_stream_read_bytes_finish(G_INPUT_STREAM(input), result, nullptr));
   if (bytes && g_bytes_get_size(bytes.get()) > 0) {
-    readAwayAndQuitAtEnd(G_INPUT_STREAM(input), static_cast<GMainLoop*>(loop));
+    discardAndQuitAtEnd(G_INPUT_STREAM(input), static_cast<GMainLoop*>(loop));
   } else {
     g_main_loop_quit(static_cast<GMainLoop*>(loop));
   }
 }
 
-/// Quits the loop when the input ends, which the end of whoever holds its other side brings about.
-void readAwayAndQuitAtEnd(GInputStream* input, GMainLoop* loop) {
-  constexpr gsize kEnough = 4096;
-  g_input_stream_read_bytes_async(input, kEnough, G_PRIORITY_DEFAULT, nullptr, onInput, loop);
+/// Quits the loop when the input ends, as it does when the process at its other end exits.
+void discardAndQuitAtEnd(GInputStream* input, GMainLoop* loop) {
+  constexpr gsize kChunk = 4096;
+  g_input_stream_read_bytes_async(input, kChunk, G_PRIORITY_DEFAULT, nullptr, onInput, loop);
 }
 
-std::string readyLine(const LocalServer& server, const std::string& certificateFile) {
-  rapidjson::StringBuffer buffer;
-  rapidjson::Writer<rapidjson::StringBuffer> writer(buffer);
-  writer.StartObject();
-  writer.Key("origin");
-  writer.String(server.origin().c_str());
-  writer.Key("ca");
-  if (certificateFile.empty()) {
-    writer.Null();
-  } else {
-    writer.String(certificateFile.c_str());
-  }
-  writer.EndObject();
-  return buffer.GetString();
+std::string readyLine(const LocalServer& server,
+                      const std::optional<std::filesystem::path>& certificateFile) {
+  const JsonValue certificate = certificateFile ? JsonValue(certificateFile->string()) : JsonValue(nullptr);
+  return JsonValue::object(
+             {{"origin", server.origin()}, {"ca", certificate}, {"document", server.documentAddress()}})
+      .serialized()
+      .value_or("null");
 }
 
 int fail(const std::string& why) {
@@ -66,18 +59,14 @@ int fail(const std::string& why) {
   return kFailure;
 }
 
-/// Adds the certificates of a file to those to trust. Absent when it could; otherwise why not.
-std::optional<std::string> trustFile(const std::filesystem::path& file,
-                                     check::PageView::Certificates& trusted) {
-  GErrorHolder error;
-  GList* const list = g_tls_certificate_list_new_from_file(file.c_str(), error.out());
+check::PageView::Certificates certificatesIn(const std::filesystem::path& file) {
+  check::PageView::Certificates certificates;
+  GList* const list = g_tls_certificate_list_new_from_file(file.c_str(), nullptr);
   for (const GList* item = list; item; item = item->next) {
-    trusted.push_back(GObjectPtr<GTlsCertificate>::adopt(G_TLS_CERTIFICATE(item->data)));
+    certificates.push_back(GObjectPtr<GTlsCertificate>::adopt(G_TLS_CERTIFICATE(item->data)));
   }
   g_list_free(list);
-  if (error) return "cannot use the certificates of '" + file.string() + "': " + error.message();
-  if (trusted.empty()) return "there are no certificates in '" + file.string() + "'";
-  return std::nullopt;
+  return certificates;
 }
 
 int check(CommandLine commandLine) {
@@ -88,11 +77,9 @@ int check(CommandLine commandLine) {
                               .trusted = {},
                               .timeout = request.timeout,
                               .asJson = request.asJson,
-                              .tell = {}};
-  if (commandLine.verbose) options.tell = [](const std::string& line) { std::cerr << line << "\n"; };
-  if (request.authority) {
-    if (const auto problem = trustFile(*request.authority, options.trusted)) return fail(*problem);
-  }
+                              .trace = {}};
+  if (commandLine.verbose) options.trace = [](const std::string& line) { std::cerr << line << "\n"; };
+  if (request.authority) options.trusted = certificatesIn(*request.authority);
   LocalServer server(std::move(commandLine.server));
   if (!request.address) {
     std::string problem;
@@ -114,20 +101,18 @@ int serve(CommandLine commandLine) {
   std::string problem;
   if (!server.start(problem)) return fail(problem);
 
-  std::string certificateFile;
   if (commandLine.certificateFile) {
-    certificateFile = std::filesystem::absolute(*commandLine.certificateFile).string();
     GErrorHolder error;
     const std::string& pem = server.certificatePem();
-    if (!g_file_set_contents(certificateFile.c_str(), pem.data(), static_cast<gssize>(pem.size()),
-                             error.out())) {
+    if (!g_file_set_contents(commandLine.certificateFile->c_str(), pem.data(),
+                             static_cast<gssize>(pem.size()), error.out())) {
       return fail("cannot write the certificate: " + error.message());
     }
   }
-  std::cout << readyLine(server, certificateFile) << std::endl;
+  std::cout << readyLine(server, commandLine.certificateFile) << std::endl;
 
   const auto input = GObjectPtr<GInputStream>::adopt(g_unix_input_stream_new(STDIN_FILENO, FALSE));
-  if (commandLine.exitWithParent) readAwayAndQuitAtEnd(input.get(), loop.get());
+  if (commandLine.exitWithParent) discardAndQuitAtEnd(input.get(), loop.get());
   g_main_loop_run(loop.get());
 
   server.stop();
@@ -136,7 +121,6 @@ int serve(CommandLine commandLine) {
 }
 
 int run(CommandLine commandLine) {
-  if (const auto problem = unusableInput(commandLine)) return fail(*problem);
   if (commandLine.verbose) {
     commandLine.server.onRequest = [](const std::string& method, const std::string& target, unsigned status) {
       std::cerr << method << " " << target << " " << status << "\n";
@@ -149,9 +133,11 @@ int run(CommandLine commandLine) {
 }  // namespace vemora
 
 int main(int argc, char** argv) {
-  // Whoever read our output may be gone: that ends a write, not the program.
+  // The reader of the output may have gone: the write fails then, and the program goes on.
   std::signal(SIGPIPE, SIG_IGN);
-  const auto commandLine = vemora::readCommandLine(argc, argv);
-  if (const auto* exit = std::get_if<vemora::ExitNow>(&commandLine)) return exit->status;
-  return vemora::run(std::get<vemora::CommandLine>(commandLine));
+  try {
+    return vemora::run(vemora::readCommandLine(argc, argv));
+  } catch (const vemora::BadArguments& problem) {
+    return vemora::reportBadArguments("vemora-serve", problem);
+  }
 }

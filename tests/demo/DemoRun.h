@@ -17,7 +17,7 @@ namespace vemora::test {
 /// One run of vemora-demo in a user's home of its own, on the desktop of the test.
 ///
 ///     DemoRun run({"--placement", "inline"});
-///     EXPECT_EQ(run.finish(), 0) << run.told();
+///     EXPECT_EQ(run.finish(), 0) << run.output();
 ///     EXPECT_EQ(run.callbacks(), ...);
 class DemoRun {
  public:
@@ -26,8 +26,8 @@ class DemoRun {
   /// Waits for the end and returns the exit status; -1 when a signal ended it.
   int finish();
   ChildProcess& process() { return process_; }
-  /// All that it has written, for the text of a failure.
-  [[nodiscard]] std::string told() const { return outputs_.output + outputs_.errors; }
+  /// Everything that it wrote, for the text of a failure.
+  [[nodiscard]] std::string output() const { return outputs_.output + outputs_.errors; }
   [[nodiscard]] const std::string& errors() const { return outputs_.errors; }
   /// What GLib and GTK found wrong with calls of the demo's own process; a web process has its own.
   [[nodiscard]] std::string criticals() const;
@@ -51,7 +51,7 @@ class DemoRun {
   std::vector<JsonValue> events_;
 };
 
-/// Whether these beacons have come, each once, and in this order save for near neighbours: each travels on a
+/// Whether these beacons have come, each once, and in this order except for near neighbours: each travels on a
 /// connection of its own, so that beacons of one moment may overtake each other.
 testing::AssertionResult haveArrived(const std::vector<std::string>& beacons,
                                      std::vector<std::string> expected);

@@ -16,7 +16,7 @@ namespace {
 
 using Strings = std::vector<std::string>;
 
-/// How much of a picture is neither the white of paper nor the black of an empty film, 0 to 1.
+/// How much of a picture is neither the white of paper nor the black of an empty video, 0 to 1.
 double colouredShareOf(const std::filesystem::path& file) {
   const auto pixbuf = GObjectPtr<GdkPixbuf>::adopt(gdk_pixbuf_new_from_file(file.c_str(), nullptr));
   if (!pixbuf) return 0;
@@ -84,7 +84,7 @@ class DemoSessionTest : public testing::Test {
 
 TEST_F(DemoSessionTest, PlaysAGroupInline) {
   DemoRun run({"--screenshot", shot});
-  ASSERT_EQ(run.finish(), 0) << run.told();
+  ASSERT_EQ(run.finish(), 0) << run.output();
   EXPECT_EQ(run.callbacks(), (Strings{"requestForPlayer", "didLoadAds", "adGroupStart", "adStart ad-1",
                                       "adComplete ad-1", "adStart ad-2", "adComplete ad-2", "adStart ad-3",
                                       "adComplete ad-3", "adGroupComplete"}));
@@ -100,7 +100,7 @@ TEST_F(DemoSessionTest, PlaysAGroupInline) {
                                              {"impression", "start", "progress 1.5", "firstQuartile",
                                               "midpoint", "progress 4.5", "thirdQuartile", "complete"}}})));
   EXPECT_EQ(run.criticals(), "");
-  EXPECT_GT(colouredShareOf(shot), 0.15) << "the film is in the picture";
+  EXPECT_GT(colouredShareOf(shot), 0.15) << "the video is in the picture";
 
   double time = 0;
   double elapsed = 0;
@@ -125,35 +125,35 @@ TEST_F(DemoSessionTest, HasNoControllerOnAWrongHost) {
   // and never says a word.
   DemoRun refused({"--controller-host", "127.0.0.1:1"});
   EXPECT_EQ(refused.finish(), 1);
-  EXPECT_EQ(refused.callbacks(), (Strings{"requestForPlayer", "didLoadAds"})) << refused.told();
+  EXPECT_EQ(refused.callbacks(), (Strings{"requestForPlayer", "didLoadAds"})) << refused.output();
   EXPECT_EQ(refused.event("didLoadAds")["error"]["code"].integerValue(), 5002);
 
   const auto silent = GObjectPtr<GSocketListener>::adopt(g_socket_listener_new());
   const guint16 port = g_socket_listener_add_any_inet_port(silent.get(), nullptr, nullptr);
   DemoRun waiting({"--controller-host", "127.0.0.1:" + std::to_string(port)});
   EXPECT_EQ(waiting.finish(), 1);
-  EXPECT_EQ(waiting.callbacks(), (Strings{"requestForPlayer", "didLoadAds"})) << waiting.told();
+  EXPECT_EQ(waiting.callbacks(), (Strings{"requestForPlayer", "didLoadAds"})) << waiting.output();
   const JsonValue loaded = waiting.event("didLoadAds");
   EXPECT_GE(loaded["t"].doubleValue(), 10) << "the configuration and the ads are given five seconds each";
   EXPECT_EQ(loaded["error"]["code"].integerValue(), 5002);
-  EXPECT_NE(waiting.told().find("5002: RPC bridge failure (Failed to send get.ads)"), std::string::npos)
-      << waiting.told();
+  EXPECT_NE(waiting.output().find("5002: RPC bridge failure (Failed to send get.ads)"), std::string::npos)
+      << waiting.output();
 }
 
 TEST_F(DemoSessionTest, HasNoAds) {
   DemoRun run(withConfig(R"({"faults":{"noAds":true}})"));
   EXPECT_EQ(run.finish(), 1);
-  EXPECT_EQ(run.callbacks(), (Strings{"requestForPlayer", "didLoadAds"})) << run.told();
+  EXPECT_EQ(run.callbacks(), (Strings{"requestForPlayer", "didLoadAds"})) << run.output();
   const JsonValue loaded = run.event("didLoadAds");
   EXPECT_EQ(loaded["error"]["code"].integerValue(), 5003);
   EXPECT_EQ(loaded["group"]["ads"].count(), 0u);
-  EXPECT_NE(run.told().find("5003: No ads available"), std::string::npos) << run.told();
+  EXPECT_NE(run.output().find("5003: No ads available"), std::string::npos) << run.output();
 }
 
 TEST_F(DemoSessionTest, EndsFiveSecondsAfterThePageHasGoneSilent) {
   DemoRun run(withConfig(R"({"faults":{"stopPingAfter":2.5}})"));
   EXPECT_EQ(run.finish(), 1);
-  EXPECT_EQ(run.lastCallback(), "adError") << run.told();
+  EXPECT_EQ(run.lastCallback(), "adError") << run.output();
   const JsonValue error = run.event("adError");
   EXPECT_EQ(error["error"]["code"].integerValue(), 5005);
   EXPECT_TRUE(error["ad"].isNull());
@@ -162,48 +162,51 @@ TEST_F(DemoSessionTest, EndsFiveSecondsAfterThePageHasGoneSilent) {
   EXPECT_LT(silent, 12);
 }
 
-TEST_F(DemoSessionTest, TellsWhyThePageGaveUp) {
-  DemoRun run(withConfig(R"({"faults":{"adError":"The film is torn"}})"));
+TEST_F(DemoSessionTest, ReportsWhyThePageFailed) {
+  DemoRun run(withConfig(R"({"faults":{"adError":"The file is damaged"}})"));
   EXPECT_EQ(run.finish(), 1);
-  EXPECT_EQ(run.lastCallback().substr(0, 7), "adError") << run.told();
+  EXPECT_EQ(run.lastCallback().substr(0, 7), "adError") << run.output();
   const JsonValue error = run.event("adError")["error"];
   EXPECT_EQ(error["domain"], JsonValue("VMRErrorDomain"));
   EXPECT_EQ(error["code"].integerValue(), 5004);
   EXPECT_EQ(error["description"], JsonValue("Ad playback failed"));
-  EXPECT_EQ(error["reason"], JsonValue("The film is torn"));
+  EXPECT_EQ(error["reason"], JsonValue("The file is damaged"));
 }
 
 TEST_F(DemoSessionTest, ResizesAnAdThatPlays) {
   DemoRun run({"--placement", "resizable", "--size", "0.5", "--vast", single, "--do", "smaller@0.5", "--do",
                "larger@0.8", "--do", "larger@1", "--screenshot", shot});
-  EXPECT_EQ(run.finish(), 0) << run.told();
-  EXPECT_EQ(run.callbacks(), playedToItsEnd) << run.told();
+  EXPECT_EQ(run.finish(), 0) << run.output();
+  EXPECT_EQ(run.callbacks(), playedToItsEnd) << run.output();
   EXPECT_TRUE(std::filesystem::exists(shot));
 }
 
 TEST_F(DemoSessionTest, PlaysOverTheWholeScreen) {
   DemoRun run({"--placement", "interstitial", "--vast", single, "--screenshot", shot, "--do", "close@3.4"});
-  EXPECT_EQ(run.finish(), 0) << run.told();
+  EXPECT_EQ(run.finish(), 0) << run.output();
   EXPECT_EQ(run.callbacks(), (Strings{"requestForPlayer", "didLoadAds", "adGroupStart", "adStart film-1",
                                       "adUserClose film-1", "adGroupComplete"}))
-      << run.told();
+      << run.output();
   EXPECT_EQ(run.criticals(), "");
-  EXPECT_GT(colouredShareOf(shot), 0.4) << "the film fills the picture";
+  EXPECT_GT(colouredShareOf(shot), 0.4) << "the video fills the picture";
 }
 
-TEST_F(DemoSessionTest, LetsGoOfItsServerHoweverItEnds) {
+TEST_F(DemoSessionTest, EndsItsServerHoweverItEnds) {
   for (const int signal : {SIGTERM, SIGKILL}) {
     DemoRun run({});
     const std::string origin = originOf(run);
     EXPECT_TRUE(isServed(origin)) << origin;
     run.process().signal(signal);
     const int status = run.finish();
-    EXPECT_EQ(status, signal == SIGTERM ? 1 : -1) << run.told();
+    EXPECT_EQ(status, signal == SIGTERM ? 1 : -1) << run.output();
     EXPECT_TRUE(comesToAnEnd(origin)) << "the server has outlived signal " << signal;
   }
 }
 
 TEST_F(DemoSessionTest, BadArgumentsEndWithTwoAndSayWhich) {
+  const std::string broken = folder.write("broken.json", "{").string();
+  const std::string misspelt = folder.write("misspelt.json", R"({"stallTimeot":3})").string();
+  const std::string cut = folder.write("cut.xml", "<VAST>").string();
   struct Case {
     Strings arguments;
     const char* named;
@@ -217,7 +220,7 @@ TEST_F(DemoSessionTest, BadArgumentsEndWithTwoAndSayWhich) {
                         Case{{"--param", "=x"}, "=x"},
                         Case{{"--controller-host", "https://host"}, "https://host"},
                         Case{{"--controller-host", "host:port"}, "host:port"},
-                        Case{{"--controller-host", ""}, "HOST"},
+                        Case{{"--controller-host", ""}, "--controller-host"},
                         Case{{"--controller-host", "host", "--ads", single}, "--ads"},
                         Case{{"--ca", single}, "--ca"},
                         Case{{"--ads", "/missing.json"}, "/missing.json"},
@@ -225,6 +228,19 @@ TEST_F(DemoSessionTest, BadArgumentsEndWithTwoAndSayWhich) {
                         Case{{"--config", "/"}, "--config"},
                         Case{{"--screenshot", "/missing/shot.png"}, "/missing/shot.png"},
                         Case{{"--events", "/missing/events"}, "/missing/events"},
+                        Case{{"--placement", "resizable", "--size", "nan"}, "nan"},
+                        Case{{"--placement", "resizable", "--size", "0"}, "0"},
+                        Case{{"--config", broken}, "not valid JSON"},
+                        Case{{"--config", misspelt}, "nothing reads 'stallTimeot'"},
+                        Case{{"--ads", broken}, "not valid JSON"},
+                        Case{{"--vast", cut}, "not well-formed XML"},
+                        Case{{"--vast", "https://127.0.0.1:1/tag"}, "cannot reach 'https://127.0.0.1:1/tag'"},
+                        Case{{"--vast", "https://"}, "not a web address"},
+                        Case{{"--channel", "abc"}, "abc"},
+                        Case{{"--controller-host", "host", "--ca", single}, "no certificate"},
+                        Case{{"--screenshot", "shot.jpg"}, ".png"},
+                        Case{{"--events", ""}, "--events"},
+                        Case{{"--screenshot", ""}, "--screenshot"},
                         Case{{"--timeout", "-1"}, "-1"},
                         Case{{"--timeout", "soon"}, "soon"},
                         Case{{"--do", "dance@1"}, "dance@1"},
@@ -232,13 +248,13 @@ TEST_F(DemoSessionTest, BadArgumentsEndWithTwoAndSayWhich) {
                         Case{{"--do", "pause"}, "pause"}}) {
     DemoRun run(c.arguments);
     EXPECT_EQ(run.finish(), 2) << c.named;
-    EXPECT_NE(run.errors().find(c.named), std::string::npos) << c.named << " in: " << run.told();
+    EXPECT_NE(run.errors().find(c.named), std::string::npos) << c.named << " in: " << run.output();
     EXPECT_TRUE(run.events().empty());
   }
   for (const char* option : {"--help", "--version"}) {
     DemoRun run({option});
     EXPECT_EQ(run.finish(), 0) << option;
-    EXPECT_NE(run.told().find("vemora-demo"), std::string::npos) << option;
+    EXPECT_NE(run.output().find("vemora-demo"), std::string::npos) << option;
     EXPECT_EQ(run.errors(), "") << option;
   }
 }

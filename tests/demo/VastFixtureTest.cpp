@@ -34,8 +34,8 @@ Strings stringsOf(const JsonValue& list) {
   return result;
 }
 
-/// What the host app does in a fixture, as the demo is told it: a delegate does not hear of every event, but
-/// of the time.
+/// What the host app does in a fixture, as options of the demo: a delegate is not notified of every event, but of the
+/// time.
 Strings commandsFor(const JsonValue& controls) {
   const std::map<std::string, std::string> moments{{"AdVideoFirstQuartile", "1.3"},
                                                    {"AdVideoMidpoint", "2.3"},
@@ -92,8 +92,13 @@ TEST_P(VastFixtureTest, PlaysAndFiresExactlyItsBeacons) {
 
   DemoRun run(arguments);
   const int status = run.finish();
-  EXPECT_TRUE(haveArrived(run.beacons(), stringsOf(expected["beacons"]))) << run.told();
-  EXPECT_EQ(withoutAds(run.callbacks()), callbacksFor(expected)) << run.told();
+  // The demo refuses a document that is no XML; the tests of the page play it.
+  if (GetParam() == "malformed") {
+    EXPECT_EQ(status, 2) << run.output();
+    return;
+  }
+  EXPECT_TRUE(haveArrived(run.beacons(), stringsOf(expected["beacons"]))) << run.output();
+  EXPECT_EQ(withoutAds(run.callbacks()), callbacksFor(expected)) << run.output();
   Strings ads;
   for (const JsonValue& ad : run.event("didLoadAds")["group"]["ads"].elements()) {
     ads.push_back(ad["id"].stringValue().value_or(""));
@@ -101,7 +106,7 @@ TEST_P(VastFixtureTest, PlaysAndFiresExactlyItsBeacons) {
   EXPECT_EQ(ads, stringsOf(expected["ads"]));
 
   const bool completes = run.lastCallback() == "adGroupComplete";
-  EXPECT_EQ(status, completes ? 0 : 1) << run.told();
+  EXPECT_EQ(status, completes ? 0 : 1) << run.output();
   EXPECT_EQ(run.event("didLoadAds")["error"]["code"].integerValue(), ads.empty() ? 5003 : 0);
   if (!expected["error"].isNull()) {
     const std::string reason = run.event("adError")["error"]["reason"].stringValue().value_or("");

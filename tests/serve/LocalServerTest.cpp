@@ -2,8 +2,9 @@
 #include "HttpsClient.h"
 #include "LocalServer.h"
 
+#include <Vemora/JsonValue.h>
+
 #include <gtest/gtest.h>
-#include <rapidjson/document.h>
 
 #include <memory>
 #include <string>
@@ -23,14 +24,10 @@ std::string noise(std::size_t size) {
   return text;
 }
 
-void collectStrings(const rapidjson::Value& value, std::vector<std::string>& into) {
-  if (value.IsString()) into.emplace_back(value.GetString());
-  if (value.IsArray()) {
-    for (const auto& item : value.GetArray()) collectStrings(item, into);
-  }
-  if (value.IsObject()) {
-    for (const auto& member : value.GetObject()) collectStrings(member.value, into);
-  }
+void collectStrings(const JsonValue& value, std::vector<std::string>& into) {
+  if (value.isString()) into.emplace_back(value.stringValue().value_or(""));
+  for (const JsonValue& element : value.elements()) collectStrings(element, into);
+  for (const JsonValue::Entry& entry : value.entries()) collectStrings(entry.value, into);
 }
 
 class LocalServerTest : public testing::Test {
@@ -82,7 +79,7 @@ TEST_F(LocalServerTest, ServesThePageToAnyOriginAndForbidsKeepingIt) {
   EXPECT_EQ(get(std::string(kControllerPagePath)).status, 404u);
 }
 
-TEST_F(LocalServerTest, PutsItsOriginIntoListsButNotIntoPagesOrFilms) {
+TEST_F(LocalServerTest, PutsItsOriginIntoListsButNotIntoPagesOrVideos) {
   options.ads = folder.write("list", R"({"a":"{{origin}}/x","b":"{{origin}}{{origin}}"})");
   options.config = folder.write("config", R"(["{{origin}}"])");
   folder.write("root/tags/ad.XML", "<a>{{origin}}</a>");
@@ -229,6 +226,41 @@ TEST_F(LocalServerTest, NeverLeavesItsFolders) {
   }
 }
 
+TEST_F(LocalServerTest, SharesADocumentWithWhatItNamesAndNothingElse) {
+  options.document =
+      folder.write("tag/ad.xml", R"(<VAST a="wrapped/inner.xml"><![CDATA[{{origin}}/video.mp4?x=1]]>
+      {{origin}}/beacon/i?x=1 ../page.html /page.html https://other.example/key.pem <b>sp%20ace.vtt</b></VAST>)");
+  folder.write("tag/video.mp4", "video");
+  folder.write("tag/sp ace.vtt", "captions");
+  folder.write("tag/key.pem", "SECRET");
+  folder.write("tag/wrapped/inner.xml", "<VAST>{{origin}}/second.mp4 beside.mp4</VAST>");
+  folder.write("tag/wrapped/beside.mp4", "beside");
+  folder.write("tag/second.mp4", "second");
+  start();
+  const std::string address = server->documentAddress().value_or("");
+  const std::string base = address.substr(0, address.rfind('/') + 1);
+  EXPECT_EQ(base.size(), server->origin().size() + 34) << "128 bits in hexadecimal, between two slashes";
+  EXPECT_NE(SharedDocument(*options.document).prefix(), SharedDocument(*options.document).prefix());
+
+  const Reply document = client->send(address);
+  EXPECT_EQ(document.status, 200u);
+  EXPECT_NE(document.body.find("[" + base + "video.mp4?x=1]"), std::string::npos) << document.body;
+  EXPECT_NE(document.body.find(server->origin() + "/beacon/i?x=1 "), std::string::npos) << document.body;
+  for (const auto& [name, content] : std::map<std::string, std::string>{{"video.mp4", "video"},
+                                                                        {"sp%20ace.vtt", "captions"},
+                                                                        {"second.mp4", "second"},
+                                                                        {"wrapped/beside.mp4", "beside"}}) {
+    EXPECT_EQ(client->send(base + name).body, content) << name;
+  }
+  EXPECT_NE(client->send(base + "wrapped/inner.xml").body.find(base + "second.mp4"), std::string::npos);
+  for (const char* name : {"key.pem", "", "..%2fpage.html", "wrapped/"}) {
+    EXPECT_EQ(client->send(base + name).status, 404u) << name;
+  }
+  for (const char* path : {"/ad.xml", "/video.mp4", "/key.pem", "/tag/ad.xml"}) {
+    EXPECT_EQ(get(path).status, 404u) << path;
+  }
+}
+
 TEST_F(LocalServerTest, CountsBeaconsInOrderOfArrival) {
   start();
   const std::string& origin = server->origin();
@@ -242,12 +274,11 @@ TEST_F(LocalServerTest, CountsBeaconsInOrderOfArrival) {
   ASSERT_EQ(server->beacons().size(), 3u);
   EXPECT_EQ(server->beacons()[1].method, "POST");
   const Reply list = get("/beacons");
-  rapidjson::Document json;
-  ASSERT_FALSE(json.Parse<rapidjson::kParseValidateEncodingFlag>(list.body.c_str()).HasParseError())
-      << list.body;
-  EXPECT_EQ(json["count"].GetInt(), 3);
+  const JsonValue json = JsonValue::parse(list.body).value_or(nullptr);
+  ASSERT_TRUE(json.isObject()) << list.body;
+  EXPECT_EQ(json["count"].integerValue(), 3);
   const auto text = [&](unsigned index, const char* key) {
-    return std::string(json["beacons"][index][key].GetString());
+    return json["beacons"].elements()[index][key].stringValue().value_or("");
   };
   EXPECT_EQ(text(0, "path"), "/beacon/impression");
   EXPECT_EQ(text(0, "query"), "ad=1&x=%5Bm%5D");
@@ -259,7 +290,7 @@ TEST_F(LocalServerTest, CountsBeaconsInOrderOfArrival) {
   EXPECT_EQ(text(2, "userAgent"), "a\xef\xbf\xbd");
 }
 
-TEST_F(LocalServerTest, TellsWhichMethodsItTakes) {
+TEST_F(LocalServerTest, NamesTheMethodsThatItAccepts) {
   start();
   const Reply refused = client->send(server->origin() + "/ads.json", {"POST", {}, "x"});
   EXPECT_EQ(refused.status, 405u);
@@ -272,7 +303,7 @@ TEST_F(LocalServerTest, TellsWhichMethodsItTakes) {
   EXPECT_TRUE(server->beacons().empty());
 }
 
-TEST_F(LocalServerTest, OutlivesGarbage) {
+TEST_F(LocalServerTest, SurvivesMalformedRequests) {
   start();
   for (const char* requestLine :
        {"", "GET", "GET  HTTP/1.1", "GET / HTTP/9.9", "GET /%00 HTTP/1.1", "GET /%zz HTTP/1.1",
@@ -287,7 +318,7 @@ TEST_F(LocalServerTest, OutlivesGarbage) {
   EXPECT_EQ(get("/beacons").status, 200u);
 }
 
-TEST_F(LocalServerTest, StopsListeningAndKeepsWhatItCounted) {
+TEST_F(LocalServerTest, StopsListeningAndKeepsItsCount) {
   start();
   get("/beacon/x");
   server->stop();
@@ -295,13 +326,12 @@ TEST_F(LocalServerTest, StopsListeningAndKeepsWhatItCounted) {
   EXPECT_EQ(server->beacons().size(), 1u);
 }
 
-TEST_F(LocalServerTest, EverythingThatTheDemoListNamesIsThere) {
+TEST_F(LocalServerTest, ServesEverythingThatTheDemoListNames) {
   options.ads = fs::path(VEMORA_DEMO_FOLDER) / "ads.json";
   options.mediaFolder = fs::path(VEMORA_DEMO_FOLDER) / "media";
   start();
-  rapidjson::Document json;
-  ASSERT_FALSE(json.Parse(get("/ads.json").body.c_str()).HasParseError());
-  EXPECT_EQ(json["ads"].Size(), 3u);
+  const JsonValue json = JsonValue::parse(get("/ads.json").body).value_or(nullptr);
+  EXPECT_EQ(json["ads"].count(), 3u);
   std::vector<std::string> strings;
   collectStrings(json, strings);
   std::size_t ours = 0;

@@ -2,12 +2,11 @@
 #include "../common/TestFolder.h"
 #include "HttpsClient.h"
 
+#include <Vemora/JsonValue.h>
+
 #include <gtest/gtest.h>
-#include <rapidjson/document.h>
 
 #include <csignal>
-#include <fstream>
-#include <iterator>
 #include <optional>
 #include <string>
 #include <utility>
@@ -17,11 +16,6 @@ namespace vemora::test {
 namespace {
 
 namespace fs = std::filesystem;
-
-std::string contentOf(const fs::path& file) {
-  std::ifstream stream(file, std::ios::binary);
-  return {std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
-}
 
 /// A running vemora-serve.
 class ServeProcess : public ChildProcess {
@@ -40,13 +34,11 @@ class ServeProgramTest : public testing::Test {
  protected:
   ServeProgramTest() : page(folder.write("page.html", "page").string()) {}
 
-  /// The origin that the ready line of a program names that was not asked for its certificate.
+  /// The origin in the ready line of a program that was not asked for its certificate.
   static std::string originOf(ServeProcess& process) {
-    rapidjson::Document ready;
-    ready.Parse(process.line().value_or("").c_str());
-    if (!ready.IsObject()) return "";
-    EXPECT_TRUE(ready["ca"].IsNull());
-    return ready["origin"].GetString();
+    const JsonValue ready = JsonValue::parse(process.line().value_or("")).value_or(nullptr);
+    EXPECT_TRUE(ready["ca"].isNull());
+    return ready["origin"].stringValue().value_or("");
   }
 
   TestFolder folder;
@@ -70,11 +62,11 @@ TEST_F(ServeProgramTest, BadArgumentsEndWithTwoAndSayWhich) {
   for (const Case& c :
        {Case{{"--nonsense"}, "--nonsense"}, Case{{"--port"}, "--port"}, Case{{"--port", "http"}, "http"},
         Case{{"--port", "65536"}, "65536"}, Case{{"--port", "-1"}, "-1"}, Case{{"--port", "80 "}, "80 "},
-        Case{{"--port", ""}, "port"}, Case{{"stray"}, "stray"}, Case{{"--json"}, "--json"},
+        Case{{"--port", ""}, "--port"}, Case{{"stray"}, "stray"}, Case{{"--json"}, "--json"},
         Case{{"--check", "http://a/"}, "http://a/"}, Case{{"--check", "https:page"}, "https:page"},
         Case{{"--check", "https://a/", "stray"}, "stray"}, Case{{"--check", "--session", "plays"}, "plays"},
-        Case{{"--check", "--timeout", "0"}, "seconds: 0"}, Case{{"--check", "--timeout", "1 s"}, "1 s"},
-        Case{{"--check", "--list-beacons"}, "--list-beacons"},
+        Case{{"--check", "--timeout", "0"}, "'0'"}, Case{{"--check", "--timeout", "1 s"}, "1 s"},
+        Case{{"--check", "--timeout", "nan"}, "nan"}, Case{{"--check", "--list-beacons"}, "--list-beacons"},
         Case{{"--check", "https://a/", "--ads", "a.json"}, "--ads"}}) {
     ServeProcess process(c.arguments);
     EXPECT_EQ(process.output(), "");
@@ -83,23 +75,45 @@ TEST_F(ServeProgramTest, BadArgumentsEndWithTwoAndSayWhich) {
   }
 }
 
-TEST_F(ServeProgramTest, FilesThatCannotBeUsedEndWithOneAndAreNamed) {
+TEST_F(ServeProgramTest, FilesThatCannotBeUsedEndWithTwoAndSayWhy) {
   const std::string folderPath = folder.path().string();
   const std::string missing = folderPath + "/missing";
-  for (const std::vector<std::string>& arguments :
-       {std::vector<std::string>{"--page", missing}, std::vector<std::string>{"--page", folderPath},
-        std::vector<std::string>{"--page", page, "--ads", missing},
-        std::vector<std::string>{"--page", page, "--config", missing},
-        std::vector<std::string>{"--page", page, "--media", missing},
-        std::vector<std::string>{"--page", page, "--root", page},
-        std::vector<std::string>{"--check", "https://a/", "--ca", missing},
-        std::vector<std::string>{"--check", "https://a/", "--ca", page},
-        std::vector<std::string>{"--check", "--page", page, "--request", missing},
-        std::vector<std::string>{"--page", page, "--ca-out", missing + "/ca.pem"}}) {
-    ServeProcess process(arguments);
-    EXPECT_EQ(process.output(), "") << arguments.back();
-    EXPECT_NE(process.errors().find(arguments.back()), std::string::npos) << arguments.back();
-    EXPECT_EQ(process.wait(), 1) << arguments.back();
+  const std::string broken = folder.write("broken.json", R"({"a":1,})");
+  const std::string array = folder.write("array.json", "[]");
+  const std::string misspelt = folder.write("misspelt.json", R"({"faults":{"noAd":true}})");
+  const std::string noAds = folder.write("no-ads.json", R"({"ad":[]})");
+  const std::string hollowAd = folder.write("hollow-ad.json", R"({"ads":[{"id":"a"}]})");
+  const std::string cut = folder.write("cut.xml", "<VAST version=\"4.2\">\n<Ad>");
+  const std::string other = folder.write("other.xml", "<html/>");
+  struct Case {
+    std::vector<std::string> arguments;
+    const char* why;
+  };
+  for (const Case& c :
+       {Case{{"--page", missing}, "No such file"}, Case{{"--page", folderPath}, "is a folder"},
+        Case{{"--page", ""}, "--page: the value is empty"},
+        Case{{"--page", page, "--ads", missing}, "No such file"},
+        Case{{"--page", page, "--ads", broken}, "not valid JSON"},
+        Case{{"--page", page, "--ads", noAds}, "no array \"ads\""},
+        Case{{"--page", page, "--ads", hollowAd}, "ads[0] has no \"media\""},
+        Case{{"--page", page, "--config", missing}, "No such file"},
+        Case{{"--page", page, "--config", broken}, "not valid JSON"},
+        Case{{"--page", page, "--config", array}, "not a JSON object"},
+        Case{{"--page", page, "--config", misspelt}, "nothing reads 'faults.noAd'"},
+        Case{{"--page", page, "--document", cut}, "line 2"},
+        Case{{"--page", page, "--document", other}, "its root is <html>"},
+        Case{{"--page", page, "--media", missing}, "No such file"},
+        Case{{"--page", page, "--root", page}, "not a folder"},
+        Case{{"--check", "https://a/", "--ca", missing}, "No such file"},
+        Case{{"--check", "https://a/", "--ca", page}, "certificate"},
+        Case{{"--check", "--page", page, "--request", broken}, "not valid JSON"},
+        Case{{"--page", page, "--ca-out", missing + "/ca.pem"}, "cannot write"}}) {
+    ServeProcess process(c.arguments);
+    const ChildProcess::Outputs outputs = process.outputs();
+    EXPECT_EQ(outputs.output, "") << c.why;
+    EXPECT_NE(outputs.errors.find(c.why), std::string::npos) << c.why << " in: " << outputs.errors;
+    EXPECT_NE(outputs.errors.find(c.arguments.back()), std::string::npos) << outputs.errors;
+    EXPECT_EQ(process.wait(), 2) << c.why;
   }
 }
 
@@ -120,12 +134,11 @@ TEST_F(ServeProgramTest, APortInUseEndsWithOne) {
 TEST_F(ServeProgramTest, ServesFromTheReadyLineUntilASignalAndListsTheBeacons) {
   const std::string certificate = (folder.path() / "ca.pem").string();
   ServeProcess process({"--page", page, "--ca-out", certificate, "--list-beacons", "--verbose"});
-  rapidjson::Document ready;
-  ready.Parse(process.line().value_or("").c_str());
-  ASSERT_TRUE(ready.IsObject());
-  EXPECT_EQ(ready["ca"].GetString(), certificate);
-  const std::string origin = ready["origin"].GetString();
-  HttpsClient client(contentOf(certificate));
+  const JsonValue ready = JsonValue::parse(process.line().value_or("")).value_or(nullptr);
+  ASSERT_TRUE(ready.isObject());
+  EXPECT_EQ(ready["ca"], JsonValue(certificate));
+  const std::string origin = ready["origin"].stringValue().value_or("");
+  HttpsClient client(folder.read("ca.pem"));
   EXPECT_EQ(client.send(origin + "/mobile/sdk/v4/native/VMRWebViewRuntime.html").body, "page");
   EXPECT_EQ(client.send(origin + "/beacon/x?n=1").status, 204u);
 
@@ -137,7 +150,7 @@ TEST_F(ServeProgramTest, ServesFromTheReadyLineUntilASignalAndListsTheBeacons) {
   EXPECT_NE(process.errors().find("GET /beacon/x?n=1 204"), std::string::npos);
 }
 
-TEST_F(ServeProgramTest, EndsWithItsParentWhenToldTo) {
+TEST_F(ServeProgramTest, EndsWithItsParentWhenAskedTo) {
   ServeProcess process({"--page", page, "--exit-with-parent"});
   EXPECT_NE(originOf(process), "");
   process.closeInput();

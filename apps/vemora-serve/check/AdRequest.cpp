@@ -1,7 +1,7 @@
 #include "AdRequest.h"
 
-#include <fstream>
-#include <iterator>
+#include <utility>
+#include <vector>
 
 namespace vemora::check {
 
@@ -45,15 +45,6 @@ JsonValue adRequest(const JsonValue& own) {
     entries.push_back({entry.key, JsonValue::object(std::move(merged))});
   }
   return JsonValue::object(std::move(entries));
-}
-
-JsonValue readObject(const std::filesystem::path& file, std::string& problem) {
-  std::ifstream stream(file, std::ios::binary);
-  const std::string text((std::istreambuf_iterator<char>(stream)), std::istreambuf_iterator<char>());
-  JsonValue value = stream ? JsonValue::parse(text).value_or(nullptr) : JsonValue();
-  if (value.isObject()) return value;
-  problem = stream ? "holds no JSON object" : "cannot be read";
-  return nullptr;
 }
 
 }  // namespace vemora::check

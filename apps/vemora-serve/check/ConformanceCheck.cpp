@@ -1,6 +1,7 @@
 #include "ConformanceCheck.h"
 
 #include "../../common/GLibHandles.h"
+#include "../../common/InputFiles.h"
 #include "AdRequest.h"
 #include "Conversation.h"
 #include "Plans.h"
@@ -32,8 +33,8 @@ class Check {
       const auto& names = options.sessions;
       if (!names.empty() && std::find(names.begin(), names.end(), plan.session) == names.end()) continue;
       conversations_.push_back(std::make_unique<Conversation>(
-          std::move(plan),
-          Conversation::Options{options.address, adRequest, options.trusted, options.timeout, options.tell}));
+          std::move(plan), Conversation::Options{options.address, adRequest, options.trusted, options.timeout,
+                                                 options.trace}));
     }
     openWindow();
   }
@@ -44,7 +45,7 @@ class Check {
     gtk_window_destroy(window_);
   }
 
-  /// Absent when every session came to its end; otherwise why the page cannot be judged.
+  /// Absent when every session ended; otherwise why the page cannot be judged.
   std::optional<std::string> run() {
     began_ = g_get_monotonic_time();
     running_ = conversations_.size();
@@ -123,9 +124,7 @@ std::vector<std::string> sessionNames() {
 }
 
 int runCheck(const CheckOptions& options) {
-  std::string problem;
-  const JsonValue own = options.adRequest ? readObject(*options.adRequest, problem) : JsonValue();
-  if (!problem.empty()) return cannotCheck(options, "'" + options.adRequest->string() + "' " + problem);
+  const JsonValue own = options.adRequest ? readJsonObject("request", *options.adRequest) : JsonValue();
   if (!gtk_init_check()) return cannotCheck(options, kNoDisplay);
 
   Check check(options, adRequest(own));
@@ -136,7 +135,7 @@ int runCheck(const CheckOptions& options) {
   std::cout << (options.asJson ? reportAsJson(findings, options.address, check.seconds())
                                : reportAsText(findings, check.seconds()))
             << std::flush;
-  return allHold(findings) ? 0 : kFailure;
+  return static_cast<int>(resultOf(findings));
 }
 
 }  // namespace vemora::check

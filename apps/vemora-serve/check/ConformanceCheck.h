@@ -18,17 +18,17 @@ struct CheckOptions {
   PageView::Certificates trusted;
   double timeout = 0;  ///< Seconds for each session.
   bool asJson = false;
-  std::function<void(const std::string& line)> tell;  ///< Hears of all traffic; may be empty.
+  std::function<void(const std::string& line)> trace;  ///< Called with all traffic; may be empty.
 };
 
 /// The names that `CheckOptions::sessions` may hold.
 std::vector<std::string> sessionNames();
 
 /// Drives a page through its sessions in a window of its own, all of them at once, and writes the report to
-/// the standard output. Returns the status to leave with: 0 when every rule holds, 1 when not or when the
-/// page cannot be checked; then the standard error says why.
+/// the standard output. Returns the exit status: 0 when every rule holds, 1 when one is broken or the page cannot
+/// be checked (the standard error says why), 3 when none is broken but some could not be judged.
 ///
-/// Runs the default main context until it is through. Needs a display.
+/// Runs the default main context until it is done. Needs a display.
 int runCheck(const CheckOptions& options);
 
 }  // namespace vemora::check

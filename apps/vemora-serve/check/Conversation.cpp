@@ -36,7 +36,7 @@ Conversation::Conversation(Plan plan, Options options)
   listener.loaded = [this] {
     if (transcript_.loadedAt) return;
     transcript_.loadedAt = now();
-    tell("loaded");
+    trace("loaded");
     look();
   };
   listener.loadFailed = [this](const std::string& why) {
@@ -45,7 +45,7 @@ Conversation::Conversation(Plan plan, Options options)
   };
   listener.gone = [this](const std::string& why) {
     transcript_.gone = why;
-    tell(why);
+    trace(why);
     end();
   };
   listener.posted = [this](Post post) { onPost(std::move(post)); };
@@ -79,7 +79,7 @@ void Conversation::beginNextStep() {
   const Step& step = plan_.steps[nextStep_++];
   if (!step.phase.empty()) {
     transcript_.phases.push_back({now(), step.phase});
-    tell("-- " + step.phase);
+    trace("-- " + step.phase);
   }
   if (step.act) step.act(*this);
   if (!finished_) return;
@@ -140,7 +140,7 @@ void Conversation::sendMalformed(const std::string& text) {
 }
 
 void Conversation::deliver(Call call, const std::string& script) {
-  tell("<- " + script);
+  trace("<- " + script);
   const std::size_t place = transcript_.calls.size();
   transcript_.calls.push_back(std::move(call));
   view_->evaluate(script, [this, place](const std::string& outcome) {
@@ -153,13 +153,13 @@ void Conversation::onPost(Post post) {
   if (!finished_) return;
   post.at = now();
   const std::string what = post.body.serialized().value_or(post.type);
-  tell((post.handler == Post::Handler::Log ? "-> log " : "-> ") + what);
+  trace((post.handler == Post::Handler::Log ? "-> log " : "-> ") + what);
   transcript_.posts.push_back(std::move(post));
   look();
 }
 
-void Conversation::tell(const std::string& what) const {
-  if (options_.tell) options_.tell(transcript_.session + " " + inSeconds(now()) + " " + what);
+void Conversation::trace(const std::string& what) const {
+  if (options_.trace) options_.trace(transcript_.session + " " + inSeconds(now()) + " " + what);
 }
 
 }  // namespace vemora::check

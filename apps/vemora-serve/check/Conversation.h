@@ -38,8 +38,8 @@ class Conversation {
     std::string address;
     JsonValue adRequest;
     PageView::Certificates trusted;
-    double timeout = 0;                                 ///< For the whole session.
-    std::function<void(const std::string& line)> tell;  ///< Hears of all traffic; may be empty.
+    double timeout = 0;                                  ///< For the whole session.
+    std::function<void(const std::string& line)> trace;  ///< Called with all traffic; may be empty.
   };
 
   Conversation(Plan plan, Options options);
@@ -72,7 +72,7 @@ class Conversation {
   void end();
   void deliver(Call call, const std::string& script);
   void onPost(Post post);
-  void tell(const std::string& what) const;
+  void trace(const std::string& what) const;
 
   Plan plan_;
   Options options_;

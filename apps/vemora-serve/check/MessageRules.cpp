@@ -6,6 +6,7 @@
 #include <memory>
 #include <set>
 #include <string_view>
+#include <utility>
 
 namespace vemora::check {
 
@@ -13,7 +14,7 @@ namespace {
 
 constexpr double kLoadTimeout = 15;
 constexpr double kReplyTimeout = 5;
-/// The session ends after 5 seconds without a ping; a page has to leave something for the way.
+/// The session ends after 5 seconds without a ping; one second is left for the transport.
 constexpr double kLargestPingGap = 4;
 /// Messages this close to each other may overtake each other on the native side.
 constexpr double kOvertaking = 0.1;
@@ -63,7 +64,7 @@ Verdict bridgeExists(const Transcript& t) {
 Verdict bridgeReturnsNothing(const Transcript& t) {
   Findings findings;
   for (const Call& call : t.calls) {
-    // What is no message never comes from the SDK: all that counts is that the page lives on.
+    // The SDK never sends malformed text: the page only has to survive it.
     if (call.purpose == Purpose::Malformed || !call.outcome) continue;
     findings.look();
     if (*call.outcome != "undefined") findings.add("for " + call.method + " it " + *call.outcome);
@@ -206,7 +207,7 @@ Verdict unknownMethod(const Transcript& t) {
   return findings.verdict("none was sent");
 }
 
-/// The page is alive after a call when it answers whatever ordinary request comes next.
+/// The page is alive after a call when it answers the next ordinary request.
 Verdict livesAfter(const Transcript& t, Purpose purpose) {
   const auto odd =
       std::find_if(t.calls.begin(), t.calls.end(), [&](const Call& call) { return call.purpose == purpose; });
@@ -330,6 +331,58 @@ Verdict beaconsInTime(const Transcript& t) {
   return findings.verdict("there was none");
 }
 
+bool isMacroLetter(char letter) {
+  return (letter >= 'A' && letter <= 'Z') || (letter >= '0' && letter <= '9') || letter == '_' ||
+         letter == ':';
+}
+
+/// The first "[NAME]" or "%5BNAME%5D" of an address, or a mark of a template; empty when there is none.
+std::string macroIn(std::string_view address) {
+  for (const auto& [open, close] :
+       {std::pair<std::string_view, std::string_view>{"[", "]"}, {"%5B", "%5D"}, {"{{", "}}"}}) {
+    for (std::size_t at = 0; (at = address.find(open, at)) != std::string_view::npos; at += open.size()) {
+      const std::string_view rest = address.substr(at + open.size());
+      const auto end = std::find_if_not(rest.begin(), rest.end(), isMacroLetter);
+      const auto length = static_cast<std::size_t>(end - rest.begin());
+      const bool isTemplate = open == "{{";
+      if (isTemplate || (length > 1 && rest.substr(length).starts_with(close))) {
+        return std::string(
+            address.substr(at, isTemplate ? std::string_view::npos : open.size() + length + close.size()));
+      }
+    }
+  }
+  return {};
+}
+
+Verdict macrosFilled(const Transcript& t) {
+  Findings findings;
+  for (const Notification& window : notificationsOf(t, "window")) {
+    findings.look();
+    const std::string url = window.params["url"].stringValue().value_or("");
+    const std::string macro = macroIn(url);
+    if (!macro.empty()) findings.add("\"" + macro + "\" in " + shown(window.params["url"]));
+  }
+  return findings.verdict("there was no address");
+}
+
+Verdict clickThroughs(const Transcript& t) {
+  Findings findings;
+  const JsonValue ads = adList(t);
+  for (const JsonValue& ad : ads.elements()) {
+    const JsonValue address = ad["clickthru"];
+    if (address.isNull() || address.asString() == "") continue;
+    findings.look();
+    if (!isWebAddress(address))
+      findings.add("\"clickthru\" of the ad " + shown(ad["id"]) + " is " + shown(address));
+  }
+  for (const Event& event : eventsOf(t)) {
+    if (event.value != AdClickThru || event.data.isNull()) continue;
+    findings.look();
+    if (!isWebAddress(event.data)) findings.add("AdClickThru brings " + shown(event.data));
+  }
+  return findings.verdict("no ad has one");
+}
+
 // The heartbeat
 
 Verdict noEarlyPing(const Transcript& t) {
@@ -369,34 +422,60 @@ Verdict pings(const Transcript& t) {
 }
 
 constexpr Rule kRules[] = {
-    {"page-loads", "The page loads within 15 seconds", pageLoads},
-    {"page-stays", "The page neither crashes nor asks for a shutdown", pageStays},
+    {"page-loads", "The page loads within 15 seconds", pageLoads,
+     "make the page smaller or its server faster; load media only after the start"},
+    {"page-stays", "The page neither crashes nor asks for a shutdown", pageStays,
+     "find what ends the page; \"shutdown\" in a ping ends the session"},
     {"bridge-exists", "window.VemoraProxy.bridge.onMessage is a function once the page has loaded",
-     bridgeExists},
+     bridgeExists, "define window.VemoraProxy.bridge.onMessage before the page's load event"},
     {"bridge-returns-nothing", "onMessage takes each message, returns undefined and does not throw",
-     bridgeReturnsNothing},
-    {"config-answered", "\"get.config\" is answered within 5 seconds", configAnswered},
-    {"config-data", "The result of \"get.config\" has an object \"data\"", configData},
-    {"ads-answered", "\"get.ads\" is answered within 5 seconds", adsAnswered},
+     bridgeReturnsNothing,
+     "catch exceptions in onMessage and return nothing; start asynchronous work without returning its "
+     "promise"},
+    {"config-answered", "\"get.config\" is answered within 5 seconds", configAnswered,
+     "answer \"get.config\" from what the page has, without waiting for the network"},
+    {"config-data", "The result of \"get.config\" has an object \"data\"", configData,
+     "put the configuration object into \"result\".\"data\""},
+    {"ads-answered", "\"get.ads\" is answered within 5 seconds", adsAnswered,
+     "answer \"get.ads\" in time with what is there; drop what is late"},
     {"ads-list", "\"get.ads\" lists ads, each with an id of its own, a numeric index and duration",
-     adsListForm},
-    {"ads-given", "\"get.ads\" brings at least one ad", adsGiven},
-    {"controls-answered", "Every control command is answered within 5 seconds", controlsAnswered},
-    {"reply-id", "Replies carry the id of their request, as text", replyIds},
-    {"reply-form", "Replies have a \"result\" or an \"error\", an object that is not empty", replyForm},
-    {"unknown-method", "A request with an unknown method gets an error, or no answer", unknownMethod},
-    {"lives-after-unknown-method", "The page answers after an unknown method", livesAfterUnknownMethod},
-    {"lives-after-malformed", "The page answers after texts that are no messages", livesAfterMalformed},
-    {"odd-text", "Quotes, line ends and every script in a request do no harm", oddText},
-    {"posts-objects", "Only objects are posted to \"Vemora\"", postsObjects},
-    {"logs-text", "Only text is posted to \"VemoraLog\"", logsText},
-    {"messages-valid", "Messages are valid JSON-RPC 2.0, with text ids", messagesValid},
-    {"known-methods", "The page posts the methods \"ping\", \"event\" and \"window\" alone", knownMethods},
-    {"window-form", "\"window\" messages open or fire an absolute http or https address", windowForm},
-    {"beacons-in-time", "No beacon follows the end of the group", beaconsInTime},
+     adsListForm,
+     "give each ad a unique text \"id\", and \"index\" and \"duration\" (seconds) as JSON numbers"},
+    {"ads-given", "\"get.ads\" brings at least one ad", adsGiven,
+     "check what the page requests its ads with; --request supplies the params it needs"},
+    {"controls-answered", "Every control command is answered within 5 seconds", controlsAnswered,
+     "answer a command when it is received, not when it has taken effect"},
+    {"reply-id", "Replies carry the id of their request, as text", replyIds,
+     "copy the \"id\" of the request unchanged, as text"},
+    {"reply-form", "Replies have a \"result\" or an \"error\", an object that is not empty", replyForm,
+     "answer with one non-empty object, e.g. {\"ok\": true}"},
+    {"unknown-method", "A request with an unknown method gets an error, or no answer", unknownMethod,
+     "answer unknown methods with an \"error\", e.g. code -32601", "robustness"},
+    {"lives-after-unknown-method", "The page answers after an unknown method", livesAfterUnknownMethod,
+     "check the method before using it", "robustness"},
+    {"lives-after-malformed", "The page answers after texts that are no messages", livesAfterMalformed,
+     "catch the exceptions of JSON.parse, and check that the message is an object", "robustness"},
+    {"odd-text", "Quotes, line ends and every script in a request do no harm", oddText,
+     "treat params as data; do not build scripts or markup from them", "robustness"},
+    {"posts-objects", "Only objects are posted to \"Vemora\"", postsObjects,
+     "post the message as an object, without JSON.stringify"},
+    {"logs-text", "Only text is posted to \"VemoraLog\"", logsText, "post text to \"VemoraLog\"", nullptr},
+    {"messages-valid", "Messages are valid JSON-RPC 2.0, with text ids", messagesValid,
+     "see the message format in the protocol; ids are text"},
+    {"known-methods", "The page posts the methods \"ping\", \"event\" and \"window\" alone", knownMethods,
+     "post \"ping\", \"event\" and \"window\" only"},
+    {"window-form", "\"window\" messages open or fire an absolute http or https address", windowForm,
+     "send \"open\" or \"beacon\" with an absolute http or https address", nullptr},
+    {"beacons-in-time", "No beacon follows the end of the group", beaconsInTime,
+     "send the last beacons before AdGroupEnd", nullptr},
+    {"macros-filled", "Addresses of beacons and pages have their macros filled in", macrosFilled,
+     "replace each macro; an unknown value is -1, a withheld one is -2", nullptr},
+    {"click-throughs", "Click-throughs are absolute http or https addresses", clickThroughs,
+     "drop click-throughs with any other scheme, such as javascript:", nullptr},
     {"no-early-ping", "No ping comes before \"get.ads\" is answered, where it would start a watch of its own",
-     noEarlyPing},
-    {"pings", "Once there are ads, a ping comes at least every 4 seconds, whatever happens", pings},
+     noEarlyPing, "send the first ping a second after the reply to \"get.ads\""},
+    {"pings", "Once there are ads, a ping comes at least every 4 seconds, whatever happens", pings,
+     "ping once a second with a timer that runs in every state: waiting, playing, paused, hidden", "play"},
 };
 
 }  // namespace

@@ -17,7 +17,7 @@ namespace vemora::check {
 /// A web view with one controller page, set up as a host sets it up: media play in line and unasked, and the
 /// page reaches the message handlers "Vemora" and "VemoraLog". Nothing is kept between two of them.
 ///
-/// Threads: the main thread. Lifetime: nothing is told after the destructor; the widget has to be out of its
+/// Threads: the main thread. Lifetime: nothing is reported after the destructor; the widget has to be out of its
 /// container by then.
 class PageView {
  public:
@@ -41,7 +41,7 @@ class PageView {
 
   [[nodiscard]] GtkWidget* widget() const;
   void load(const std::string& address);
-  /// Runs a script and tells what came of it, in the words of `Call::outcome`; for text, the text itself.
+  /// Runs a script and reports its outcome, in the words of `Call::outcome`; for text, the text itself.
   void evaluate(const std::string& script, std::function<void(const std::string& outcome)> done);
   /// Gives the view the size that an ad has, where before it had none to speak of.
   void place();

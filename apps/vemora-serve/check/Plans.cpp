@@ -8,7 +8,7 @@ namespace {
 
 using Condition = std::function<bool(const Transcript&)>;
 
-/// A little more than what is allowed, so that a late answer is told from none.
+/// A little more than what is allowed, to distinguish a late answer from none.
 constexpr double kLoading = 16;
 constexpr double kAnswer = 6.5;
 /// For the media of an ad to arrive.
@@ -46,7 +46,7 @@ const Event* lastOf(const std::vector<Event>& events, VemoraAdEvent value) {
   return found == events.rend() ? nullptr : &*found;
 }
 
-bool isToldSinceLastCall(const Transcript& t, VemoraAdEvent value) {
+bool wasSentSinceLastCall(const Transcript& t, VemoraAdEvent value) {
   const std::vector<Event> events = eventsOf(t);
   const Event* const last = lastOf(events, value);
   return last && last->at >= t.calls.back().at;
@@ -59,7 +59,9 @@ bool isWellInsideAnAd(const Transcript& t) {
   if (!time || time->at < t.calls.back().at) return isOver(t);
   const double duration = durationOf(t, time->id.asString().value_or(""));
   const double left = duration - time->data.doubleValue();
-  return left > std::min(1.5, duration / 2) || isOver(t);
+  // A page that is wrong about its times gets its commands nevertheless.
+  const bool isNonsense = duration <= 0 || left < -1;
+  return isNonsense || left > std::min(1.5, duration / 2) || isOver(t);
 }
 
 Condition either(Condition condition) {
@@ -110,7 +112,7 @@ Step startGroup(Condition done, std::function<double(const Transcript&)> atMost)
 
 Step startAd() {
   return startGroup(
-      [](const Transcript& t) { return isLastAnswered(t) && isToldSinceLastCall(t, AdStarted); },
+      [](const Transcript& t) { return isLastAnswered(t) && wasSentSinceLastCall(t, AdStarted); },
       seconds(kMedia));
 }
 
@@ -120,7 +122,7 @@ Step playOn() {
 
 Step resume(const char* phase, const JsonValue& params = nullptr) {
   return command(phase, "control.resume", params, either([](const Transcript& t) {
-                   return isLastAnswered(t) && isToldSinceLastCall(t, AdPlaying);
+                   return isLastAnswered(t) && wasSentSinceLastCall(t, AdPlaying);
                  }),
                  kAnswer);
 }
@@ -151,7 +153,7 @@ Plan controls() {
   const auto isSkipped = [](const Transcript& t) {
     if (!isLastAnswered(t)) return false;
     const bool refused = !replyTo(t, t.calls.back())->body["error"].isNull();
-    return refused || isOver(t) || (isToldSinceLastCall(t, AdSkipped) && isToldSinceLastCall(t, AdStarted));
+    return refused || isOver(t) || (wasSentSinceLastCall(t, AdSkipped) && wasSentSinceLastCall(t, AdStarted));
   };
   return plan("controls",
               {loading(),
@@ -190,7 +192,7 @@ Plan waiting() {
 }
 
 Plan robustness() {
-  const auto tellNonsense = [](Conversation& page) {
+  const auto sendNonsense = [](Conversation& page) {
     for (const char* text : {"", "no message", "null", "[]", "\"text\"", "{\"id\":7,\"method\":[]}"}) {
       page.sendMalformed(text);
     }
@@ -202,7 +204,7 @@ Plan robustness() {
                        page.send("check.unknown", JsonValue::object({{"x", 1}}), Purpose::UnknownMethod);
                      },
                      isLastAnswered, seconds(1)};
-  // A page that is found dead here would only be waited for once more with every step that follows.
+  // Every later step would wait in vain for a page that is found dead here.
   const auto lives = [](const char* method) {
     Step step = command("", method, nullptr, isLastAnswered, kAnswer);
     step.isEssential = true;
@@ -215,7 +217,7 @@ Plan robustness() {
                               goOnWithAds(),
                               unknown,
                               lives("control.pause"),
-                              {"after texts that are no messages", tellNonsense, isOver, seconds(kLongWait)},
+                              {"after texts that are no messages", sendNonsense, isOver, seconds(kLongWait)},
                               lives("control.resume"),
                               startAd(),
                               endGroup("after a stop", "control.stop")}});

@@ -11,8 +11,8 @@ namespace vemora::check {
 
 namespace {
 
-/// How soon a page tells of what a command did, and how long its media may take to obey.
-constexpr double kTelling = 2;
+/// How soon a page reports what a command did, and how long its media may take to obey.
+constexpr double kReporting = 2;
 constexpr double kSettling = 1;
 /// How soon a command that ends an ad or the group has done so.
 constexpr double kEnding = 5;
@@ -26,7 +26,7 @@ bool startWasSent(const Transcript& t) {
   return callOf(t, "control.start") != nullptr;
 }
 
-/// The events that tell of one ad; the rest tell of the group.
+/// Events of one ad; the others are about the group.
 bool isOfAnAd(VemoraAdEvent event) {
   return event != AdUnknown && event != AdGroupStart && event != AdGroupEnd && event != AdError &&
          event != AdLog;
@@ -36,7 +36,7 @@ std::string nameOf(const Event& event) {
   return event.name + " of " + shown(event.id);
 }
 
-// What the page tells
+// What the page reports
 
 Verdict eventNames(const Transcript& t) {
   Findings findings;
@@ -168,6 +168,58 @@ Verdict quartiles(const Transcript& t) {
   return findings.verdict("no ad was completed");
 }
 
+Verdict quartilesInTime(const Transcript& t) {
+  // From the first quartile to the end it takes three quarters of the duration. Late events are common; half of that is not.
+  constexpr double kSmallestShare = 0.375;
+  Findings findings;
+  const std::vector<Event> events = eventsOf(t);
+  for (const auto& [id, places] : placesByAd(events)) {
+    const auto first = places.find(AdVideoFirstQuartile);
+    const auto last = places.find(AdVideoComplete);
+    if (first == places.end() || last == places.end()) continue;
+    const double duration = durationOf(t, events[first->second].id.asString().value_or(""));
+    if (duration < 1) continue;
+    findings.look();
+    const double span = events[last->second].at - events[first->second].at;
+    if (span < kSmallestShare * duration) {
+      findings.add("AdVideoComplete of " + id + " came " + inSeconds(span) +
+                   " after its first quartile, in an ad of " + inSeconds(duration));
+    }
+  }
+  return findings.verdict("no ad was completed");
+}
+
+/// AdImpression comes while the ad is on, and AdStopped before the next one, however it ended.
+void judgeLife(std::span<const Event> events, std::size_t started, VemoraAdEvent what, Findings& findings) {
+  const std::string id = shown(events[started].id);
+  for (const Event& event : events.subspan(started + 1)) {
+    // An ad that fails at the end of its group reports the error instead.
+    if (event.value == AdError) return;
+    if (event.value == what && shown(event.id) == id) return findings.look();
+    if (event.value == AdStarted || event.value == AdGroupEnd) {
+      return findings.add(NSStringFromVemoraAdEvent(what) + " of " + id + " was missing when " +
+                          nameOf(event) + " came");
+    }
+  }
+}
+
+Verdict judgeLives(const Transcript& t, VemoraAdEvent what) {
+  Findings findings;
+  const std::vector<Event> events = eventsOf(t);
+  for (std::size_t i = 0; i < events.size(); ++i) {
+    if (events[i].value == AdStarted) judgeLife(events, i, what, findings);
+  }
+  return findings.verdict("no ad was played to its end");
+}
+
+Verdict impressions(const Transcript& t) {
+  return judgeLives(t, AdImpression);
+}
+
+Verdict stops(const Transcript& t) {
+  return judgeLives(t, AdStopped);
+}
+
 Verdict playOrder(const Transcript& t) {
   std::map<std::string, double> indexes;
   const JsonValue ads = adList(t);
@@ -196,6 +248,7 @@ Verdict adsPlay(const Transcript& t) {
 struct AdTime {
   std::string id;
   double startedAt = 0;
+  double duration = 0;  ///< 0 when it is not known.
   double last = 0;
   bool isStuck = false;
 };
@@ -207,6 +260,11 @@ void judgeTime(const Event& event, AdTime& ad, Findings& findings) {
     return;
   }
   const double time = event.data.doubleValue();
+  // Containers and clocks round differently.
+  const double most = ad.duration + std::max(1.0, 0.1 * ad.duration);
+  if (ad.duration > 0 && time > most) {
+    findings.add("it is " + inSeconds(time) + " in " + ad.id + ", an ad of " + inSeconds(ad.duration));
+  }
   if (time < ad.last) {
     findings.add("it fell from " + inSeconds(ad.last) + " to " + inSeconds(time) + " in " + ad.id);
   }
@@ -220,8 +278,8 @@ Verdict timeRises(const Transcript& t) {
   for (const Event& event : eventsOf(t)) {
     const bool begins = event.value == AdStarted;
     if (begins || event.value == AdStopped || event.value == AdGroupEnd) {
-      if (ad.isStuck && event.at - ad.startedAt > kTelling) findings.add("it did not move in " + ad.id);
-      ad = {shown(event.id), event.at, 0, begins};
+      if (ad.isStuck && event.at - ad.startedAt > kReporting) findings.add("it did not move in " + ad.id);
+      ad = {shown(event.id), event.at, durationOf(t, event.id.asString().value_or("")), 0, begins};
     }
     if (begins) findings.look();
     if (event.value == AdTimeChange) judgeTime(event, ad, findings);
@@ -286,7 +344,7 @@ std::vector<Command> pausesAndResumes(const Transcript& t) {
   return commands;
 }
 
-bool isTold(const std::vector<Event>& events, VemoraAdEvent what, double from, double to) {
+bool wasSent(const std::vector<Event>& events, VemoraAdEvent what, double from, double to) {
   return std::any_of(events.begin(), events.end(), [&](const Event& event) {
     return event.value == what && event.at >= from && event.at <= to;
   });
@@ -302,7 +360,7 @@ double movement(const std::vector<Event>& events, double from, double to) {
     if (event.at <= from) {
       start->second = event.data.doubleValue();
     } else {
-      // An ad of which nothing was heard before has begun, whatever its time.
+      // An ad without an earlier time has just begun.
       moved = std::max(moved, isFirst ? kSettling : event.data.doubleValue() - start->second);
     }
   }
@@ -313,8 +371,8 @@ void judgePause(const std::vector<Event>& events, const Command& command, const 
                 Findings& findings) {
   findings.look();
   const double from = command.call->at;
-  const double within = std::min(from + kTelling, command.until);
-  if (command.playedBefore && !isTold(events, AdPaused, from, within)) {
+  const double within = std::min(from + kReporting, command.until);
+  if (command.playedBefore && !wasSent(events, AdPaused, from, within)) {
     findings.add("no AdPaused followed " + name);
   }
   const double moved = movement(events, from + kSettling, command.until);
@@ -325,17 +383,17 @@ void judgeResume(const std::vector<Event>& events, const Command& command, const
                  Findings& findings) {
   findings.look();
   const double from = command.call->at;
-  if (!isTold(events, AdPlaying, from, std::min(from + kTelling, command.until))) {
+  if (!wasSent(events, AdPlaying, from, std::min(from + kReporting, command.until))) {
     findings.add("no AdPlaying followed " + name);
   }
-  if (command.until - from >= kTelling && movement(events, from, command.until) <= kStill) {
+  if (command.until - from >= kReporting && movement(events, from, command.until) <= kStill) {
     findings.add("the time did not move after " + name);
   }
 }
 
 void judgeStillness(const std::vector<Event>& events, const Command& command, Findings& findings) {
   findings.look();
-  const bool played = isTold(events, AdPlaying, command.call->at, command.until) ||
+  const bool played = wasSent(events, AdPlaying, command.call->at, command.until) ||
                       movement(events, command.call->at, command.until) > kStill;
   if (played) findings.add("an ad that was paused before the background pause was resumed");
 }
@@ -425,24 +483,47 @@ Verdict closeEnds(const Transcript& t) {
 }
 
 constexpr Rule kRules[] = {
-    {"event-names", "Event names are known ones, in any letter case", eventNames},
-    {"event-ids", "Events of an ad carry an id from the list of ads", eventIds},
-    {"ads-play", "An ad begins after \"control.start\"", adsPlay},
-    {"group-start-first", "AdGroupStart is the first event after \"control.start\", once", groupStartFirst},
-    {"group-ends", "The group comes to its AdGroupEnd, without AdError", groupEnds},
-    {"group-end-last", "Nothing follows AdGroupEnd or AdError, which comes once", groupEndLast},
-    {"play-order", "Ads start in the order of their indexes", playOrder},
-    {"events-once", "AdStarted, AdVideoComplete and their like come once for each ad", onceEach},
-    {"started-first", "AdStarted comes before all that happens in its ad", startedFirst},
-    {"quartiles", "An ad that completes has told its quartiles, in order", quartiles},
-    {"time-rises", "AdTimeChange brings numbers that rise while an ad plays", timeRises},
-    {"pause", "\"control.pause\" sends AdPaused, and the time stops", pauses},
-    {"resume", "\"control.resume\" sends AdPlaying, and the time goes on", resumes},
-    {"background-pause", "A pause for the background sends AdPaused, and the time stops", backgroundPauses},
-    {"background-resume", "A resume from the background restores what the ad did before", backgroundResumes},
-    {"skip", "\"control.skip\" ends the ad with AdSkipped, or gets an error", skips},
-    {"stop", "\"control.stop\" ends the group within 5 seconds", stopEnds},
-    {"close", "\"control.close\" ends the group within 5 seconds", closeEnds},
+    {"event-names", "Event names are known ones, in any letter case", eventNames,
+     "use the event names of the protocol"},
+    {"event-ids", "Events of an ad carry an id from the list of ads", eventIds,
+     "copy the \"id\" from the list of ads"},
+    {"ads-play", "An ad begins after \"control.start\"", adsPlay,
+     "start the first ad on \"control.start\"; look for media errors in the log (--verbose)", nullptr},
+    {"group-start-first", "AdGroupStart is the first event after \"control.start\", once", groupStartFirst,
+     "send AdGroupStart once, before all other events"},
+    {"group-ends", "The group comes to its AdGroupEnd, without AdError", groupEnds,
+     "send AdGroupEnd after the last ad, also when ads fail"},
+    {"group-end-last", "Nothing follows AdGroupEnd or AdError, which comes once", groupEndLast,
+     "send all other events before AdGroupEnd, and stop timers there"},
+    {"play-order", "Ads start in the order of their indexes", playOrder,
+     "sort the ads by \"index\" before they play"},
+    {"events-once", "AdStarted, AdVideoComplete and similar events come once for each ad", onceEach,
+     "remember which events each ad has sent"},
+    {"started-first", "AdStarted comes before all that happens in its ad", startedFirst,
+     "send AdStarted with the first frame, before all others"},
+    {"quartiles", "An ad that completes has sent its quartiles, in order", quartiles,
+     "derive the quartiles from the playback position, and send those that a jump passed over", "play"},
+    {"quartiles-in-time", "The quartiles of an ad come while it plays, not all at its end", quartilesInTime,
+     "send each quartile when the position reaches it", "play"},
+    {"impression", "Each ad that starts sends AdImpression", impressions, "send AdImpression with AdStarted"},
+    {"ad-stopped", "Each ad that starts sends AdStopped before the next one or the end", stops,
+     "send AdStopped after an ad completes, is skipped, is closed, is stopped or fails"},
+    {"time-rises", "AdTimeChange brings seconds that rise while an ad plays, up to its duration", timeRises,
+     "send the position in seconds, a JSON number from 0 to the ad's duration, about four times a second"},
+    {"pause", "\"control.pause\" sends AdPaused, and the time stops", pauses,
+     "pause the media, then send AdPaused", "controls"},
+    {"resume", "\"control.resume\" sends AdPlaying, and the time goes on", resumes,
+     "play the media, then send AdPlaying", "controls"},
+    {"background-pause", "A pause for the background sends AdPaused, and the time stops", backgroundPauses,
+     "treat \"data\".\"background\" as a pause, and remember whether the ad played", "controls"},
+    {"background-resume", "A resume from the background restores what the ad did before", backgroundResumes,
+     "resume only if the ad played before the background pause", "controls"},
+    {"skip", "\"control.skip\" ends the ad with AdSkipped, or gets an error", skips,
+     "leave the ad and send AdSkipped, or answer with an error", "controls"},
+    {"stop", "\"control.stop\" ends the group within 5 seconds", stopEnds,
+     "stop the media, then send AdStopped and AdGroupEnd", "robustness"},
+    {"close", "\"control.close\" ends the group within 5 seconds", closeEnds,
+     "send AdUserClose, AdStopped and AdGroupEnd", "controls"},
 };
 
 }  // namespace

@@ -43,10 +43,26 @@ std::string lineOf(const Finding& finding, std::size_t nameWidth) {
   return line + "\n";
 }
 
+/// What to do: a line for each rule that failed, and for each that could not be judged.
+std::string summary(std::span<const Finding> findings) {
+  std::string text;
+  for (const Finding& finding : findings) {
+    const std::string name = finding.rule->name;
+    const std::string seen = finding.seen.empty() ? "" : ": " + finding.seen.front();
+    if (finding.outcome == Outcome::Fail)
+      text += "FAIL  " + name + seen + ". To do: " + finding.rule->advice + "\n";
+    if (finding.isUnjudged) text += "NOT JUDGED  " + name + seen + "\n";
+  }
+  return text;
+}
+
 }  // namespace
 
-bool allHold(std::span<const Finding> findings) {
-  return count(findings, Outcome::Fail) == 0;
+Result resultOf(std::span<const Finding> findings) {
+  if (count(findings, Outcome::Fail) > 0) return Result::Broken;
+  const bool isComplete = std::none_of(findings.begin(), findings.end(),
+                                       [](const Finding& finding) { return finding.isUnjudged; });
+  return isComplete ? Result::Holds : Result::Unjudged;
 }
 
 std::string reportAsText(std::span<const Finding> findings, double seconds) {
@@ -56,9 +72,10 @@ std::string reportAsText(std::span<const Finding> findings, double seconds) {
   std::string text;
   for (const Finding& finding : findings) text += lineOf(finding, nameWidth);
   const auto number = [&](Outcome outcome) { return std::to_string(count(findings, outcome)); };
-  return text + std::to_string(findings.size()) + " rules: " + number(Outcome::Ok) + " hold, " +
-         number(Outcome::Fail) + " do not, " + number(Outcome::Skip) + " skipped; " + inSeconds(seconds) +
-         "\n";
+  text += std::to_string(findings.size()) + " rules: " + number(Outcome::Ok) + " hold, " +
+          number(Outcome::Fail) + " do not, " + number(Outcome::Skip) + " skipped; " + inSeconds(seconds) +
+          "\n";
+  return text + summary(findings);
 }
 
 std::string reportAsJson(std::span<const Finding> findings, const std::string& url, double seconds) {
@@ -68,13 +85,15 @@ std::string reportAsJson(std::span<const Finding> findings, const std::string& u
     rules.push_back(JsonValue::object({{"name", finding.rule->name},
                                        {"says", finding.rule->says},
                                        {"outcome", nameOf(finding.outcome)},
+                                       {"judged", !finding.isUnjudged},
+                                       {"advice", finding.rule->advice},
                                        {"seen", JsonValue::array(std::move(seen))}}));
   }
   const JsonValue counts = JsonValue::object({{"ok", count(findings, Outcome::Ok)},
                                               {"fail", count(findings, Outcome::Fail)},
                                               {"skip", count(findings, Outcome::Skip)}});
   return JsonValue::object({{"url", url},
-                            {"holds", allHold(findings)},
+                            {"holds", resultOf(findings) == Result::Holds},
                             {"seconds", seconds},
                             {"counts", counts},
                             {"rules", JsonValue::array(std::move(rules))}})

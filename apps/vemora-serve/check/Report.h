@@ -2,18 +2,25 @@
 
 #include "Rules.h"
 
+#include <cstdint>
 #include <span>
 #include <string>
 
 namespace vemora::check {
 
-bool allHold(std::span<const Finding> findings);
+/// As the program exits with it.
+enum class Result : std::uint8_t {
+  Holds = 0,
+  Broken = 1,
+  Unjudged = 3,  ///< No rule is broken, but some that the sessions should have judged could not be.
+};
+Result resultOf(std::span<const Finding> findings);
 
-/// One line for each rule and one with the counts, for people.
+/// One line for each rule and one with the counts; then what failed or could not be judged, each with what to do.
 std::string reportAsText(std::span<const Finding> findings, double seconds);
 
 /// The same for programs, as one line: {"url", "holds", "seconds", "counts": {"ok", "fail", "skip"},
-/// "rules": [{"name", "says", "outcome", "seen": [...]}, ...]}.
+/// "rules": [{"name", "says", "outcome", "judged", "advice", "seen": [...]}, ...]}.
 std::string reportAsJson(std::span<const Finding> findings, const std::string& url, double seconds);
 
 /// For a page that could not be checked: {"url", "holds": false, "problem"}.

@@ -1,8 +1,19 @@
 #include "Rules.h"
 
+#include <algorithm>
+#include <string_view>
+
 namespace vemora::check {
 
 namespace {
+
+bool wasToBeJudged(const Rule& rule, std::span<const Transcript> transcripts) {
+  if (!rule.session) return false;
+  const std::string_view session = rule.session;
+  return session.empty() ||
+         std::any_of(transcripts.begin(), transcripts.end(),
+                     [&](const Transcript& transcript) { return transcript.session == session; });
+}
 
 Finding findingOf(const Rule& rule, std::span<const Transcript> transcripts) {
   Finding finding{&rule, Outcome::Skip, {}};
@@ -19,6 +30,7 @@ Finding findingOf(const Rule& rule, std::span<const Transcript> transcripts) {
     }
   }
   if (finding.outcome == Outcome::Skip && !reason.empty()) finding.seen.push_back(reason);
+  finding.isUnjudged = finding.outcome == Outcome::Skip && wasToBeJudged(rule, transcripts);
   return finding;
 }
 

@@ -16,13 +16,17 @@ struct Verdict {
   std::string seen;  ///< What was wrong, or why there was nothing to judge.
 };
 
-/// One thing that a page has to keep to.
+/// One thing that a page must do.
 ///
 /// `judge` looks at one session. It answers Skip where the session holds nothing that the rule is about.
 struct Rule {
   const char* name;  ///< Short and stable, for scripts: "ads-answered".
   const char* says;  ///< The rule in one line.
   Verdict (*judge)(const Transcript& transcript);
+  const char* advice;  ///< What to do about a failure, in one line.
+  /// The session in which a page that keeps the protocol is judged; empty: each of them. Null for a rule about something
+  /// that a page need not do.
+  const char* session = "";
 };
 
 /// What one rule found in all sessions together: it fails when it fails in any of them, and is skipped when
@@ -32,18 +36,20 @@ struct Finding {
   Outcome outcome = Outcome::Skip;
   /// For a failure what was seen, each with its session; otherwise one reason at most.
   std::vector<std::string> seen;
+  /// It was skipped although the session that should have judged it was run: nothing is known about it.
+  bool isUnjudged = false;
 };
 
-/// Every rule, in the order in which they are told. A new one goes into the list of its subject.
+/// Every rule, in the order of the report. A new one goes into the list of its subject.
 std::vector<Rule> allRules();
 /// The page and its bridge, requests and replies, the form of messages, the heartbeat.
 std::span<const Rule> messageRules();
-/// What the page tells of its ads, and what control commands do.
+/// What the page reports of its ads, and what control commands do.
 std::span<const Rule> playbackRules();
 
 std::vector<Finding> judge(std::span<const Rule> rules, std::span<const Transcript> transcripts);
 
-/// Collects what speaks against a page within one session.
+/// Collects the faults of a page within one session.
 class Findings {
  public:
   /// Notes that the rule had something to look at.

@@ -1,7 +1,9 @@
 #include "Transcript.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstdio>
+#include <sstream>
 
 namespace vemora::check {
 
@@ -15,6 +17,16 @@ std::string cut(std::string text) {
   std::size_t end = kShownLength;
   while (end > 0 && (static_cast<unsigned char>(text[end]) & 0xC0U) == 0x80U) --end;
   return text.substr(0, end) + "...";
+}
+
+/// Also of text, "4.5" or "00:00:04.5": a page that is wrong about this is still to be judged in everything else.
+double secondsIn(const JsonValue& duration) {
+  if (isNumber(duration)) return std::max(duration.doubleValue(), 0.0);
+  double seconds = 0;
+  std::istringstream parts(duration.stringValue().value_or(""));
+  for (std::string part; std::getline(parts, part, ':');)
+    seconds = seconds * 60 + JsonValue(part).doubleValue();
+  return std::isfinite(seconds) ? std::max(seconds, 0.0) : 0;
 }
 
 }  // namespace
@@ -79,17 +91,17 @@ std::optional<double> adsAnsweredAt(const Transcript& transcript) {
 }
 
 double durationOf(const Transcript& transcript, std::string_view adId) {
-  for (const JsonValue& ad : adList(transcript).elements()) {
-    if (ad["id"].asString() == adId) return isNumber(ad["duration"]) ? ad["duration"].doubleValue() : 0;
+  const JsonValue ads = adList(transcript);
+  for (const JsonValue& ad : ads.elements()) {
+    if (ad["id"].asString() == adId) return secondsIn(ad["duration"]);
   }
   return 0;
 }
 
 double totalDuration(const Transcript& transcript) {
   double total = 0;
-  for (const JsonValue& ad : adList(transcript).elements()) {
-    if (isNumber(ad["duration"])) total += ad["duration"].doubleValue();
-  }
+  const JsonValue ads = adList(transcript);
+  for (const JsonValue& ad : ads.elements()) total += secondsIn(ad["duration"]);
   return total;
 }
 

@@ -1,7 +1,7 @@
 "use strict";
 
-// A small controller page that keeps the protocol. Its ads are nothing but time that passes. The pages beside this file
-// replace one member of `page` each, and so break one rule.
+// A small controller page that keeps the protocol. Its ads only let time pass. The pages next to this file replace members
+// of `page`, and so break rules.
 const tick = 0.1;
 const lastWordDelay = 100;
 const quartiles = [
@@ -12,7 +12,7 @@ const quartiles = [
 
 const page = {
   ads: [
-    { id: "one", index: 0, duration: 3 },
+    { id: "one", index: 0, duration: 3, clickthru: "https://advertiser.example/" },
     { id: "two", index: 1, duration: 3 },
   ],
   position: -1,

@@ -1,6 +1,7 @@
 #include "LocalServer.h"
 
 #include "../common/GLibHandles.h"
+#include "../common/InputFiles.h"
 #include "FileLookup.h"
 #include "FileResponse.h"
 #include "SelfSignedCertificate.h"
@@ -66,7 +67,9 @@ std::string targetOf(SoupServerMessage* message) {
 
 }  // namespace
 
-LocalServer::LocalServer(LocalServerOptions options) : options_(std::move(options)) {}
+LocalServer::LocalServer(LocalServerOptions options) : options_(std::move(options)) {
+  if (options_.document) document_.emplace(*options_.document);
+}
 
 LocalServer::~LocalServer() {
   stop();
@@ -103,7 +106,7 @@ bool LocalServer::listen(GTlsCertificate* certificate, std::string& problem) {
   const auto ipv6 = loopbackAddress(G_SOCKET_FAMILY_IPV6, port);
   soup_server_listen(server.get(), ipv6.get(), SOUP_SERVER_LISTEN_HTTPS, nullptr);
 
-  // A body that is sent to us is never looked at, so that its size must not matter.
+  // Request bodies are not read, so that their size must not matter.
   soup_server_add_early_handler(
       server.get(), nullptr,
       [](SoupServer*, SoupServerMessage* message, const char*, GHashTable*, gpointer) {
@@ -121,9 +124,14 @@ bool LocalServer::listen(GTlsCertificate* certificate, std::string& problem) {
   return true;
 }
 
+std::optional<std::string> LocalServer::documentAddress() const {
+  if (!document_ || origin_.empty()) return std::nullopt;
+  return origin_ + document_->path();
+}
+
 void LocalServer::stop() {
   if (!server_) return;
-  // Somebody else may hold the SoupServer for a moment longer: it must not call back any more.
+  // Another reference may keep the SoupServer alive for a moment: it must not call back any more.
   soup_server_remove_handler(server_.get(), nullptr);
   soup_server_disconnect(server_.get());
   server_ = nullptr;
@@ -176,6 +184,9 @@ void LocalServer::answerPath(SoupServerMessage* message, const std::string& path
     respondWithText(message, SOUP_STATUS_OK, "application/json", beaconsAsJson(beacons_));
   } else if (path.starts_with(kMediaPrefix)) {
     answerBelow(message, options_.mediaFolder, std::string_view(path).substr(kMediaPrefix.size()));
+  } else if (document_ && path.starts_with(document_->prefix())) {
+    answerFile(message, document_->find(std::string_view(path).substr(document_->prefix().size())),
+               document_->replacements(origin_));
   } else {
     answerBelow(message, options_.rootFolder, path);
   }
@@ -183,11 +194,15 @@ void LocalServer::answerPath(SoupServerMessage* message, const std::string& path
 
 void LocalServer::answerBelow(SoupServerMessage* message, const std::optional<fs::path>& folder,
                               std::string_view relative) {
-  const std::optional<fs::path> file = folder ? fileBelow(*folder, relative) : std::nullopt;
+  answerFile(message, folder ? fileBelow(*folder, relative) : std::nullopt, {{kOriginMark, origin_}});
+}
+
+void LocalServer::answerFile(SoupServerMessage* message, const std::optional<fs::path>& file,
+                             const Replacements& replacements) {
   if (!file) {
     respondWithStatus(message, SOUP_STATUS_NOT_FOUND);
   } else if (holdsOriginMarks(*file)) {
-    respondWithTemplate(message, *file, mediaTypeOf(*file), origin_);
+    respondWithTemplate(message, *file, mediaTypeOf(*file), replacements);
   } else {
     respondWithFile(message, *file);
   }
@@ -195,7 +210,7 @@ void LocalServer::answerBelow(SoupServerMessage* message, const std::optional<fs
 
 void LocalServer::answerJsonFile(SoupServerMessage* message, const std::optional<fs::path>& file) {
   if (file) {
-    respondWithTemplate(message, *file, "application/json", origin_);
+    respondWithTemplate(message, *file, "application/json", {{kOriginMark, origin_}});
   } else {
     respondWithStatus(message, SOUP_STATUS_NOT_FOUND);
   }

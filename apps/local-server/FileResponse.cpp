@@ -1,5 +1,7 @@
 #include "FileResponse.h"
 
+#include "../common/InputFiles.h"
+#include "../common/Options.h"
 #include "FileLookup.h"
 
 #include <algorithm>
@@ -17,7 +19,6 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr std::string_view kOriginMark = "{{origin}}";
 constexpr std::int64_t kPiece = 131'072;
 
 /// Bytes `first` up to and not including `end`.
@@ -107,12 +108,6 @@ bool isGet(SoupServerMessage* message) {
   return std::string_view(soup_server_message_get_method(message)) == SOUP_METHOD_GET;
 }
 
-void replaceAll(std::string& text, std::string_view mark, const std::string& value) {
-  for (auto at = text.find(mark); at != std::string::npos; at = text.find(mark, at + value.size())) {
-    text.replace(at, mark.size(), value);
-  }
-}
-
 }  // namespace
 
 void respondWithFile(SoupServerMessage* message, const fs::path& file) {
@@ -139,11 +134,11 @@ void respondWithFile(SoupServerMessage* message, const fs::path& file) {
 }
 
 void respondWithTemplate(SoupServerMessage* message, const fs::path& file, const char* mediaType,
-                         const std::string& origin) {
+                         const Replacements& replacements) {
   std::optional<std::ifstream> stream = open(message, file);
   if (!stream) return;
   std::string text((std::istreambuf_iterator<char>(*stream)), std::istreambuf_iterator<char>());
-  replaceAll(text, kOriginMark, origin);
+  for (const auto& [mark, value] : replacements) replaceAll(text, mark, value);
   respondWithText(message, SOUP_STATUS_OK, mediaType, text);
 }
 

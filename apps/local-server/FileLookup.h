@@ -12,10 +12,6 @@ namespace vemora {
 std::optional<std::filesystem::path> fileBelow(const std::filesystem::path& folder,
                                                std::string_view relative);
 
-/// What is wrong with a file or a folder that somebody named; absent when it can be read.
-std::optional<std::string> whyUnreadableFile(const std::filesystem::path& file);
-std::optional<std::string> whyUnreadableFolder(const std::filesystem::path& folder);
-
 /// The media type to announce for a file of this name; "application/octet-stream" for an unknown ending.
 ///
 /// A table of its own rather than the system's, which a small machine may not have.

@@ -2,6 +2,7 @@
 
 #include "../common/GObjectPtr.h"
 #include "BeaconLog.h"
+#include "SharedDocument.h"
 
 #include <gio/gio.h>
 #include <libsoup/soup.h>
@@ -27,7 +28,8 @@ struct LocalServerOptions {
   std::optional<std::filesystem::path> config;       ///< GET /config.json; absent: 404.
   std::optional<std::filesystem::path> mediaFolder;  ///< GET /media/...; absent: 404.
   std::optional<std::filesystem::path> rootFolder;   ///< Every other path; absent: 404.
-  /// Hears of each answered request: its method, its path with the query, the status.
+  std::optional<std::filesystem::path> document;     ///< See SharedDocument.
+  /// Called for each answered request with its method, its path with the query, and the status.
   std::function<void(const std::string& method, const std::string& target, unsigned status)> onRequest;
 };
 
@@ -60,12 +62,16 @@ class LocalServer {
 
   /// "https://127.0.0.1:PORT"; empty before `start`.
   [[nodiscard]] const std::string& origin() const { return origin_; }
-  /// The certificate to trust, as PEM; empty before `start`. The key is never shown.
+  /// The address of the shared document; absent without one, or before `start`.
+  [[nodiscard]] std::optional<std::string> documentAddress() const;
+  /// The certificate to trust, as PEM; empty before `start`. The key stays in the process.
   [[nodiscard]] const std::string& certificatePem() const { return certificatePem_; }
   /// The beacons so far, in order of arrival.
   [[nodiscard]] const std::vector<Beacon>& beacons() const { return beacons_; }
 
  private:
+  void answerFile(SoupServerMessage* message, const std::optional<std::filesystem::path>& file,
+                  const Replacements& replacements);
   [[nodiscard]] bool listen(GTlsCertificate* certificate, std::string& problem);
   void answer(SoupServerMessage* message);
   void answerBeacon(SoupServerMessage* message);
@@ -75,6 +81,7 @@ class LocalServer {
   void answerJsonFile(SoupServerMessage* message, const std::optional<std::filesystem::path>& file);
 
   LocalServerOptions options_;
+  std::optional<SharedDocument> document_;
   GObjectPtr<SoupServer> server_;
   std::string origin_;
   std::string certificatePem_;

@@ -3,11 +3,9 @@
 #include "../common/GLibHandles.h"
 
 #include <glib.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <array>
-#include <cerrno>
 #include <system_error>
 #include <utility>
 
@@ -50,19 +48,6 @@ constexpr std::array<std::pair<std::string_view, const char*>, 31> kMediaTypes{{
     {".xml", "application/xml"},
 }};
 
-std::optional<std::string> whyUnreadable(const fs::path& path, bool wantFolder) {
-  std::error_code error;
-  const fs::file_status status = fs::status(path, error);
-  if (error) return error.message();
-  if (wantFolder && !fs::is_directory(status)) return "not a folder";
-  if (!wantFolder && fs::is_directory(status)) return "is a folder";
-  if (!wantFolder && !fs::is_regular_file(status)) return "not a regular file";
-  if (access(path.c_str(), wantFolder ? R_OK | X_OK : R_OK) != 0) {
-    return std::error_code(errno, std::generic_category()).message();
-  }
-  return std::nullopt;
-}
-
 }  // namespace
 
 std::optional<fs::path> fileBelow(const fs::path& folder, std::string_view relative) {
@@ -73,17 +58,9 @@ std::optional<fs::path> fileBelow(const fs::path& folder, std::string_view relat
   fs::path file = fs::canonical(top / relative, error);
   if (error) return std::nullopt;
   if (std::mismatch(top.begin(), top.end(), file.begin(), file.end()).first != top.end()) return std::nullopt;
-  // Only a regular file: opening a pipe would wait for whoever writes to it.
+  // Only a regular file: opening a pipe would block until something writes to it.
   if (!fs::is_regular_file(file, error)) return std::nullopt;
   return file;
-}
-
-std::optional<std::string> whyUnreadableFile(const fs::path& file) {
-  return whyUnreadable(file, false);
-}
-
-std::optional<std::string> whyUnreadableFolder(const fs::path& folder) {
-  return whyUnreadable(folder, true);
 }
 
 const char* mediaTypeOf(const fs::path& file) {
