@@ -20,9 +20,9 @@ namespace {
 namespace fs = std::filesystem;
 
 // What controller/src/config.ts reads, and of it what the SDK reads.
-constexpr std::array<std::string_view, 12> kConfigurationNames{
-    "wrapperLimit", "fetchLimit", "wrapperTimeout", "adsTimeout", "startTimeout",      "stallTimeout",
-    "maxBitrate",   "language",   "faults",         "features",   "moat_partner_code", "documentLimit"};
+constexpr std::array<std::string_view, 11> kConfigurationNames{
+    "wrapperLimit", "fetchLimit", "wrapperTimeout", "adsTimeout", "stallTimeout",     "startTimeout",
+    "endCardTime",  "maxBitrate", "faults",         "features",   "moat_partner_code"};
 constexpr std::array<std::string_view, 3> kFaultNames{"stopPingAfter", "adError", "noAds"};
 constexpr std::array<std::string_view, 1> kFeatureNames{"moat"};
 

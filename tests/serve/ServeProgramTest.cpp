@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include <csignal>
+#include <fstream>
 #include <optional>
 #include <string>
 #include <utility>
@@ -115,6 +116,22 @@ TEST_F(ServeProgramTest, FilesThatCannotBeUsedEndWithTwoAndSayWhy) {
     EXPECT_NE(outputs.errors.find(c.arguments.back()), std::string::npos) << outputs.errors;
     EXPECT_EQ(process.wait(), 2) << c.why;
   }
+}
+
+TEST_F(ServeProgramTest, KnowsEveryMemberOfTheConfigurationThatThePageHas) {
+  std::ifstream source(VEMORA_PAGE_CONFIGURATION);
+  std::string members;
+  std::string line;
+  while (std::getline(source, line) && line.find("const defaults = {") == std::string::npos) continue;
+  while (std::getline(source, line) && line[0] != '}') {
+    const std::size_t begin = line.find_first_not_of(' ');
+    members += "\"" + line.substr(begin, line.find(':') - begin) + "\":1,";
+  }
+  ASSERT_NE(members, "");
+  const fs::path file = folder.write(
+      "config.json", "{" + members + R"("faults":{"noAds":true,"adError":"x","stopPingAfter":1}})");
+  ServeProcess process({"--page", page, "--config", file.string()});
+  EXPECT_NE(originOf(process), "") << process.errors();
 }
 
 TEST_F(ServeProgramTest, APortInUseEndsWithOne) {
