@@ -43,8 +43,8 @@ struct CommandLine {
   bool debug = false;
 };
 
-/// Reads the arguments and looks at the input files. Throws BadArguments when they cannot be used; ends the program
-/// after "--help" and "--version".
+/// Reads the arguments and looks at the input files. Throws BadArguments when they cannot be used; ends the
+/// program after "--help" and "--version".
 CommandLine readCommandLine(int argc, char** argv);
 
 }  // namespace vemora

@@ -13,11 +13,11 @@
 
 namespace vemora {
 
-/// The demo's own vemora-serve, which never outlives the demo: the server ends when its standard input closes, which
-/// the system does when this process ends for any reason.
+/// The demo's own vemora-serve, which never outlives the demo: the server ends when its standard input
+/// closes, which the system does when this process ends for any reason.
 ///
-/// Threads: the main one. Lifetime: keeps itself alive until the server has ended; releasing the last handle before
-/// `stop` closes the server's input as well.
+/// Threads: the main one. Lifetime: keeps itself alive until the server has ended; releasing the last handle
+/// before `stop` closes the server's input as well.
 class ServerProcess : public std::enable_shared_from_this<ServerProcess> {
  public:
   struct Options {
@@ -38,7 +38,8 @@ class ServerProcess : public std::enable_shared_from_this<ServerProcess> {
     std::function<void(const std::string& why)> failed;
   };
 
-  /// vemora-serve next to this program, or next to its folder in the build tree; absent when it is in neither.
+  /// vemora-serve next to this program, or next to its folder in the build tree; absent when it is in
+  /// neither.
   static std::optional<std::filesystem::path> findProgram();
 
   static std::shared_ptr<ServerProcess> start(const std::filesystem::path& program, const Options& options,

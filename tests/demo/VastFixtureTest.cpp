@@ -34,8 +34,8 @@ Strings stringsOf(const JsonValue& list) {
   return result;
 }
 
-/// What the host app does in a fixture, as options of the demo: a delegate is not notified of every event, but of the
-/// time.
+/// What the host app does in a fixture, as options of the demo: a delegate is not notified of every event,
+/// but of the time.
 Strings commandsFor(const JsonValue& controls) {
   const std::map<std::string, std::string> moments{{"AdVideoFirstQuartile", "1.3"},
                                                    {"AdVideoMidpoint", "2.3"},

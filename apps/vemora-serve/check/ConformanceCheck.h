@@ -25,8 +25,8 @@ struct CheckOptions {
 std::vector<std::string> sessionNames();
 
 /// Drives a page through its sessions in a window of its own, all of them at once, and writes the report to
-/// the standard output. Returns the exit status: 0 when every rule holds, 1 when one is broken or the page cannot
-/// be checked (the standard error says why), 3 when none is broken but some could not be judged.
+/// the standard output. Returns the exit status: 0 when every rule holds, 1 when one is broken or the page
+/// cannot be checked (the standard error says why), 3 when none is broken but some could not be judged.
 ///
 /// Runs the default main context until it is done. Needs a display.
 int runCheck(const CheckOptions& options);

@@ -17,8 +17,8 @@ namespace vemora::check {
 /// A web view with one controller page, set up as a host sets it up: media play in line and unasked, and the
 /// page reaches the message handlers "Vemora" and "VemoraLog". Nothing is kept between two of them.
 ///
-/// Threads: the main thread. Lifetime: nothing is reported after the destructor; the widget has to be out of its
-/// container by then.
+/// Threads: the main thread. Lifetime: nothing is reported after the destructor; the widget has to be out of
+/// its container by then.
 class PageView {
  public:
   /// The size of the view while it is placed.

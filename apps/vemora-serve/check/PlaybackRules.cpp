@@ -169,7 +169,8 @@ Verdict quartiles(const Transcript& t) {
 }
 
 Verdict quartilesInTime(const Transcript& t) {
-  // From the first quartile to the end it takes three quarters of the duration. Late events are common; half of that is not.
+  // From the first quartile to the end it takes three quarters of the duration. Late events are common; half
+  // of that is not.
   constexpr double kSmallestShare = 0.375;
   Findings findings;
   const std::vector<Event> events = eventsOf(t);

@@ -16,7 +16,8 @@ enum class Result : std::uint8_t {
 };
 Result resultOf(std::span<const Finding> findings);
 
-/// One line for each rule and one with the counts; then what failed or could not be judged, each with what to do.
+/// One line for each rule and one with the counts; then what failed or could not be judged, each with what to
+/// do.
 std::string reportAsText(std::span<const Finding> findings, double seconds);
 
 /// The same for programs, as one line: {"url", "holds", "seconds", "counts": {"ok", "fail", "skip"},

@@ -24,8 +24,8 @@ struct Rule {
   const char* says;  ///< The rule in one line.
   Verdict (*judge)(const Transcript& transcript);
   const char* advice;  ///< What to do about a failure, in one line.
-  /// The session in which a page that keeps the protocol is judged; empty: each of them. Null for a rule about something
-  /// that a page need not do.
+  /// The session in which a page that keeps the protocol is judged; empty: each of them. Null for a rule
+  /// about something that a page need not do.
   const char* session = "";
 };
 

@@ -19,7 +19,8 @@ std::string cut(std::string text) {
   return text.substr(0, end) + "...";
 }
 
-/// Also of text, "4.5" or "00:00:04.5": a page that is wrong about this is still to be judged in everything else.
+/// Also of text, "4.5" or "00:00:04.5": a page that is wrong about this is still to be judged in everything
+/// else.
 double secondsIn(const JsonValue& duration) {
   if (isNumber(duration)) return std::max(duration.doubleValue(), 0.0);
   double seconds = 0;
