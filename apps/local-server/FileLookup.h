@@ -14,7 +14,7 @@ std::optional<std::filesystem::path> fileBelow(const std::filesystem::path& fold
 
 /// The media type to announce for a file of this name; "application/octet-stream" for an unknown ending.
 ///
-/// A table of its own rather than the system's, which a small machine may not have.
+/// It has its own table: a small machine may lack the system's.
 const char* mediaTypeOf(const std::filesystem::path& file);
 
 }  // namespace vemora

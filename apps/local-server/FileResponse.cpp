@@ -55,7 +55,7 @@ class FileBody {
     }
     std::string piece(static_cast<std::size_t>(std::min(left_, kPiece)), '\0');
     if (!file_.read(piece.data(), static_cast<std::streamsize>(piece.size()))) {
-      // The file shrank after its length was promised: only a broken connection tells the client so.
+      // The file shrank after its length was promised: only a broken connection reports that.
       g_socket_shutdown(soup_server_message_get_socket(message), TRUE, TRUE, nullptr);
     }
     soup_message_body_append(body, SOUP_MEMORY_COPY, piece.data(), piece.size());

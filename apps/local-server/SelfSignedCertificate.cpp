@@ -113,7 +113,7 @@ void setValidity(gnutls_x509_crt_t certificate, Status& status) {
 }
 
 void setUses(gnutls_x509_crt_t certificate, Status& status) {
-  // It is its own authority, so that a client may be told to trust it like one.
+  // It is its own authority, so that a client can trust it like one.
   status.then([&] { return gnutls_x509_crt_set_basic_constraints(certificate, 1, 0); });
   status.then([&] {
     return gnutls_x509_crt_set_key_usage(certificate,

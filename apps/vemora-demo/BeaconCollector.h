@@ -21,7 +21,7 @@ class BeaconCollector : public std::enable_shared_from_this<BeaconCollector> {
   /// `list` is absent when the server does not give it; `problem` then says why.
   using Done = std::function<void(std::optional<std::string> list, const std::string& problem)>;
 
-  /// `certificate` is trusted beside those that the system trusts; it may be null.
+  /// `certificate` is trusted in addition to the system's; it may be null.
   static void collect(const std::string& origin, GObjectPtr<GTlsCertificate> certificate, Done done);
 
  private:

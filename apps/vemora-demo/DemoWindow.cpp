@@ -105,7 +105,7 @@ void DemoWindow::addActions() {
 }
 
 void DemoWindow::addShortcuts() {
-  // After the focused widget has had its say: a button takes the space bar for itself, and so does the page.
+  // After the focused widget: a button uses the space bar itself, and so does the page.
   GtkEventController* const controller = gtk_shortcut_controller_new();
   gtk_event_controller_set_propagation_phase(controller, GTK_PHASE_BUBBLE);
   for (const auto& [trigger, action] : kShortcuts) {

@@ -30,7 +30,7 @@ enum class CallbackKind {
 
 /// The whole name, such as "vemora:adStart:".
 std::string_view nameOf(CallbackKind kind);
-/// The word that tells it from the others, such as "adStart".
+/// The word that distinguishes it from the others, such as "adStart".
 std::string_view shortNameOf(CallbackKind kind);
 /// The kind of a short name.
 std::optional<CallbackKind> callbackNamed(std::string_view shortName);

@@ -12,7 +12,7 @@ namespace vemora {
 
 /// A delegate that turns each callback into a value and passes it on.
 ///
-/// Threads: `Handler` is called on the main thread, save for `requestForPlayer`, which comes on one of the
+/// Threads: `Handler` is called on the main thread, except for `requestForPlayer`, which comes on one of the
 /// player's.
 class RecordingDelegate final : public VemoraAdPlayerDelegate {
  public:

@@ -10,7 +10,7 @@
 
 namespace vemora {
 
-/// What somebody in front of the window can do to the player.
+/// What a viewer can do to the player.
 enum class Command { Play, Pause, Resume, Skip, Stop, Close, Smaller, Larger };
 
 /// "pause" for Command::Pause, and so on.

@@ -25,7 +25,7 @@ struct PendingScreenshot {
   Done done;
 };
 
-/// Draws the window as it was drawn last, films included: those are textures in its tree of render nodes.
+/// Draws the window as it was drawn last, videos included: those are textures in its tree of render nodes.
 GObjectPtr<GdkTexture> textureOf(GtkWindow* window) {
   GtkWidget* const widget = GTK_WIDGET(window);
   const auto paintable = GObjectPtr<GdkPaintable>::adopt(gtk_widget_paintable_new(widget));
@@ -41,7 +41,7 @@ GObjectPtr<GdkTexture> textureOf(GtkWindow* window) {
   return GObjectPtr<GdkTexture>::adopt(gsk_renderer_render_texture(renderer, node.get(), &viewport));
 }
 
-/// Black, for instance, with nothing but controls on it: a busy machine draws a film later than its page.
+/// Black, for instance, with nothing but controls on it: a busy machine draws a video later than its page.
 bool isNearlyOneColour(GdkTexture* texture, const graphene_rect_t& area) {
   constexpr double kNearly = 0.9;
   const auto width = static_cast<std::size_t>(gdk_texture_get_width(texture));

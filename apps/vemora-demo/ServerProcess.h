@@ -26,7 +26,7 @@ class ServerProcess : public std::enable_shared_from_this<ServerProcess> {
     std::optional<std::filesystem::path> config;
     std::optional<std::filesystem::path> document;
   };
-  /// What the server says of itself when it is ready.
+  /// What the server reports when it is ready.
   struct Ready {
     std::string origin;
     std::filesystem::path certificateFile;  ///< The certificate to trust there.

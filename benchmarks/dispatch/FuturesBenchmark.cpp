@@ -15,7 +15,7 @@
 // From the completion of a future to its waiter awake, beside a condition variable with a mutex, a flag and a
 // deadline. Two threads hand the turn back and forth, so every completion wakes a thread that sleeps. Both
 // run on one processor: rousing another one costs several times as much, and in one round twice as much as in
-// the next, whoever asks for it.
+// the next, on any thread.
 
 namespace {
 

@@ -30,7 +30,7 @@ Host::Host(const PageServer& server) : server_(server) {
     std::fputs("no display; run it with tests/gtk/run-under-display\n", stderr);
     std::exit(2);
   }
-  // As a running application has it: nobody else's thread may find the main context free and run its work.
+  // As in a running application: no other thread may acquire the main context and run its work.
   g_main_context_acquire(nullptr);
   certificate_ = GObjectPtr<GTlsCertificate>::adopt(
       g_tls_certificate_new_from_pem(server.certificatePem().c_str(), -1, nullptr));

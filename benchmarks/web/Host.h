@@ -28,7 +28,7 @@ class Host {
   void park(GtkWidget* widget) const;
   void remove(GtkWidget* widget) const;
 
-  /// The web views in the window, whoever put them there.
+  /// All web views in the window.
   void forEachWebView(const std::function<void(WebKitWebView*)>& work) const;
 
   const PageServer& server() const { return server_; }
@@ -41,8 +41,8 @@ class Host {
   GtkWidget* content_ = nullptr;
 };
 
-/// The least that shows a page and hears it: a web view with a content manager and a session of its own,
-/// parked in the host's window.
+/// The minimum that shows a page and receives its messages: a web view with its own content manager and
+/// session, parked in the host's window.
 class BarePage {
  public:
   using Heard = std::function<void(JSCValue* body)>;

@@ -13,7 +13,7 @@
 #include <memory>
 #include <string>
 
-// From nothing to loaded ads, and what a loaded player weighs: the reference page in a process of its own
+// From nothing to loaded ads, and what a loaded player weighs: the reference page in a separate process
 // each time, by the SDK's `load` and by a bare web view that makes the same two calls. One process per load,
 // so that each starts cold.
 //
@@ -115,11 +115,11 @@ Load spawnSide(const char* side, const PageServer& server, const char* pemFile) 
     std::abort();
   posix_spawn_file_actions_destroy(&actions);
   close(ends[1]);
-  FILE* told = fdopen(ends[0], "r");
+  FILE* report = fdopen(ends[0], "r");
   Load load;
-  const int read = std::fscanf(told, "%lf %lf %lf %lf %lf", &load.wall, &load.cpu, &load.heldWall,
+  const int read = std::fscanf(report, "%lf %lf %lf %lf %lf", &load.wall, &load.cpu, &load.heldWall,
                                &load.heldCpu, &load.memory);
-  std::fclose(told);
+  std::fclose(report);
   int status = 0;
   waitpid(process, &status, 0);
   if (read == 5 && status == 0) return load;

@@ -23,8 +23,8 @@ namespace {
     std::fprintf(stderr, "no server: %s\n", problem.c_str());
     _exit(1);
   }
-  const std::string told = server.origin() + "\n" + server.certificatePem();
-  if (write(report, told.data(), told.size()) != static_cast<ssize_t>(told.size())) _exit(1);
+  const std::string greeting = server.origin() + "\n" + server.certificatePem();
+  if (write(report, greeting.data(), greeting.size()) != static_cast<ssize_t>(greeting.size())) _exit(1);
   close(report);
   g_main_loop_run(g_main_loop_new(nullptr, FALSE));
   _exit(0);
@@ -53,13 +53,13 @@ PageServer::PageServer(const std::filesystem::path& page, const std::optional<st
     serve(options, ends[1]);
   }
   close(ends[1]);
-  const std::string told = readAll(ends[0]);
+  const std::string greeting = readAll(ends[0]);
   close(ends[0]);
   const std::string scheme = "https://";
-  if (!told.starts_with(scheme)) std::exit(1);
-  const std::size_t line = told.find('\n');
-  host_ = told.substr(scheme.size(), line - scheme.size());
-  certificatePem_ = told.substr(line + 1);
+  if (!greeting.starts_with(scheme)) std::exit(1);
+  const std::size_t line = greeting.find('\n');
+  host_ = greeting.substr(scheme.size(), line - scheme.size());
+  certificatePem_ = greeting.substr(line + 1);
 }
 
 PageServer::PageServer(int process, std::string host, std::string certificatePem)

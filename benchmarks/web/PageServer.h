@@ -6,7 +6,7 @@
 
 namespace vemora::bench {
 
-/// The HTTPS server of a page, in a process of its own, so that nothing it does counts as ours.
+/// The HTTPS server of a page, in a separate process, so that its work is not measured.
 ///
 /// It is a fork: to be started first of all in `main`, before anything has made a thread.
 class PageServer {

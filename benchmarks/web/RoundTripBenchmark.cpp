@@ -20,7 +20,7 @@ using namespace vemora::bench;
 
 constexpr int kCalls = 300;
 
-/// Makes the calls on a thread of its own while the main loop runs.
+/// Makes the calls on a separate thread while the main loop runs.
 template <typename Call>
 Usage callsOnThread(const Host& host, Call call) {
   std::atomic<bool> done{false};
@@ -82,21 +82,21 @@ class Contestants {
 };
 
 /// Who goes to sleep in a call: WebKit's thread that receives from the web process does in any case.
-void tellSleepers(Report& report, Contestants& contestants) {
+void addSleepers(Report& report, Contestants& contestants) {
   const std::string kReceiver = "ReceiveQueue", kWorker = "vemora-worker";
   const double receivers = sleepsOfThreads(kReceiver), workers = sleepsOfThreads(kWorker);
   const Usage main = Usage::ofThread();
   const Usage process = contestants.ours("control.skip");
-  const auto tell = [&](const std::string& who, double sleeps) {
+  const auto add = [&](const std::string& who, double sleeps) {
     report.value("a small call, sleeps of " + who, "switches", sleeps / kCalls, {});
   };
   const double received = sleepsOfThreads(kReceiver) - receivers;
   const double worked = sleepsOfThreads(kWorker) - workers;
   const double onMain = (Usage::ofThread() - main).voluntary;
-  tell("WebKit's receiving thread", received);
-  tell("the main thread", onMain);
-  tell("the delivering thread", worked);
-  tell("the caller and others", process.voluntary - received - worked - onMain);
+  add("WebKit's receiving thread", received);
+  add("the main thread", onMain);
+  add("the delivering thread", worked);
+  add("the caller and others", process.voluntary - received - worked - onMain);
 }
 
 void compare(Report& report, Contestants& contestants, const std::string& what, const std::string& method) {
@@ -132,7 +132,7 @@ int main(int argc, char** argv) {
   {
     Contestants contestants(host);
     compare(report, contestants, "a small call", "control.skip");
-    tellSleepers(report, contestants);
+    addSleepers(report, contestants);
     compare(report, contestants, "a 3 KB reply", "get.ads");
   }
   return report.finish();

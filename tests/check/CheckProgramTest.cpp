@@ -21,7 +21,7 @@ namespace fs = std::filesystem;
 
 const fs::path kPages(VEMORA_CHECK_PAGES);
 
-/// A conformance check in a process of its own.
+/// A conformance check in another process.
 class CheckProcess : public ChildProcess {
  public:
   explicit CheckProcess(std::vector<std::string> arguments,

@@ -16,14 +16,14 @@
 namespace vemora::test {
 
 /// A running program, which ends with this object at the latest. Nothing reads its outputs until the test
-/// does: fit for programs that say no more than a pipe holds.
+/// does: for programs whose output fits into a pipe.
 class ChildProcess {
  public:
   using Environment = std::map<std::string, std::string>;
   enum class Errors { Kept, Dropped };
 
-  /// `environment` is added to this process's own. Errors that nobody asks for are dropped by programs that
-  /// run long and may have many.
+  /// `environment` is added to this process's own. Drop the errors of programs that
+  /// run long and may print many.
   explicit ChildProcess(const std::vector<std::string>& commandLine, const Environment& environment = {},
                         Errors errors = Errors::Kept) {
     std::vector<const char*> argv;
@@ -63,8 +63,8 @@ class ChildProcess {
   std::string output() { return restOf(output_.get()); }
   std::string errors() { return restOf(errors_.get()); }
 
-  /// Reads both outputs to their end, however much they are: for programs that are told nothing and asked
-  /// nothing before.
+  /// Reads both outputs to their end, however much they are: for programs that get no input
+  /// before.
   struct Outputs {
     std::string output;
     std::string errors;

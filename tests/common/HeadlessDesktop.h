@@ -23,7 +23,7 @@ class HeadlessDesktop {
   HeadlessDesktop(const HeadlessDesktop&) = delete;
   HeadlessDesktop& operator=(const HeadlessDesktop&) = delete;
   ~HeadlessDesktop() {
-    // Whatever part of GLib has met the bus in this process would end the process with it.
+    // A connection of GLib's to the bus would end this process with it.
     const auto connection =
         GObjectPtr<GDBusConnection>::adopt(g_bus_get_sync(G_BUS_TYPE_SESSION, nullptr, nullptr));
     if (connection) g_dbus_connection_set_exit_on_close(connection.get(), FALSE);

@@ -14,7 +14,7 @@
 
 namespace vemora::test {
 
-/// One run of vemora-demo in a user's home of its own, on the desktop of the test.
+/// One run of vemora-demo in a temporary home folder, on the desktop of the test.
 ///
 ///     DemoRun run({"--placement", "inline"});
 ///     EXPECT_EQ(run.finish(), 0) << run.output();

@@ -122,7 +122,7 @@ TEST_F(DemoSessionTest, PlaysAGroupInline) {
 
 TEST_F(DemoSessionTest, HasNoControllerOnAWrongHost) {
   // One that refuses connections. Then, since two windows take the focus from each other, one that takes them
-  // and never says a word.
+  // and never answers.
   DemoRun refused({"--controller-host", "127.0.0.1:1"});
   EXPECT_EQ(refused.finish(), 1);
   EXPECT_EQ(refused.callbacks(), (Strings{"requestForPlayer", "didLoadAds"})) << refused.output();

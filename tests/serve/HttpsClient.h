@@ -16,7 +16,7 @@ namespace vemora::test {
 /// server of the same process.
 GObjectPtr<GAsyncResult> await(const std::function<void(GAsyncReadyCallback, gpointer)>& begin);
 
-/// What came back. Status 0: no answer, and `error` says why.
+/// The response. Status 0: no answer, and `error` says why.
 struct Reply {
   unsigned status = 0;
   std::string body;
@@ -43,7 +43,7 @@ class HttpsClient {
 
   Reply send(const std::string& url, const Request& request = {});
 
-  /// Writes bytes as they are into a connection of its own and returns all that comes back before it ends.
+  /// Writes bytes as they are into a new connection and returns everything received before it ends.
   std::string exchange(const std::string& origin, const std::string& bytes);
 
   [[nodiscard]] SoupSession* session() const { return session_.get(); }

@@ -107,7 +107,8 @@ TEST_F(LocalServerTest, CertificateNamesTheLoopbackAddressesOnly) {
   start();
   const std::string port = server->origin().substr(server->origin().rfind(':'));
   EXPECT_EQ(client->send("https://localhost" + port + "/beacons").status, 200u);
-  EXPECT_EQ(HttpsClient("").send(server->origin() + "/beacons").status, 0u) << "nobody trusts it unasked";
+  EXPECT_EQ(HttpsClient("").send(server->origin() + "/beacons").status, 0u)
+      << "no client trusts it by default";
 
   const auto certificate = GObjectPtr<GTlsCertificate>::adopt(
       g_tls_certificate_new_from_pem(server->certificatePem().c_str(), -1, nullptr));
@@ -171,25 +172,26 @@ TEST_F(LocalServerTest, AnswersHeadWithTheLengthAlone) {
 }
 
 TEST_F(LocalServerTest, StreamsFilesOfManyPieces) {
-  const std::string film = noise(3'000'001);
-  folder.write("media/film.mp4", film);
+  const std::string video = noise(3'000'001);
+  folder.write("media/video.mp4", video);
   start();
-  EXPECT_TRUE(get("/media/film.mp4").body == film);
-  EXPECT_TRUE(getRange("/media/film.mp4", "bytes=1000003-2999999").body == film.substr(1'000'003, 1'999'997));
+  EXPECT_TRUE(get("/media/video.mp4").body == video);
+  EXPECT_TRUE(getRange("/media/video.mp4", "bytes=1000003-2999999").body ==
+              video.substr(1'000'003, 1'999'997));
 }
 
 TEST_F(LocalServerTest, BreaksTheConnectionWhenAFileShrinksUnderIt) {
-  const fs::path film = folder.write("media/film.mp4", noise(64'000'000));
+  const fs::path film = folder.write("media/video.mp4", noise(64'000'000));
   start();
-  const auto message =
-      GObjectPtr<SoupMessage>::adopt(soup_message_new("GET", (server->origin() + "/media/film.mp4").c_str()));
+  const auto message = GObjectPtr<SoupMessage>::adopt(
+      soup_message_new("GET", (server->origin() + "/media/video.mp4").c_str()));
   const auto sent = await([&](GAsyncReadyCallback done, gpointer data) {
     soup_session_send_async(client->session(), message.get(), G_PRIORITY_DEFAULT, nullptr, done, data);
   });
   const auto body =
       GObjectPtr<GInputStream>::adopt(soup_session_send_finish(client->session(), sent.get(), nullptr));
   ASSERT_TRUE(body);
-  fs::resize_file(film, 1000);
+  fs::resize_file(video, 1000);
 
   std::size_t received = 0;
   while (true) {

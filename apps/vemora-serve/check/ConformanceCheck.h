@@ -24,7 +24,7 @@ struct CheckOptions {
 /// The names that `CheckOptions::sessions` may hold.
 std::vector<std::string> sessionNames();
 
-/// Drives a page through its sessions in a window of its own, all of them at once, and writes the report to
+/// Drives a page through its sessions in one window, all of them at once, and writes the report to
 /// the standard output. Returns the exit status: 0 when every rule holds, 1 when one is broken or the page
 /// cannot be checked (the standard error says why), 3 when none is broken but some could not be judged.
 ///

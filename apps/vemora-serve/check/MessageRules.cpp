@@ -438,8 +438,7 @@ constexpr Rule kRules[] = {
      "put the configuration object into \"result\".\"data\""},
     {"ads-answered", "\"get.ads\" is answered within 5 seconds", adsAnswered,
      "answer \"get.ads\" in time with what is there; drop what is late"},
-    {"ads-list", "\"get.ads\" lists ads, each with an id of its own, a numeric index and duration",
-     adsListForm,
+    {"ads-list", "\"get.ads\" lists ads, each with a unique id, a numeric index and duration", adsListForm,
      "give each ad a unique text \"id\", and \"index\" and \"duration\" (seconds) as JSON numbers"},
     {"ads-given", "\"get.ads\" brings at least one ad", adsGiven,
      "check what the page requests its ads with; --request supplies the params it needs"},
@@ -472,9 +471,9 @@ constexpr Rule kRules[] = {
      "replace each macro; an unknown value is -1, a withheld one is -2", nullptr},
     {"click-throughs", "Click-throughs are absolute http or https addresses", clickThroughs,
      "drop click-throughs with any other scheme, such as javascript:", nullptr},
-    {"no-early-ping", "No ping comes before \"get.ads\" is answered, where it would start a watch of its own",
+    {"no-early-ping", "No ping comes before \"get.ads\" is answered, where it would start a second watch",
      noEarlyPing, "send the first ping a second after the reply to \"get.ads\""},
-    {"pings", "Once there are ads, a ping comes at least every 4 seconds, whatever happens", pings,
+    {"pings", "Once there are ads, a ping comes at least every 4 seconds, in every state", pings,
      "ping once a second with a timer that runs in every state: waiting, playing, paused, hidden", "play"},
 };
 

@@ -38,7 +38,7 @@ std::string typeOf(JSCValue* value) {
 
 JsonValue jsonOf(JSCValue* value) {
   const GStringPtr json(jsc_value_to_json(value, 0));
-  // What JSON refuses leaves an exception behind that nobody is to find later.
+  // A value that JSON refuses leaves an exception, which later calls must not see.
   jsc_context_clear_exception(jsc_value_get_context(value));
   return json ? JsonValue::parse(json.get()).value_or(nullptr) : JsonValue();
 }

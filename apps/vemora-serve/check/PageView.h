@@ -46,7 +46,7 @@ class PageView {
   /// Gives the view the size that an ad has, where before it had none to speak of.
   void place();
   void setShown(bool shown);
-  /// Ends the page; nothing is told any more.
+  /// Ends the page; nothing is reported any more.
   void close();
 
  private:

@@ -6,7 +6,7 @@
 
 namespace vemora::check {
 
-/// The sessions of a check, each for a page of its own; they can run at the same time.
+/// The sessions of a check, each for its own page; they can run at the same time.
 ///
 /// - "play": a group from its start to its end, undisturbed.
 /// - "controls": pause, resume, both for the background, skip, close.

@@ -308,7 +308,7 @@ std::optional<double> firstStartOf(const std::vector<Event>& events) {
   return started == events.end() ? std::nullopt : std::optional(started->at);
 }
 
-/// Follows the rule that a plain command says what the ad does, and that the background pair gives back what
+/// Follows the rule that a plain command says what the ad does, and that the background pair restores what
 /// it did before.
 std::vector<Command> pausesAndResumes(const Transcript& t) {
   std::vector<Command> commands;

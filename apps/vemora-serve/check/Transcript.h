@@ -26,7 +26,7 @@ struct Call {
   std::string id;  ///< Empty for what is no request.
   std::string method;
   JsonValue params;
-  /// What came of the script: "undefined", as it should, what it returned instead, or what it threw. Absent
+  /// The outcome of the script: "undefined", as it should, what it returned instead, or what it threw. Absent
   /// while the page has not said.
   std::optional<std::string> outcome;
 };
