@@ -103,11 +103,11 @@ TEST_F(CheckProgramTest, NamesTheRulesThatAPageBreaks) {
     const JsonValue report = JsonValue::parse(outputs.output).value_or(nullptr);
     const std::vector<std::string> failed = rulesWith(report, "fail");
     SCOPED_TRACE(cases[i].page + (": " + joined(failed)) + outputs.errors);
-    const std::vector<std::string> skipped = rulesWith(report, "skip");
-    EXPECT_EQ(
-        std::find(skipped.begin(), skipped.end(), "pause") == skipped.end(),
-        std::string_view(cases[i].session) == "controls" && std::string_view(cases[i].page) != "never-plays")
-        << "whether commands were judged";
+    if (std::string_view(cases[i].session) == "controls" &&
+        std::string_view(cases[i].page) != "never-plays") {
+      const std::vector<std::string> skipped = rulesWith(report, "skip");
+      EXPECT_EQ(std::find(skipped.begin(), skipped.end(), "pause"), skipped.end()) << "commands are judged";
+    }
     EXPECT_EQ(processes[i]->wait(), 1);
     EXPECT_EQ(report["holds"], JsonValue(false));
     for (const std::string& rule : cases[i].rules) {
