@@ -1,3 +1,4 @@
+#include "../../tests/common/ProcessResources.h"
 #include "support/Report.h"
 #include "web/LoadedPlayer.h"
 
@@ -6,7 +7,6 @@
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
-#include <filesystem>
 #include <fstream>
 #include <memory>
 #include <string>
@@ -24,12 +24,6 @@ struct Residue {
   double descriptors = 0, threads = 0, memory = 0;
 };
 
-double entriesOf(const char* folder) {
-  double count = 0;
-  for ([[maybe_unused]] const auto& entry : std::filesystem::directory_iterator(folder)) ++count;
-  return count;
-}
-
 double privateDirtyKilobytes() {
   malloc_trim(0);
   std::ifstream file("/proc/self/smaps_rollup");
@@ -41,7 +35,8 @@ double privateDirtyKilobytes() {
 }
 
 Residue residue() {
-  return {entriesOf("/proc/self/fd"), entriesOf("/proc/self/task"), privateDirtyKilobytes() / 1024};
+  return {static_cast<double>(test::openFileCount()), static_cast<double>(test::threadCount()),
+          privateDirtyKilobytes() / 1024};
 }
 
 /// Web views and players that are still there.

@@ -5,16 +5,6 @@ namespace vemora::test {
 using gtk::GFree;
 using gtk::GObjectPtr;
 
-bool waitUntil(const std::function<bool()>& condition, double seconds) {
-  const gint64 end = g_get_monotonic_time() + static_cast<gint64>(seconds * G_USEC_PER_SEC);
-  // Wakes the loop for conditions that no event announces.
-  const guint pulse = g_timeout_add(
-      5, [](gpointer) -> gboolean { return G_SOURCE_CONTINUE; }, nullptr);
-  while (!condition() && g_get_monotonic_time() < end) g_main_context_iteration(nullptr, TRUE);
-  g_source_remove(pulse);
-  return condition();
-}
-
 void runFor(double seconds) {
   waitUntil([] { return false; }, seconds);
 }

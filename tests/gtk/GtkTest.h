@@ -1,5 +1,6 @@
 #pragma once
 
+#include "../common/MainLoop.h"
 #include "backends/gtk/base/GObjectPtr.h"
 #include "ports/Platform.h"
 
@@ -19,8 +20,6 @@
 /// asked.
 namespace vemora::test {
 
-/// Runs the main loop until the condition holds; false when it does not within the seconds.
-bool waitUntil(const std::function<bool()>& condition, double seconds = 60);
 /// Runs the main loop for a while that is long enough for a few frames.
 void runFrames();
 void runFor(double seconds);

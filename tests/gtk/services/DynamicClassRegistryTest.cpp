@@ -1,5 +1,5 @@
+#include "../../common/MainLoop.h"
 #include "RecordingViewabilityLibrary.h"
-#include "Waiting.h"
 #include "backends/gtk/GtkPorts.h"
 #include "ports/View.h"
 
@@ -130,7 +130,7 @@ TEST_F(DynamicClassRegistryTest, LetsGoOfObjectsOnTheMainThread) {
   auto made = registry_->classNamed("VEMORAMoatOptions")->create("init", {});
   std::thread([&made] { made.reset(); }).join();
   EXPECT_EQ(live(), 1);
-  EXPECT_TRUE(test::runUntil([live] { return live() == 0; }));
+  EXPECT_TRUE(vemora::test::waitUntil([live] { return live() == 0; }));
 }
 
 TEST_F(DynamicClassRegistryTest, SeesALocalLibraryOnlyByRegistration) {

@@ -1,8 +1,8 @@
+#include "../../common/MainLoop.h"
+#include "../../common/ProcessResources.h"
 #include "../../common/TestFolder.h"
-#include "ProcessResources.h"
 #include "ScriptedBus.h"
 #include "ScriptedGeoClue.h"
-#include "Waiting.h"
 #include "backends/gtk/services/GeoClueLocationServices.h"
 #include "backends/gtk/services/LocationPermission.h"
 #include "ports/Platform.h"
@@ -70,13 +70,13 @@ class GeoClueLocationServicesTest : public testing::Test {
     return manager;
   }
   bool becomes(LocationServices& services, Status status) {
-    return test::runUntil([&] { return services.authorizationStatus() == status; });
+    return vemora::test::waitUntil([&] { return services.authorizationStatus() == status; });
   }
   bool sees(const std::string& call, int times = 1) {
-    return test::runUntil([&] { return geoclue_->count(call) == times; });
+    return vemora::test::waitUntil([&] { return geoclue_->count(call) == times; });
   }
   bool has(const std::vector<double>& latitudes) {
-    return test::runUntil([&] { return fixes_->latitudes() == latitudes; });
+    return vemora::test::waitUntil([&] { return fixes_->latitudes() == latitudes; });
   }
 
   vemora::test::TestFolder folder_;
@@ -105,7 +105,7 @@ TEST_F(GeoClueLocationServicesTest, KnowsAServiceThatIsYetToBeStartedAndDoesNotS
   startBus();
   {
     const auto services = makeServices();
-    EXPECT_TRUE(test::runUntil([&] { return services->locationServicesEnabled(); }));
+    EXPECT_TRUE(vemora::test::waitUntil([&] { return services->locationServicesEnabled(); }));
     EXPECT_EQ(services->authorizationStatus(), Status::NotDetermined);
     const auto manager = startedManager(*services);
   }
@@ -114,7 +114,7 @@ TEST_F(GeoClueLocationServicesTest, KnowsAServiceThatIsYetToBeStartedAndDoesNotS
   configure("allowed=true\n");
   const auto services = makeServices();
   const auto manager = startedManager(*services);
-  EXPECT_TRUE(test::runUntil([&] { return std::filesystem::exists(bus_.path("started")); }));
+  EXPECT_TRUE(vemora::test::waitUntil([&] { return std::filesystem::exists(bus_.path("started")); }));
 }
 
 TEST_F(GeoClueLocationServicesTest, StartsNoClientWithoutAnApprovalOnRecord) {
@@ -123,7 +123,7 @@ TEST_F(GeoClueLocationServicesTest, StartsNoClientWithoutAnApprovalOnRecord) {
   geoclue_->serveStore("com.example.Other", "EXACT");
   {
     const auto services = makeServices();
-    EXPECT_TRUE(test::runUntil([&] { return services->locationServicesEnabled(); }));
+    EXPECT_TRUE(vemora::test::waitUntil([&] { return services->locationServicesEnabled(); }));
     EXPECT_EQ(services->authorizationStatus(), Status::NotDetermined);
     const auto manager = startedManager(*services);
   }
@@ -147,7 +147,7 @@ TEST_F(GeoClueLocationServicesTest, DeliversFixesOnTheMainThreadUntilTheManagerG
   ASSERT_TRUE(sees("Start"));
   EXPECT_EQ(geoclue_->calls(), (std::vector<std::string>{"GetClient", "DesktopId='com.example.App'",
                                                          "RequestedAccuracyLevel=4", "Start"}));
-  test::runPending();
+  vemora::test::runPending();
   EXPECT_TRUE(fixes_->latitudes().empty());
 
   geoclue_->report(48.5, -2.25);
@@ -184,7 +184,7 @@ TEST_F(GeoClueLocationServicesTest, StopsTheClientWithTheLastManager) {
   EXPECT_TRUE(sees("DeleteClient", 2));
   EXPECT_EQ(geoclue_->count("Stop"), 2);
   geoclue_->report(1, 1);
-  test::runPending();
+  vemora::test::runPending();
   EXPECT_TRUE(fixes_->latitudes().empty());
 }
 
@@ -211,7 +211,7 @@ TEST_F(GeoClueLocationServicesTest, CarriesOnAfterTheServiceVanished) {
   geoclue_->report(1, 1);
   ASSERT_TRUE(has({1}));
   geoclue_->vanish();
-  EXPECT_TRUE(test::runUntil([&] { return !services->locationServicesEnabled(); }));
+  EXPECT_TRUE(vemora::test::waitUntil([&] { return !services->locationServicesEnabled(); }));
   geoclue_->appear();
   ASSERT_TRUE(sees("Start", 2));
   EXPECT_TRUE(services->locationServicesEnabled());
@@ -273,15 +273,17 @@ TEST_F(GeoClueLocationServicesTest, LeavesNothingBehind) {
     sees("Start", started + 1);
   };
   round();
-  test::runUntil([&] { return geoclue_->peers() == 4; });
+  vemora::test::waitUntil([&] { return geoclue_->peers() == 4; });
   const std::size_t peers = geoclue_->peers();
-  const std::size_t files = test::openFileCount();
-  const std::size_t threads = test::threadCount();
+  const std::size_t files = vemora::test::openFileCount();
+  const std::size_t threads = vemora::test::threadCount();
   for (int i = 0; i < 10; ++i) round();
-  EXPECT_TRUE(test::runUntil([&] {
-    return geoclue_->peers() == peers && test::openFileCount() <= files && test::threadCount() <= threads;
+  EXPECT_TRUE(vemora::test::waitUntil([&] {
+    return geoclue_->peers() == peers && vemora::test::openFileCount() <= files &&
+           vemora::test::threadCount() <= threads;
   })) << geoclue_->peers()
-      << " peers, " << test::openFileCount() << " files, " << test::threadCount() << " threads";
+      << " peers, " << vemora::test::openFileCount() << " files, " << vemora::test::threadCount()
+      << " threads";
 }
 
 TEST_F(GeoClueLocationServicesTest, NeverHoldsUpTheMainThread) {

@@ -1,5 +1,5 @@
+#include "../../common/MainLoop.h"
 #include "FakeNetworkMonitor.h"
-#include "Waiting.h"
 #include "backends/gtk/GtkPorts.h"
 #include "backends/gtk/network/GioNetworkReachability.h"
 
@@ -36,11 +36,11 @@ TEST_F(GioNetworkReachabilityTest, ResolvesNamesAndTellsWhenItHas) {
   ASSERT_TRUE(handle->setCallback([this] { ++calls_; }));
   const bool alreadyKnown = handle->flags().has_value();
   ASSERT_TRUE(handle->scheduleWithRunLoop());
-  EXPECT_TRUE(test::runUntil([&] { return handle->flags() == kOwnMachine; }));
-  EXPECT_TRUE(test::runUntil([&] { return alreadyKnown || calls_ == 1; }));
+  EXPECT_TRUE(vemora::test::waitUntil([&] { return handle->flags() == kOwnMachine; }));
+  EXPECT_TRUE(vemora::test::waitUntil([&] { return alreadyKnown || calls_ == 1; }));
 
   const auto unknown = factory_->createWithName("no-such-host.invalid");
-  EXPECT_TRUE(test::runUntil([&] { return unknown->flags() == 0u; }));
+  EXPECT_TRUE(vemora::test::waitUntil([&] { return unknown->flags() == 0u; }));
 }
 
 TEST_F(GioNetworkReachabilityTest, TakesLiteralAddressesAtOnceAndRefusesWhatIsNone) {
@@ -61,7 +61,7 @@ TEST_F(GioNetworkReachabilityTest, KeepsQuietWhenAChangeIsNoneForTheTarget) {
   handle->setCallback([this] { ++calls_; });
   handle->scheduleWithRunLoop();
   test::changeNetwork(monitor_.get(), G_NETWORK_CONNECTIVITY_PORTAL);
-  test::runPending();
+  vemora::test::runPending();
   EXPECT_EQ(calls_, 0);
 }
 

@@ -1,6 +1,6 @@
+#include "../../common/MainLoop.h"
 #include "../../common/TestFolder.h"
 #include "FakeNetworkMonitor.h"
-#include "Waiting.h"
 #include "backends/gtk/GtkPorts.h"
 #include "backends/gtk/base/ContextThread.h"
 #include "backends/gtk/network/GioNetworkReachability.h"
@@ -51,7 +51,7 @@ class NetworkNamespaceTest : public testing::Test {
       GTEST_SKIP() << "no virtual interfaces here";
     ASSERT_TRUE(ip("addr add 198.51.100.2/24 dev lan0 && ip link set far0 up && ip link set lan0 up"));
     // The kernel takes a moment to see the other end.
-    ASSERT_TRUE(test::runUntil([] { return ip("link show lan0 | grep -q 'state UP'"); }));
+    ASSERT_TRUE(vemora::test::waitUntil([] { return ip("link show lan0 | grep -q 'state UP'"); }));
   }
   void TearDown() override {
     if (ownNetwork) static_cast<void>(ip("link del lan0 2>/dev/null"));
@@ -63,7 +63,7 @@ class NetworkNamespaceTest : public testing::Test {
     return factory.createWithAddress(reinterpret_cast<const sockaddr&>(address));
   }
   bool becomes(NetworkReachability& handle, std::uint32_t flags, int calls) {
-    return test::runUntil([&] { return handle.flags() == flags && calls_ == calls; });
+    return vemora::test::waitUntil([&] { return handle.flags() == flags && calls_ == calls; });
   }
 
   std::atomic<int> calls_ = 0;
@@ -95,8 +95,8 @@ TEST_F(NetworkNamespaceTest, FollowsRoutesAndInterfaces) {
 
   internet->unscheduleFromRunLoop();
   ASSERT_TRUE(ip("link set lan0 down"));
-  EXPECT_TRUE(test::runUntil([&] { return internet->flags() == 0u; }));
-  test::runPending();
+  EXPECT_TRUE(vemora::test::waitUntil([&] { return internet->flags() == 0u; }));
+  vemora::test::runPending();
   EXPECT_EQ(calls_, 3);
 }
 
@@ -116,12 +116,12 @@ TEST_F(NetworkNamespaceTest, KnowsModemsAndTheirPortals) {
                           NetworkReachabilityInterventionRequired,
                       1));
   test::changeNetwork(monitor.get(), G_NETWORK_CONNECTIVITY_PORTAL);
-  test::runPending();
+  vemora::test::runPending();
   EXPECT_EQ(calls_, 1);
 
   test::changeNetwork(monitor.get(), G_NETWORK_CONNECTIVITY_FULL);
   internet->unscheduleFromRunLoop();
-  test::runPending();
+  vemora::test::runPending();
   EXPECT_EQ(calls_, 1) << "a report that was under way when the handle was unscheduled";
 }
 
@@ -141,12 +141,12 @@ TEST_F(NetworkNamespaceTest, CallsBackOnTheRunLoopThatItWasScheduledWith) {
     loop = std::this_thread::get_id();
     scheduled = internet->scheduleWithRunLoop();
   });
-  ASSERT_TRUE(test::runUntil([&] { return scheduled.load(); }));
+  ASSERT_TRUE(vemora::test::waitUntil([&] { return scheduled.load(); }));
 
   internet->unscheduleFromRunLoop();  // Of another run loop: nothing to undo.
   ASSERT_TRUE(ip("route add default via 198.51.100.1"));
   test::changeNetwork(monitor.get(), G_NETWORK_CONNECTIVITY_FULL);
-  EXPECT_TRUE(test::runUntil([this] { return calls_ == 1; }));
+  EXPECT_TRUE(vemora::test::waitUntil([this] { return calls_ == 1; }));
   EXPECT_EQ(caller.load(), loop);
 
   ASSERT_TRUE(ip("link set lan0 down"));
@@ -156,7 +156,8 @@ TEST_F(NetworkNamespaceTest, CallsBackOnTheRunLoopThatItWasScheduledWith) {
     ++calls_;
   });
   test::changeNetwork(monitor.get(), G_NETWORK_CONNECTIVITY_FULL);
-  EXPECT_TRUE(test::runUntil([this] { return calls_ == 2; })) << "a handle may go in its own callback";
+  EXPECT_TRUE(vemora::test::waitUntil([this] { return calls_ == 2; }))
+      << "a handle may go in its own callback";
   test::changeNetwork(monitor.get(), G_NETWORK_CONNECTIVITY_FULL);
 }
 

@@ -1,7 +1,7 @@
 #include "../../common/ChildProcess.h"
+#include "../../common/MainLoop.h"
+#include "../../common/ProcessResources.h"
 #include "../../common/TestFolder.h"
-#include "ProcessResources.h"
-#include "Waiting.h"
 #include "backends/gtk/services/PulseAudioSession.h"
 #include "base/Mutex.h"
 #include "ports/Platform.h"
@@ -61,7 +61,7 @@ class PulseAudioSessionTest : public testing::Test {
                                  "--use-pid-file=no", "--realtime=no", "--high-priority=no",
                                  "--load=module-native-protocol-unix auth-anonymous=1 socket=" + socket()},
         environment(), ChildProcess::Errors::Dropped);
-    ASSERT_TRUE(test::runUntil([this] { return tell({"info"}); }));
+    ASSERT_TRUE(vemora::test::waitUntil([this] { return tell({"info"}); }));
   }
   void stopServer() { server_.reset(); }
 
@@ -96,15 +96,15 @@ class PulseAudioSessionTest : public testing::Test {
   }
   /// Adds outputs until one is told of: from then on the session knows what there is, and misses nothing.
   bool becomesAttentive() {
-    test::runUntil([this] { return !answer("list short clients | grep gtk-services").empty(); });
+    vemora::test::waitUntil([this] { return !answer("list short clients | grep gtk-services").empty(); });
     for (int probe = 0; changes_.reasons().empty() && probe < 5; ++probe) {
       plug("probe" + std::to_string(probe));
-      test::runUntil([this] { return !changes_.reasons().empty(); }, std::chrono::seconds(3));
+      vemora::test::waitUntil([this] { return !changes_.reasons().empty(); }, 3);
     }
     return !changes_.takeReasons().empty();
   }
   bool tells(const std::vector<int>& expected) {
-    return test::runUntil([&] { return changes_.reasons() == expected; });
+    return vemora::test::waitUntil([&] { return changes_.reasons() == expected; });
   }
 
   std::string socket() const { return folder_.path("native"); }
@@ -161,18 +161,18 @@ TEST_F(PulseAudioSessionTest, StartsNothingBeforeItIsAskedAndLeavesNothing) {
   startServer();
   plug("speakers");
   connectedSession();
-  const std::size_t threads = test::threadCount();
-  const std::size_t files = test::openFileCount();
+  const std::size_t threads = vemora::test::threadCount();
+  const std::size_t files = vemora::test::openFileCount();
   {
     const auto unasked = makePulseAudioSession({});
-    EXPECT_EQ(test::threadCount(), threads);
+    EXPECT_EQ(vemora::test::threadCount(), threads);
   }
   for (int i = 0; i < 5; ++i) {
     const auto session = connectedSession();
     EXPECT_TRUE(i > 0 || becomesAttentive());
   }
-  EXPECT_TRUE(
-      test::runUntil([&] { return test::threadCount() <= threads + 1 && test::openFileCount() <= files; }));
+  EXPECT_TRUE(vemora::test::waitUntil(
+      [&] { return vemora::test::threadCount() <= threads + 1 && vemora::test::openFileCount() <= files; }));
 }
 
 TEST_F(PulseAudioSessionTest, LetsTheProcessEndWhileConnected) {

@@ -1,8 +1,8 @@
-#include "MainLoop.h"
+#include "../../common/MainLoop.h"
+#include "../../common/ProcessResources.h"
 #include "ProcessEnd.h"
 #include "backends/gtk/dispatch/GtkDispatch.h"
 
-#include <dirent.h>
 #include <glib.h>
 #include <gtest/gtest.h>
 
@@ -19,7 +19,8 @@ namespace vemora::gtk {
 
 namespace {
 
-using test::pumpUntil;
+using test::threadCount;
+using test::waitUntil;
 using Clock = std::chrono::steady_clock;
 
 std::shared_ptr<DispatchBlock> makeBlock(std::function<void()> work) {
@@ -71,7 +72,7 @@ TEST(MainQueueTest, KeepsTheOrderOfAllThreads) {
     g_main_context_iteration(nullptr, FALSE);
   }
   for (std::thread& thread : threads) thread.join();
-  ASSERT_TRUE(pumpUntil([&] { return order.size() == (kThreads + 1) * kBlocks; }));
+  ASSERT_TRUE(waitUntil([&] { return order.size() == (kThreads + 1) * kBlocks; }));
   EXPECT_TRUE(std::is_sorted(order.begin(), order.end()));
 }
 
@@ -84,7 +85,7 @@ TEST(MainQueueTest, QueuesWhatTheMainThreadGives) {
   });
   dispatch.mainAsync([&] { order += 'b'; });
   EXPECT_EQ(order, "");
-  ASSERT_TRUE(pumpUntil([&] { return order.size() == 3; }));
+  ASSERT_TRUE(waitUntil([&] { return order.size() == 3; }));
   EXPECT_EQ(order, "abc");
 }
 
@@ -99,7 +100,7 @@ TEST(MainQueueTest, RunsOneBlockAtATimeEvenInANestedLoop) {
     for (int i = 0; i < 10; ++i) g_main_context_iteration(nullptr, FALSE);
     outerEnded = true;
   });
-  EXPECT_TRUE(pumpUntil([&] { return innerRan; }));
+  EXPECT_TRUE(waitUntil([&] { return innerRan; }));
 }
 
 TEST(MainQueueTest, WakesASleepingLoop) {
@@ -127,11 +128,11 @@ TEST(MainQueueTest, LetsSourcesOfLowerPriorityRun) {
         return G_SOURCE_REMOVE;
       },
       &idleRan, nullptr);
-  EXPECT_TRUE(pumpUntil([&] { return idleRan; }));
+  EXPECT_TRUE(waitUntil([&] { return idleRan; }));
   // The chain's last link must not outlive what it refers to.
   bool drained = false;
   dispatch.mainAsync([&] { drained = true; });
-  EXPECT_TRUE(pumpUntil([&] { return drained; }));
+  EXPECT_TRUE(waitUntil([&] { return drained; }));
 }
 
 TEST(DispatchTest, KnowsTheMainThread) {
@@ -177,7 +178,7 @@ TEST(DispatchTest, DestroysWorkOnTheThreadThatRanIt) {
   EXPECT_TRUE(eventually([&] { return destroyed == 1; }));
   EXPECT_EQ(ranOn, destroyedOn);
   dispatch.mainAsync(work(std::make_shared<Witness>(destroyed, &destroyedOn)));
-  EXPECT_TRUE(pumpUntil([&] { return destroyed == 2; }));
+  EXPECT_TRUE(waitUntil([&] { return destroyed == 2; }));
   EXPECT_EQ(destroyedOn, std::this_thread::get_id());
 }
 
@@ -243,7 +244,7 @@ TEST(TimerTest, RunsBlocksOnTheMainQueue) {
     EXPECT_TRUE(dispatch.isMainThread());
     ran = true;
   });
-  EXPECT_TRUE(pumpUntil([&] { return ran; }));
+  EXPECT_TRUE(waitUntil([&] { return ran; }));
 }
 
 TEST(TimerTest, IsNotEarlyAndWakesForAnEarlierTime) {
@@ -294,17 +295,9 @@ TEST(TimerTest, CancelledBlocksDoNotDelayOthers) {
   EXPECT_TRUE(eventually([&] { return destroyed == kCancelled; }));
 }
 
-int threadCount() {
-  int count = 0;
-  DIR* folder = opendir("/proc/self/task");
-  while (const dirent* entry = readdir(folder)) count += entry->d_name[0] != '.';
-  closedir(folder);
-  return count;
-}
-
-TEST(WorkerPoolTest, WorkersThatNobodyNeedsLeave) {
+TEST(WorkerPoolTest, IdleWorkersExit) {
   std::thread([] {}).join();  // A sanitizer's own thread comes with the first.
-  const int before = threadCount();
+  const std::size_t before = threadCount();
   std::atomic<int> done{0};
   WorkerPool pool(std::chrono::milliseconds(20));
   for (int round = 1; round <= 3; ++round) {
@@ -323,7 +316,7 @@ TEST(WorkerPoolTest, TakesAnIdleWorkerBeforeANewThread) {
     return eventually([&] { return done == wanted; });
   };
   ASSERT_TRUE(giveAndAwait());
-  const int before = threadCount();
+  const std::size_t before = threadCount();
   for (int i = 0; i < 50; ++i) {
     std::this_thread::sleep_for(std::chrono::microseconds(200));
     ASSERT_TRUE(giveAndAwait());

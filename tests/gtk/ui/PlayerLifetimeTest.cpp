@@ -1,3 +1,4 @@
+#include "../../common/ProcessResources.h"
 #include "backends/gtk/base/GObjectPtr.h"
 #include "core/player/VemoraAdPlayerBase_p.h"
 #include "gtk/GtkTest.h"
@@ -8,7 +9,6 @@
 
 #include <algorithm>
 #include <filesystem>
-#include <iterator>
 
 namespace vemora::test {
 namespace {
@@ -61,15 +61,6 @@ class Host final : public VemoraAdPlayerDelegate {
   int started = 0;
 };
 
-std::ptrdiff_t entriesOf(const char* folder) {
-  return std::distance(std::filesystem::directory_iterator(folder), {});
-}
-std::ptrdiff_t openFiles() {
-  return entriesOf("/proc/self/fd");
-}
-std::ptrdiff_t threads() {
-  return entriesOf("/proc/self/task");
-}
 guint windows() {
   return g_list_model_get_n_items(gtk_window_get_toplevels());
 }
@@ -165,12 +156,13 @@ TEST_F(PlayerLifetimeTest, MayBeLetGoOfAtAnyTimeWithoutALeak) {
 
   round();
   round();
-  const auto files = openFiles();
-  const auto tasks = threads();
+  const auto files = openFileCount();
+  const auto tasks = threadCount();
   for (int i = 0; i < 3; ++i) round();
   // WebKit and the worker pool keep what they may need again for some seconds.
-  EXPECT_TRUE(waitUntil([&] { return openFiles() <= files; }, 30)) << openFiles() << " after " << files;
-  EXPECT_TRUE(waitUntil([&] { return threads() <= tasks; }, 30)) << threads() << " after " << tasks;
+  EXPECT_TRUE(waitUntil([&] { return openFileCount() <= files; }, 30))
+      << openFileCount() << " after " << files;
+  EXPECT_TRUE(waitUntil([&] { return threadCount() <= tasks; }, 30)) << threadCount() << " after " << tasks;
 }
 
 }  // namespace
