@@ -63,6 +63,7 @@ class LayerOnlyView final : public View {
   void setNeedsLayout() override {}
   void addObserver(std::weak_ptr<KeyValueObserver>, std::string_view, bool) override {}
   void removeObserver(const KeyValueObserver*, std::string_view) override {}
+  void setLayoutObserver(std::weak_ptr<LayoutObserver>) override {}
   void* layer() const override { return const_cast<LayerOnlyView*>(this); }
 };
 
