@@ -35,6 +35,7 @@ const plainPause: PauseData = { background: false, ignorePreviousState: false };
 /** Plays the ads of a group one after the other, as the host app and the viewer command. */
 export class GroupPlayer {
   private group: AdGroup | undefined;
+  private loadedAt = 0;
   private position = 0;
   private current: PlayingAd | undefined;
   private next: NextAd | undefined;
@@ -59,6 +60,7 @@ export class GroupPlayer {
   prepare(group: AdGroup): void {
     if (this.hasBegun) return;
     this.group = group;
+    this.loadedAt = performance.now();
     this.lifecycle = group.ads.length > 0 ? "ready" : "empty";
     this.view.setLanguage(group.payload.privacy.language);
   }
@@ -166,6 +168,7 @@ export class GroupPlayer {
       ad,
       files: prepared?.files ?? this.filesOf(ad, config),
       isPrepared: prepared !== undefined,
+      isExpired: ad.expires !== undefined && performance.now() - this.loadedAt > ad.expires * 1000,
       endCard:
         isLast && config.endCardTime > 0
           ? endCardOf(ad.companions, payload.placementType, this.view.size())

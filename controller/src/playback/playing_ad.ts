@@ -1,5 +1,5 @@
 import { secondsOf, type Ad, type Companion, type Icon, type MediaFile } from "../ads/ad";
-import type { AdFailure } from "../ads/vast_error";
+import { AdFailure, VastCode } from "../ads/vast_error";
 import type { AdEventName, NativeSide } from "../bridge/events";
 import type { Config } from "../config";
 import type { MacroValues, PlayerState } from "../tracking/macros";
@@ -25,6 +25,8 @@ export interface PlayingAdParts {
   files: MediaFile[];
   /** The view's video element has loaded the first file already. */
   isPrepared: boolean;
+  /** The time for which the ad may be started after its load has passed. */
+  isExpired: boolean;
   endCard: Companion | undefined;
   native: NativeSide;
   view: PlayerView;
@@ -82,7 +84,8 @@ export class PlayingAd {
   }
 
   start(): void {
-    this.playback.start();
+    if (this.parts.isExpired) this.onFailed(new AdFailure(VastCode.linear, "The ad has expired"));
+    else this.playback.start();
   }
 
   pause(): void {

@@ -39,8 +39,9 @@ function startWith(ads: object[], request: object = {}, config: object = {}): vo
   startAds(adsFromList(JSON.stringify({ ads: ads.map((ad, index) => ({ index, ...ad })) })), request, config);
 }
 
-function startAds(ads: Ad[], request: object = {}, config: object = {}): void {
+function startAds(ads: Ad[], request: object = {}, config: object = {}, wait = 0): void {
   player.prepare({ ads, macros: {}, payload: payloadFrom({ ...request }), config: configFrom({ ...config }) });
+  passTime(wait);
   player.start();
 }
 
@@ -521,6 +522,15 @@ describe("a failure", () => {
     video.fail(sourceError);
     await vi.advanceTimersByTimeAsync(0);
     expect(news()).toEqual(["AdGroupStart", `error-${code}`, "AdError"]);
+  });
+
+  it("is reported for an ad that was started after its expiry", () => {
+    const ads = adsFromList(JSON.stringify({ ads: [listed("a"), listed("b")] }));
+    const expiring = () => ads.map((ad) => ({ ...ad, expires: ad.id === "a" ? 60 : undefined }));
+    startAds(expiring(), {}, {}, 61);
+    expect(news()).toEqual(["AdGroupStart", "error-400"]);
+    video.begin(20);
+    expect(video.sources).toEqual(["https://m/b.mp4"]);
   });
 
   it("of one file tries the next one before the first frame, and none after it", async () => {
