@@ -40,4 +40,4 @@ const session = new Session({
   },
   beacon: (url) => bridge.beacon(url),
 });
-bridge.serve((method, params) => session.handle(method, params));
+bridge.serve((...request) => session.handle(...request));

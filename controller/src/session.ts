@@ -1,6 +1,6 @@
 import { describeAd } from "./ads/ad";
 import { AdSource, type AdSourceTools } from "./load/ad_source";
-import { RpcCodes, RpcError, type RequestParams, type Result } from "./bridge/rpc";
+import { RpcCodes, RpcError, type RequestHandler, type RequestParams, type Result } from "./bridge/rpc";
 import type { Config } from "./config";
 import type { Heartbeat } from "./heartbeat";
 import { payloadFrom } from "./payload";
@@ -25,14 +25,14 @@ function pauseDataFrom(params: RequestParams): PauseData {
 export class Session {
   constructor(private readonly parts: SessionParts) {}
 
-  async handle(method: string, params: RequestParams): Promise<Result> {
+  async handle(...[method, params, afterReply]: Parameters<RequestHandler>): Promise<Result> {
     if (method === "get.config") return { data: (await this.parts.config()).data };
-    if (method === "get.ads") return this.getAds(params);
+    if (method === "get.ads") return this.getAds(params, afterReply);
     if (method.startsWith("control.")) return this.control(method.slice("control.".length), params);
     throw new RpcError(RpcCodes.methodNotFound, `Unknown method ${method}`);
   }
 
-  private async getAds(params: RequestParams): Promise<Result> {
+  private async getAds(params: RequestParams, afterReply: (task: () => void) => void): Promise<Result> {
     const received = performance.now();
     const { heartbeat, player, tools } = this.parts;
     if (player.hasBegun) throw new RpcError(RpcCodes.busy, "This page has begun to play its ads");
@@ -40,8 +40,8 @@ export class Session {
     const config = await this.parts.config();
     const deadline = new Deadline(config.adsTimeout, received);
     const load = await new AdSource(payload, config, deadline, tools).load();
-    // As a task of its own: the reply leaves when this one ends, and the native side waits for it.
-    setTimeout(() => load.beacons.forEach((url) => this.parts.beacon(url)), 0);
+    // The native side waits for the reply, not for the beacons.
+    afterReply(() => load.beacons.forEach((url) => this.parts.beacon(url)));
     player.prepare({ ...load, payload, config });
     if (load.ads.length > 0) heartbeat.start();
     if (load.failure !== undefined) throw new RpcError(RpcCodes.sourceFailed, load.failure);

@@ -82,10 +82,13 @@ export class Bridge implements NativeSide {
     const message = this.decode(text);
     if (!message || typeof message.method !== "string" || message.method === "") return;
     const { id, method } = message;
-    this.call(method, objectAt(message, "params")).then(
-      (result) => this.reply(id, { result }),
-      (error: unknown) => this.reply(id, { error: this.describe(method, error) }),
-    );
+    const tasks: Array<() => void> = [];
+    void this.call(method, objectAt(message, "params"), (task) => tasks.push(task))
+      .then(
+        (result) => this.reply(id, { result }),
+        (error: unknown) => this.reply(id, { error: this.describe(method, error) }),
+      )
+      .then(() => tasks.forEach((task) => task()));
   }
 
   private decode(text: string): Record<string, unknown> | undefined {
@@ -99,9 +102,9 @@ export class Bridge implements NativeSide {
     return undefined;
   }
 
-  private async call(method: string, params: Record<string, unknown>): Promise<Result> {
+  private async call(...request: Parameters<RequestHandler>): Promise<Result> {
     if (!this.handler) throw new RpcError(RpcCodes.internal, "The page is not ready");
-    return this.handler(method, params);
+    return this.handler(...request);
   }
 
   private describe(method: string, error: unknown): { code: number; message: string } {

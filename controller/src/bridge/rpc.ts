@@ -22,4 +22,9 @@ export const RpcCodes = {
   sourceFailed: -32003,
 } as const;
 
-export type RequestHandler = (method: string, params: RequestParams) => Promise<Result>;
+/** Tasks given to `afterReply` run immediately after the reply has been posted, also when it is an error. */
+export type RequestHandler = (
+  method: string,
+  params: RequestParams,
+  afterReply: (task: () => void) => void,
+) => Promise<Result>;

@@ -60,6 +60,20 @@ describe("requests", () => {
     },
   );
 
+  it("can have tasks that follow the reply, also when it is an error", async () => {
+    bridge.serve(async (method, _, afterReply) => {
+      afterReply(() => bridge.beacon("https://tracker.example/"));
+      if (method === "failing") throw new Error("broken");
+      return { ok: true };
+    });
+    deliver({ id: "1", method: "working" });
+    await Promise.resolve();
+    deliver({ id: "2", method: "failing" });
+    await settled();
+    const order = (posted as Array<{ id?: string; method?: string }>).map(({ id, method }) => id ?? method);
+    expect(order).toEqual(["1", "window", "2", "window"]);
+  });
+
   it("without an id are carried out and not answered", async () => {
     const calls: string[] = [];
     bridge.serve(async (method) => {
