@@ -21,7 +21,7 @@ export interface CaptionFile {
 export type Resource =
   { kind: "static"; src: string; type: string } | { kind: "html"; html: string } | { kind: "iframe"; src: string };
 
-/** An image that the viewer is shown when the address of an icon cannot be opened. */
+/** An image to show where the page of an icon cannot be opened. */
 export interface FallbackImage {
   src: string;
   /** Pixels; 0 when unknown. */

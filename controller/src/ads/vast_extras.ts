@@ -30,7 +30,7 @@ const addressesOf = (trackers: Array<{ url: string }>) => trackers.map(({ url })
 const pixels = (value: string | number | null) => Math.max(0, Number(value) || 0);
 const seconds = (value: number) => (value > 0 ? value : undefined);
 
-/** Attribute and text of an image for a page that cannot be opened: the alternative text stands before the address. */
+/** The parser gives the alternative text and the address of the image as one text. */
 function fallbackImage(image: ParsedIcon["iconClickFallbackImages"][number], fill: Fill): FallbackImage[] {
   const [, altText, address] = /^(.*?)\s*(\S+)$/s.exec(image.url ?? "") ?? [];
   const src = loadableAddress(address && fill(address));

@@ -13,7 +13,7 @@ export interface ResolverOptions {
   wrapperTimeout: number;
   deadline: Deadline;
   fetch: (url: string, timeoutSeconds: number) => Promise<FetchedText>;
-  /** The address to load for one that stands in a document; undefined when it cannot be loaded. */
+  /** The address to load for an address of a document; undefined when it cannot be loaded. */
   loadable: (template: string) => string | undefined;
   reportErrors: (urls: string[], code: number) => void;
   log: (text: string) => void;

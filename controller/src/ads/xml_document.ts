@@ -26,7 +26,7 @@ function skipSpace(text: string, position: number): number {
   return space.lastIndex;
 }
 
-/** Whether a document type stands before the root element. */
+/** Whether there is a document type before the root element. */
 function declaresDocumentType(text: string): boolean {
   let position = skipSpace(text, 0);
   for (;;) {

@@ -29,7 +29,7 @@ export interface AdLoad {
   beacons: string[];
   /** Set when the ads come from a break of a VMAP document. */
   adBreak?: AdBreak;
-  /** Why nothing is known about ads: their source could not be read. Absent when there simply are none. */
+  /** Why the source of the ads could not be read. Absent when it was read, even if it has no ads. */
   failure?: string;
 }
 

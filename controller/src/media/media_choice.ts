@@ -15,7 +15,7 @@ const assumedView: ViewSize = { width: 640, height: 360 };
 /** Bits per second that a pixel is worth: about 700 kbit/s at 640x360 and 6 Mbit/s at 1920x1080. */
 const bitsPerPixel = 3;
 
-/** How little speaks for a file, least first. */
+/** How uncertain it is that a file plays: 0 stated, 1 nothing is stated, 2 its codec probably does not. */
 type Doubt = 0 | 1 | 2;
 
 /** Undefined for a file that the engine does not play. A file of which nothing is known is worth an attempt. */

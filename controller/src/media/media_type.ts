@@ -2,7 +2,7 @@ import type { MediaFile } from "../ads/ad";
 
 export const hlsType = "application/vnd.apple.mpegurl";
 
-/** By what stands behind the slash of a type, alone in a type without a slash, or at the end of an address. */
+/** By the subtype of a media type, a type without a slash, or the extension of an address. */
 const typesByShortName: Record<string, string> = {
   "3gp": "video/3gpp",
   aac: "audio/aac",
@@ -25,7 +25,7 @@ const typesByShortName: Record<string, string> = {
   webm: "video/webm",
 };
 
-/** Types that tell nothing about the file: servers give them to anything. */
+/** Types without information: servers send them for any file. */
 const emptyTypes: ReadonlySet<string> = new Set([
   "",
   "application/octet-stream",
@@ -45,7 +45,7 @@ function typeOfAddress(src: string): string | undefined {
   return shortNameType(/\.(\w+)$/.exec(path)?.[1]?.toLowerCase() ?? "");
 }
 
-/** The container of a file under the name that engines know; undefined when nothing tells what it is. */
+/** The container of a file under the name that engines know; undefined when neither its type nor its address states it. */
 export function containerOf({ type, src }: Pick<MediaFile, "type" | "src">): string | undefined {
   const stated = type.split(";")[0]?.trim().toLowerCase() ?? "";
   if (emptyTypes.has(stated)) return typeOfAddress(src);
@@ -60,7 +60,7 @@ export function containerOf({ type, src }: Pick<MediaFile, "type" | "src">): str
 const registeredCodec =
   /^((avc[1-4]|hev1|hvc1|dvh1|dvhe|dva1|dvav|vvc1|vp08|vp09|av01|mp4a|mp4v|s263)(\.[0-9A-Za-z]+)+|vp8|vp9|vorbis|opus|flac|theora|ac-3|ec-3)$/;
 
-/** Examples of what trackers and ad servers call by an everyday name. */
+/** Common names of codecs, each with an example of its registered form. */
 const everydayCodecs: Array<[RegExp, string]> = [
   [/^(h\.?-?265|hevc|x265)/i, "hvc1.1.6.L93.B0"],
   [/^(h\.?-?264|avc|x264)/i, "avc1.42E01E"],
@@ -79,7 +79,7 @@ function codecsOf({ codec, type }: Pick<MediaFile, "codec" | "type">): string[] 
 
 /**
  * What to ask an engine about the codecs of a file. Registered names are binding; an everyday name is only a
- * hint, because whole campaigns carry "H.264", "0" or "VP8" upon files that play.
+ * hint, because many ads have "H.264", "0" or "VP8" on files that play.
  */
 export function codecQuestion(
   file: Pick<MediaFile, "codec" | "type">,

@@ -19,7 +19,7 @@ export function openableText(address: string | undefined): string | undefined {
 
 /**
  * Addresses that the page itself may load. A page that came over https loads nothing over http, but many
- * servers that are written down with http answer over https as well: there it is tried.
+ * servers named with http answer over https as well, so https is tried.
  */
 export function loadableAddress(address: string | undefined): string | undefined {
   const url = address ? parse(address.trim()) : undefined;

@@ -17,7 +17,7 @@ export interface FetchedText {
   url: string;
 }
 
-/** Bytes of a document that is still read. */
+/** The largest document that is read, in bytes. */
 export const largestDocument = 1024 * 1024;
 
 const probeSeconds = 1;
@@ -83,8 +83,8 @@ export async function fetchText(url: string, timeoutSeconds: number): Promise<st
 }
 
 /**
- * Tells a server that cannot be reached from one that answers but does not allow this page to read its
- * answers (CORS): a browser reports both in the same way.
+ * Distinguishes a server that cannot be reached from one that does not allow this page to read its answers
+ * (CORS): a browser reports both in the same way.
  */
 export async function diagnosed(url: string, failure: FetchFailure): Promise<FetchFailure> {
   if (failure.problem !== "unreachable") return failure;

@@ -144,7 +144,7 @@ const linearSamples: Sample[] = [
   },
   ...[
     ["type-mp4", "A type without a slash", { type: "mp4" }],
-    ["type-octet-stream", "A type that tells nothing", { type: "application/octet-stream" }],
+    ["type-octet-stream", "A type without information", { type: "application/octet-stream" }],
     ["type-missing", "No type", { type: undefined }],
     ["type-x-m4v", "Another name for MP4", { type: "video/x-m4v" }],
     ["type-with-codecs", "Codecs in the type", { type: "video/mp4; codecs=&quot;avc1.42E01E, mp4a.40.2&quot;" }],

@@ -87,7 +87,7 @@ describe("the choice of the source", () => {
     expect(ad?.media[0]?.src).toBe("https://media.example/a.mp4");
   });
 
-  it("tells a tag that cannot be read from one without an ad", async () => {
+  it("distinguishes a tag that cannot be read from one without an ad", async () => {
     const failureOf = async (tag: string) => (await loadAll({ vast_url: tag })).failure;
     documents = { "/none": vast(""), "/nothing": "" };
     expect(await failureOf(`${origin}/none`)).toBeUndefined();
@@ -118,7 +118,7 @@ describe("the choice of the source", () => {
     expect(logs).toEqual([`No ads: ${failure}`]);
   });
 
-  it("takes a broken or absent list for an empty one", async () => {
+  it("treats a broken or absent list as empty", async () => {
     expect(await load({})).toEqual([]);
     documents = { "/ads.json": "{" };
     expect(await load({})).toEqual([]);
@@ -131,7 +131,7 @@ describe("the choice of the source", () => {
     expect(ids(await load({}))).toEqual(["x", "x-2", "x-3"]);
   });
 
-  it("has no ads when that is rehearsed", async () => {
+  it("has no ads when the configuration says so", async () => {
     documents = { "/ads.json": JSON.stringify({ ads: [{ id: "x", media: [{ src: "/a.mp4" }] }] }) };
     expect(await load({}, { faults: { noAds: true } })).toEqual([]);
   });
@@ -211,7 +211,7 @@ describe("wrappers", () => {
     expect(ad?.beacons.urls.impression).toEqual([`${origin}/i-w0`, `${origin}/i-w1`, `${origin}/i`]);
   });
 
-  it("yield one ad unless they allow more", async () => {
+  it("give one ad unless they allow more", async () => {
     documents["/many"] = vast(inline("a") + inline("b"));
     expect(ids(await load({ vast_xml: vast(wrapper("w", "/many")) }))).toEqual(["a"]);
     expect(ids(await load({ vast_xml: vast(wrapper("w", "/many", 'allowMultipleAds="true"')) }))).toEqual(["a", "b"]);
@@ -230,7 +230,7 @@ describe("wrappers", () => {
     expect(fetched).toEqual([`${origin}/1`]);
   });
 
-  it("that are not answered in time do not hold up the rest", async () => {
+  it("that are not answered in time do not delay the rest", async () => {
     documents["/slow"] = "never";
     const text = vast(wrapper("w", "/slow", "", 'sequence="1"') + inline("b", { sequence: 2 }));
     const asked = performance.now();
@@ -239,7 +239,7 @@ describe("wrappers", () => {
     expect(beacons).toEqual(["error-w-301"]);
   });
 
-  it("that lead to rubbish say which", async () => {
+  it("that lead to unusable documents report why", async () => {
     documents = { "/html": "<html/>", "/bad": "<VAST", "/none": vast(error("none")) };
     await load({ vast_xml: vast(wrapper("h", "/html") + wrapper("b", "/bad") + wrapper("n", "/none")) });
     expect(beacons).toEqual(["error-h-101", "error-b-100", "error-none-303", "error-n-303"]);

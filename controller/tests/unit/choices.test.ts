@@ -55,9 +55,9 @@ describe("the media choice", () => {
     ["a type in capitals with parameters", { type: 'VIDEO/MP4; codecs="avc1.42E01E"' }, true],
     ["HLS by its old name", { type: "application/x-mpegURL" }, true],
     ["a type without a slash", { type: "mp4" }, true],
-    ["a type that tells nothing", { type: "application/octet-stream", src: "https://m/a.mp4?x=1" }, true],
+    ["a type without information", { type: "application/octet-stream", src: "https://m/a.mp4?x=1" }, true],
     ["no type and the address of another container", { type: "", src: "https://m/a.webm" }, false],
-    ["nothing to go by", { type: "", src: "https://m/a" }, true],
+    ["neither a type nor an extension", { type: "", src: "https://m/a" }, true],
     ["WebM", { type: "video/webm" }, false],
     ["Flash", { type: "video/x-flv" }, false],
     ["DASH", { type: "application/dash+xml" }, false],
@@ -77,7 +77,7 @@ describe("the media choice", () => {
 });
 
 describe("the configuration", () => {
-  it("lays the host's object over the defaults and hands all of it to the native side", () => {
+  it("merges the host's object into the defaults and passes all of it to the native side", () => {
     const config = configFrom({ wrapperLimit: 2, features: { moat: 1 }, faults: { noAds: true, stopPingAfter: 3 } });
     expect(config).toMatchObject({ wrapperLimit: 2, wrapperTimeout: 3, stallTimeout: 8 });
     expect(config.faults).toEqual({ noAds: true, stopPingAfter: 3, adError: undefined });
@@ -108,7 +108,7 @@ describe("the ad request", () => {
 });
 
 describe("the server's ad list", () => {
-  it("is sorted, and entries that are none are passed over", () => {
+  it("is sorted, and invalid entries are ignored", () => {
     const list = {
       ads: [{ id: "b", index: 1 }, null, "x", { index: 0, media: [{ src: "rtmp://x.example/a.mp4" }, 5] }],
     };

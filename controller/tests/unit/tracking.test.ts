@@ -7,20 +7,24 @@ import { resolveMacros, sessionMacros } from "../../src/tracking/macros";
 import { AdTracker } from "../../src/tracking/tracker";
 import { countdownText, playheadText } from "../../src/util/clock_text";
 
-function ad(beacons: Partial<Ad["beacons"]>): Ad {
+function ad(beacons: Partial<Ad["beacons"]>, parts: Partial<Ad>): Ad {
   return adWith({
     id: "ad-1",
     index: 0,
     media: [{ src: "https://m.example/a b.mp4", type: "video/mp4", width: 0, height: 0, bitrate: 0 }],
     beacons: { urls: {}, progress: [], ...beacons },
     macros: { PODSEQUENCE: "2" },
+    ...parts,
   });
 }
 
-function tracked(beacons: Partial<Ad["beacons"]>): { tracker: AdTracker; sent: string[] } {
+function tracked(beacons: Partial<Ad["beacons"]>, parts: Partial<Ad> = {}): { tracker: AdTracker; sent: string[] } {
   const sent: string[] = [];
   const player = () => ({ width: 640, height: 359.6, muted: true, fullscreen: false });
-  return { tracker: new AdTracker(ad(beacons), { APPBUNDLE: "org.example" }, (url) => sent.push(url), player), sent };
+  return {
+    tracker: new AdTracker(ad(beacons, parts), { APPBUNDLE: "org.example" }, (url) => sent.push(url), player),
+    sent,
+  };
 }
 
 describe("macros", () => {
@@ -50,7 +54,7 @@ describe("macros", () => {
     );
   });
 
-  it("say so where there is no value, and leave alone what is no macro", () => {
+  it("are -1 where there is no value; other bracketed text stays as it is", () => {
     expect(fill("%%OMIDPARTNER%%-[cachebuster2]-[ids]-[0]")).toBe("-1-[cachebuster2]-[ids]-[0]");
   });
 
@@ -63,7 +67,7 @@ describe("macros", () => {
 });
 
 describe("beacons", () => {
-  it("leave once where once is right, and the same address once in a moment", () => {
+  it("leave once unless the event can repeat, and the same address once in a moment", () => {
     const { tracker, sent } = tracked({
       urls: { start: ["https://t/s", "https://t/s", "https://t/w"], mute: ["https://t/m"] },
     });
@@ -71,7 +75,7 @@ describe("beacons", () => {
     expect(sent).toEqual(["https://t/s", "https://t/w", "https://t/m", "https://t/m"]);
   });
 
-  it("carry the playhead, the asset, the code and what belongs to the ad", () => {
+  it("carry the playhead, the media file, the error code and the values of the ad", () => {
     const urls = {
       error: ["https://t/[ERRORCODE]/[ADPLAYHEAD]/[CONTENTPLAYHEAD]/[ASSETURI]/[PODSEQUENCE]/[APPBUNDLE]"],
     };
@@ -81,6 +85,14 @@ describe("beacons", () => {
     expect(sent).toEqual([
       "https://t/402/01%3A02%3A05.250/01%3A02%3A05.250/https%3A%2F%2Fm.example%2Fa%20b.mp4/2/org.example",
     ]);
+  });
+
+  it("carry the state of the player, and the reason why a measurement script is not run", () => {
+    const notExecuted = ["https://t/[REASON]/[PLAYERSIZE]/[PLAYERSTATE]"];
+    const { tracker, sent } = tracked({}, { verifications: [{ notExecuted }] });
+    tracker.fireVerificationNotExecuted();
+    tracker.fireVerificationNotExecuted();
+    expect(sent).toEqual(["https://t/2/640,360/autoplayed,muted"]);
   });
 
   it("of progress leave once each, in the order of their offsets", () => {
@@ -101,7 +113,7 @@ describe("beacons", () => {
 describe("milestones", () => {
   const names = (due: Array<{ name: string }>) => due.map(({ name }) => name);
 
-  it("are told once and in order, however the playhead jumps", () => {
+  it("are reported once and in order, however the playhead jumps", () => {
     const milestones = new Milestones();
     expect(names(milestones.reached(0.9, 4))).toEqual([]);
     expect(names(milestones.reached(2.5, 4))).toEqual(["firstQuartile", "midpoint"]);
@@ -110,7 +122,7 @@ describe("milestones", () => {
     expect(milestones.rest()).toEqual([]);
   });
 
-  it("wait for a length", () => expect(new Milestones().reached(5, 0)).toEqual([]));
+  it("need a duration", () => expect(new Milestones().reached(5, 0)).toEqual([]));
 });
 
 it("a clock of ticks does not count the time in which a machine slept", () => {
