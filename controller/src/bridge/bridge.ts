@@ -15,12 +15,8 @@ declare global {
   }
 }
 
-/**
- * The native side ends the session and closes the page when it handles one of these: everything posted before must have
- * been handled by then.
- */
+/** The native side ends the session and closes the page when it handles one of these. */
 const lastEvents: ReadonlySet<AdEventName> = new Set<AdEventName>(["AdGroupEnd", "AdError"]);
-const lastEventGapMs = 100;
 
 /** Has no id: nothing answers it, and an invented id could equal that of a call in flight. */
 function notification(method: string, params: Record<string, unknown>): object {
@@ -46,7 +42,9 @@ export class Bridge implements NativeSide {
 
   event(id: string, name: AdEventName, data?: unknown): void {
     const message = notification("event", data === undefined ? { id, event: name } : { id, event: name, data });
-    this.outbox.sendInOrder(() => this.post(message), lastEvents.has(name) ? lastEventGapMs : undefined);
+    const post = () => this.post(message);
+    if (lastEvents.has(name)) this.outbox.sendLast(post);
+    else this.outbox.sendInOrder(post);
   }
 
   /** Leaves at once, so that it precedes the event it belongs to and survives a shutdown that follows. */
@@ -116,7 +114,7 @@ export class Bridge implements NativeSide {
 
   private reply(id: unknown, answer: { result: Result } | { error: object }): void {
     if (typeof id !== "string" || id === "") return;
-    this.outbox.sendNow(() => this.post({ jsonrpc: "2.0", id, ...answer }));
+    this.outbox.sendReply(() => this.post({ jsonrpc: "2.0", id, ...answer }));
   }
 
   /** Plain JSON only: web views differ in how they convert other values. */

@@ -7,6 +7,9 @@ const gapMs = 5;
 /** A timer this late is being throttled by the web view: waiting for one per message would take seconds. */
 const throttledMs = 100;
 
+/** Kept before a message that makes the native side close the page: everything before it must have been handled. */
+const lastGapMs = 100;
+
 interface Waiting {
   post: () => void;
   /** Milliseconds to keep after the message before it. */
@@ -25,14 +28,31 @@ export class Outbox {
   }
 
   /** Keeps the order among these messages, and a gap after everything that was posted before. */
-  sendInOrder(post: () => void, gap = gapMs): void {
-    this.waiting.push({ post, gap });
-    if (this.timer === undefined) this.drain();
+  sendInOrder(post: () => void): void {
+    this.enqueue({ post, gap: gapMs });
+  }
+
+  /** After everything else, and long enough after it. */
+  sendLast(post: () => void): void {
+    this.enqueue({ post, gap: lastGapMs });
+  }
+
+  /** At once, or with the last of the events that a request has caused; before the end of the session. */
+  sendReply(post: () => void): void {
+    const last = this.waiting.findIndex(({ gap }) => gap === lastGapMs);
+    const index = last < 0 ? this.waiting.length : last;
+    if (index === 0) this.sendNow(post);
+    else this.waiting.splice(index, 0, { post, gap: 0 });
   }
 
   /** Posts everything that waits: the page is about to go. */
   flush(): void {
     for (const { post } of this.waiting.splice(0)) this.sendNow(post);
+  }
+
+  private enqueue(message: Waiting): void {
+    this.waiting.push(message);
+    if (this.timer === undefined) this.drain();
   }
 
   private drain(): void {

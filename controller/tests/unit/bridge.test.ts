@@ -108,7 +108,7 @@ describe("notifications", () => {
     });
   };
 
-  it("are beacons and replies that leave at once, and events that leave in order behind them", async () => {
+  it("are beacons that leave at once, events that follow in order, and replies without a wait of their own", async () => {
     bridge.serve(async () => ({ ok: true }));
     for (let count = 0; count < 60; count += 1) bridge.beacon(`https://tracker.example/${count}`);
     bridge.event("a", "AdStarted");
@@ -118,22 +118,27 @@ describe("notifications", () => {
     bridge.ping();
     await vi.advanceTimersByTimeAsync(0);
     expect(names().slice(0, 60)).toEqual(Array(60).fill("beacon"));
-    expect(names().slice(60)).toEqual(["ping", "reply"]);
+    expect(names().slice(60)).toEqual(["ping"]);
     await vi.advanceTimersByTimeAsync(5);
-    expect(names().slice(62)).toEqual(["AdStarted"]);
+    expect(names().slice(61)).toEqual(["AdStarted"]);
     bridge.beacon("https://tracker.example/last");
     await vi.advanceTimersByTimeAsync(10);
-    expect(names().slice(63)).toEqual(["beacon", "AdImpression", "open"]);
+    expect(names().slice(62)).toEqual(["beacon", "AdImpression", "open", "reply"]);
+    deliver({ id: "8", method: "control.pause" });
+    await vi.advanceTimersByTimeAsync(0);
+    expect(names().slice(66)).toEqual(["reply"]);
   });
 
   it("that end the session leave a moment after everything else", async () => {
     bridge.beacon("https://tracker.example/1");
     bridge.event("a", "AdStopped");
     bridge.event("a", "AdGroupEnd");
+    bridge.serve(async () => ({ ok: true }));
+    deliver({ id: "7", method: "control.stop" });
     await vi.advanceTimersByTimeAsync(100);
-    expect(names()).toEqual(["beacon", "AdStopped"]);
+    expect(names()).toEqual(["beacon", "AdStopped", "reply"]);
     await vi.advanceTimersByTimeAsync(5);
-    expect(names().slice(2)).toEqual(["AdGroupEnd"]);
+    expect(names().slice(3)).toEqual(["AdGroupEnd"]);
   });
 
   it("do not wait in a page that is closed, or whose timers are throttled", async () => {
