@@ -21,3 +21,6 @@
 #include <Vemora/VemoraResizableAdPlayer.h>
 #include <Vemora/VemoraTypes.h>
 #include <Vemora/VemoraView.h>
+
+/// Everything that the SDK declares, except the C interface for viewability libraries.
+namespace vemora {}
