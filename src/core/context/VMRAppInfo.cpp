@@ -1,6 +1,5 @@
 #include "core/context/VMRAppInfo.h"
 
-#include "core/context/VMRContext.h"
 #include "core/context/VMRCrypto.h"
 #include "ports/Platform.h"
 

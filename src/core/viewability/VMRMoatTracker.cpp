@@ -5,6 +5,7 @@
 #include "core/context/VMRContext.h"
 #include "ports/Platform.h"
 
+#include <Vemora/InternalInconsistencyException.h>
 #include <Vemora/Vemora.h>
 
 #include <mutex>
