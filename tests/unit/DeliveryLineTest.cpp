@@ -70,7 +70,27 @@ TEST_F(DeliveryLineTest, GoesOnBesideAPieceThatBlocks) {
   EXPECT_EQ(order(), std::vector<int>({1, 2, 3, 4, 5}));
 }
 
-TEST_F(DeliveryLineTest, WorksOffWhatItHasWhenItsOwnerGoes) {
+TEST_F(DeliveryLineTest, APieceHoldsUpTheNextForTenMilliseconds) {
+  const auto first = VMRFuture::init();
+  const auto second = VMRFuture::init();
+  deliverBlocking(1, first);
+  settle();
+  deliverBlocking(2, second);  // The first piece is watched from here on.
+  advance(0.006);
+  first->resolve({});
+  settle();
+  deliver(3);
+  settle();
+  EXPECT_EQ(order(), std::vector<int>({1, 2}));
+  advance(0.0095);
+  EXPECT_EQ(order(), std::vector<int>({1, 2}));
+  advance(0.001);
+  EXPECT_EQ(order(), std::vector<int>({1, 2, 3})) << "ten milliseconds after the second piece began";
+  second->resolve({});
+  settle();
+}
+
+TEST_F(DeliveryLineTest, RunsWhatItHasWhenItsOwnerReleasesIt) {
   deliver(1);
   deliver(2);
   line_ = nullptr;

@@ -47,10 +47,10 @@ TEST_F(VMRFutureTest, TheFirstCompletionWins) {
 
 TEST_F(VMRFutureTest, IsAnnouncedInsideTheCompletion) {
   const auto future = VMRFuture::init();
-  int heard = 0;
+  int announced = 0;
   const auto token = NotificationCenter::defaultCenter().addObserver(
       kVMRFutureCompleteNotification, [&](const Notification& notification) {
-        ++heard;
+        ++announced;
         EXPECT_EQ(notification.object, future);
         EXPECT_TRUE(notification.userInfo.isNull());
         EXPECT_TRUE(future->isDone());
@@ -63,7 +63,7 @@ TEST_F(VMRFutureTest, IsAnnouncedInsideTheCompletion) {
         [completing](const Notification&) { EXPECT_EQ(std::this_thread::get_id(), completing); });
     future->resolve(1);
   }).join();
-  EXPECT_EQ(heard, 1);
+  EXPECT_EQ(announced, 1);
   EXPECT_FALSE(future->isCancelled());
 }
 

@@ -77,7 +77,9 @@ TEST_F(VMRRpcTest, CountsIdsUpFromTheRandomSeed) {
   EXPECT_EQ(VMRRpc::messageWithString(R"({"id":"","method":"x"})")->ID(),
             JsonValue(std::to_string(first + 3)));
   EXPECT_FALSE(VMRRpc::messageWithString("{}"));
-  EXPECT_EQ(VMRRpc::nextID(), first + 4) << "a message that was refused takes no id";
+  EXPECT_EQ(VMRRpc::nextID(), first + 5) << "a message that was refused has taken an id";
+  EXPECT_FALSE(VMRRpc::messageWithString(R"({"id":"7"})"));
+  EXPECT_EQ(VMRRpc::nextID(), first + 6) << "unless it brought its own";
 }
 
 TEST_F(VMRRpcTest, MakesUniqueIdsOnManyThreads) {

@@ -98,10 +98,10 @@ class VMRRuntimeTest : public CoreTest {
 // Observers.
 
 TEST_F(VMRRuntimeTest, OffersMessagesInTheOrderOfRegistrationUntilOneIsConsumed) {
-  std::string heard;
-  const auto named = [&heard](char name, bool consumes) {
-    return std::make_shared<Listener>([&heard, name, consumes](const auto&) {
-      heard += name;
+  std::string seen;
+  const auto named = [&seen](char name, bool consumes) {
+    return std::make_shared<Listener>([&seen, name, consumes](const auto&) {
+      seen += name;
       return consumes;
     });
   };
@@ -109,15 +109,15 @@ TEST_F(VMRRuntimeTest, OffersMessagesInTheOrderOfRegistrationUntilOneIsConsumed)
   for (const auto& listener : {b, a, c, d, b}) runtime_->registerObserver(listener);
   EXPECT_EQ(runtime_->observers().size(), 4u) << "a second registration changes nothing";
   runtime_->onMessage(call());
-  EXPECT_EQ(heard, "bac");
+  EXPECT_EQ(seen, "bac");
   runtime_->unregisterObserver(b.get());
   runtime_->unregisterObserver(b.get());
   runtime_->unregisterObserver(nullptr);
   runtime_->registerObserver(b);
-  heard.clear();
+  seen.clear();
   runtime_->unregisterObserver(c.get());
   runtime_->onMessage(call("mystery"));
-  EXPECT_EQ(heard, "adb");
+  EXPECT_EQ(seen, "adb");
   EXPECT_TRUE(logged("Unhandled RPC message: mystery"));
 }
 
@@ -136,17 +136,17 @@ TEST_F(VMRRuntimeTest, DispatchesAbsentMessagesAndLogsThemAsUnhandled) {
 }
 
 TEST_F(VMRRuntimeTest, WorksOnASnapshotWhileObserversComeAndGo) {
-  std::string heard;
+  std::string seen;
   std::shared_ptr<Listener> late = std::make_shared<Listener>([&](const auto&) {
-    heard += 'l';
+    seen += 'l';
     return false;
   });
   std::shared_ptr<Listener> doomed = std::make_shared<Listener>([&](const auto&) {
-    heard += 'd';
+    seen += 'd';
     return false;
   });
   const auto first = std::make_shared<Listener>([&](const auto&) {
-    heard += 'f';
+    seen += 'f';
     doomed = nullptr;
     runtime_->registerObserver(late);
     return false;
@@ -154,9 +154,9 @@ TEST_F(VMRRuntimeTest, WorksOnASnapshotWhileObserversComeAndGo) {
   runtime_->registerObserver(first);
   runtime_->registerObserver(doomed);
   runtime_->onMessage(call());
-  EXPECT_EQ(heard, "f") << "one that has gone is passed over, one that came waits for the next message";
+  EXPECT_EQ(seen, "f") << "a released one is skipped, a new one sees the next message";
   runtime_->onMessage(call());
-  EXPECT_EQ(heard, "ffl");
+  EXPECT_EQ(seen, "ffl");
 }
 
 TEST_F(VMRRuntimeTest, ForgetsObserversThatLeaveWhileTheyAreDestroyed) {

@@ -2,6 +2,7 @@
 
 #include "ports/Platform.h"
 
+#include <algorithm>
 #include <optional>
 #include <utility>
 
@@ -9,19 +10,20 @@ namespace vemora {
 
 namespace {
 
+/// How long a piece may hold up the next one, in seconds.
 constexpr double kPatience = 0.01;
 
 }  // namespace
 
 void DeliveryLine::deliver(Work work) {
-  // A thread that is started under the lock would wake only to wait for it.
+  const double now = dispatch().now();
   std::optional<Runner> runner;
   std::optional<Piece> watched;
   {
     MutexLock lock(mutex_);
     waiting_.push_back(std::move(work));
     if (!isRunning_) {
-      runner = nextRunner();
+      runner = nextRunner(now);
     } else if (!std::exchange(isWatched_, true)) {
       watched = begun_;
     }
@@ -30,8 +32,9 @@ void DeliveryLine::deliver(Work work) {
   if (watched) watch(*watched);
 }
 
-DeliveryLine::Runner DeliveryLine::nextRunner() {
+DeliveryLine::Runner DeliveryLine::nextRunner(double now) {
   isRunning_ = true;
+  begun_.since = now;  // It has as long to begin its first piece as each piece has.
   return ++inCharge_;
 }
 
@@ -40,9 +43,10 @@ void DeliveryLine::start(Runner runner) {
 }
 
 void DeliveryLine::watch(Piece piece) {
-  dispatch().globalAfter(kPatience, std::make_shared<DispatchBlock>([self = shared_from_this(), piece] {
-                           self->replaceRunnerStuckAt(piece);
-                         }));
+  const double rest = piece.since + kPatience - dispatch().now();
+  dispatch().globalAfter(std::max(rest, 0.0),
+                         std::make_shared<DispatchBlock>(
+                             [self = shared_from_this(), piece] { self->replaceRunnerStuckAt(piece); }));
 }
 
 void DeliveryLine::run(Runner self) {
@@ -54,23 +58,25 @@ void DeliveryLine::run(Runner self) {
 }
 
 bool DeliveryLine::take(Runner self, Work& work) {
+  const double now = dispatch().now();
   MutexLock lock(mutex_);
   if (inCharge_ != self) return false;
   isRunning_ = !waiting_.empty();
   if (!isRunning_) return false;
   work = std::move(waiting_.front());
   waiting_.pop_front();
-  ++begun_;
+  begun_ = {begun_.number + 1, now};
   return true;
 }
 
 void DeliveryLine::replaceRunnerStuckAt(Piece piece) {
+  const double now = dispatch().now();
   std::optional<Runner> runner;
   {
     MutexLock lock(mutex_);
     isWatched_ = isRunning_ && !waiting_.empty();
     if (!isWatched_) return;
-    if (begun_ == piece) runner = nextRunner();
+    if (begun_.number == piece.number) runner = nextRunner(now);
     piece = begun_;
   }
   if (runner) start(*runner);

@@ -9,16 +9,16 @@
 
 namespace vemora {
 
-/// Hands messages to background threads so that they seldom overtake each other, yet never wait for long.
+/// Runs the deliveries of messages on background threads, one after the other as a rule, without letting one
+/// that blocks hold up the rest.
 ///
-///     line->deliver([...] { observers see the message });
+///     line->deliver([...] { pass the message to the observers });
 ///
-/// As a rule a piece of work begins when the one before it has ended, in the order of `deliver`. A piece that
-/// is still at it after ten to twenty milliseconds, such as an observer that blocks, holds up nobody any
-/// longer: the next ones go on beside it on another thread. So order is likely and not promised, and every
-/// piece must bear others at its side.
+/// A piece of work begins when the one before it has ended, in the order of `deliver`. When a piece takes
+/// longer than ten milliseconds, because an observer blocks, the next ones go on beside it on another thread.
+/// So order is likely and not promised, and every piece must bear others at its side.
 ///
-/// Any thread may deliver. The line may go at any time; what was delivered is then still worked off.
+/// Any thread may deliver. The line may be released at any time; what was delivered is then still run.
 class DeliveryLine : public std::enable_shared_from_this<DeliveryLine> {
  public:
   using Work = std::function<void()>;
@@ -27,9 +27,13 @@ class DeliveryLine : public std::enable_shared_from_this<DeliveryLine> {
 
  private:
   using Runner = std::uint64_t;
-  using Piece = std::uint64_t;
+  /// The piece that was begun last, and since when the next one could have been.
+  struct Piece {
+    std::uint64_t number = 0;
+    double since = 0;
+  };
 
-  Runner nextRunner() VMR_REQUIRES(mutex_);
+  Runner nextRunner(double now) VMR_REQUIRES(mutex_);
   void start(Runner runner);
   void watch(Piece piece);
   void run(Runner self);
@@ -38,9 +42,9 @@ class DeliveryLine : public std::enable_shared_from_this<DeliveryLine> {
 
   Mutex mutex_;  ///< Guards all below. Not held while work runs.
   std::deque<Work> waiting_ VMR_GUARDED_BY(mutex_);
-  Piece begun_ VMR_GUARDED_BY(mutex_) = 0;  ///< Pieces taken so far: tells whether the runner moves on.
-  Runner inCharge_ VMR_GUARDED_BY(mutex_) =
-      0;  ///< A runner that is not in charge any more ends with its piece.
+  Piece begun_ VMR_GUARDED_BY(mutex_);
+  /// A runner that is not in charge any more ends with its piece.
+  Runner inCharge_ VMR_GUARDED_BY(mutex_) = 0;
   bool isRunning_ VMR_GUARDED_BY(mutex_) = false;
   bool isWatched_ VMR_GUARDED_BY(mutex_) = false;
 };

@@ -16,4 +16,9 @@ inline VMRError bridgeFailure(std::string reason) {
   return makeError(VMRErrorBridge, "RPC bridge failure", std::move(reason));
 }
 
+/// The failure of a call whose reply did not come in time.
+inline VMRError bridgeTimeout() {
+  return bridgeFailure("Timeout was reached");
+}
+
 }  // namespace vemora

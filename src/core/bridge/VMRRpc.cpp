@@ -63,9 +63,12 @@ std::shared_ptr<VMRRpc> VMRRpc::initWithID(const JsonValue& ID, const JsonValue&
                                            const JsonValue& params, const JsonValue& result,
                                            const JsonValue& error) {
   const auto idLength = length(ID);
-  if (!idLength || !isValid(method, params, result, error)) return nullptr;
+  if (!idLength) return nullptr;
+  // A message that turns out invalid has taken its id all the same.
+  const JsonValue id = *idLength > 0 ? ID : JsonValue::internedString(std::to_string(nextID()));
+  if (!isValid(method, params, result, error)) return nullptr;
   std::shared_ptr<VMRRpc> message(new VMRRpc);
-  message->id_ = *idLength > 0 ? ID : JsonValue::internedString(std::to_string(nextID()));
+  message->id_ = id;
   message->method_ = method;
   message->params_ = params;
   message->result_ = result;

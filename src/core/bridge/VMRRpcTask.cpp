@@ -19,7 +19,7 @@ VMRError inOurDomain(const VMRError& error) {
 
 VMRRpcTask::VMRRpcTask(std::shared_ptr<VMRRuntime> runtime, std::shared_ptr<VMRRpc> message,
                        std::shared_ptr<VMRFuture> future)
-    : _runtime(std::move(runtime)), _message(std::move(message)), _future(std::move(future)) {}
+    : runtime_(std::move(runtime)), message_(std::move(message)), future_(std::move(future)) {}
 
 std::shared_ptr<VMRRpcTask> VMRRpcTask::initWithRuntime(std::shared_ptr<VMRRuntime> runtime,
                                                         std::shared_ptr<VMRRpc> message,
@@ -29,58 +29,58 @@ std::shared_ptr<VMRRpcTask> VMRRpcTask::initWithRuntime(std::shared_ptr<VMRRunti
 }
 
 VMRRpcTask::~VMRRpcTask() {
-  _runtime->unregisterObserver(this);
+  runtime_->unregisterObserver(this);
 }
 
 void VMRRpcTask::send(double timeout) {
-  _runtime->registerObserver(shared_from_this());
-  _runtime->postMessage(
-      _message, [self = shared_from_this()](const VMRError& error) { self->complete(nullptr, error); });
+  runtime_->registerObserver(shared_from_this());
+  runtime_->postMessage(
+      message_, [self = shared_from_this()](const VMRError& error) { self->complete(nullptr, error); });
   auto block = std::make_shared<DispatchBlock>([self = shared_from_this()] { self->timeout(); });
   {
     MutexLock lock(mutex_);
-    // A reply may have overtaken the arming: the block then has nothing left to do when its time comes.
-    if (_didFireCallback)
+    // The reply may have come before the block was armed.
+    if (didFireCallback_)
       block->cancel();
     else
-      _timeoutBlock = block;
+      timeoutBlock_ = block;
   }
   dispatch().globalAfter(timeout, std::move(block));
 }
 
 bool VMRRpcTask::onMessage(const std::shared_ptr<VMRRpc>& message) {
-  if (!message || !message->isResponse() || message->ID() != _message->ID()) return false;
+  if (!message || !message->isResponse() || message->ID() != message_->ID()) return false;
   complete(message, std::nullopt);
   return true;
 }
 
 std::string_view VMRRpcTask::awaitedResponse() const {
-  return *_message->ID().asString();
+  return *message_->ID().asString();
 }
 
 void VMRRpcTask::timeout() {
-  complete(nullptr, bridgeFailure("Timeout was reached"));
+  complete(nullptr, bridgeTimeout());
 }
 
 void VMRRpcTask::complete(const std::shared_ptr<VMRRpc>& message, const std::optional<VMRError>& error) {
-  if (claimCompletion() && _future) settle(message, error);
+  if (claimCompletion() && future_) settle(message, error);
 }
 
 bool VMRRpcTask::claimCompletion() {
-  std::shared_ptr<DispatchBlock> pending;  // Let go of outside the lock: it holds this task.
+  std::shared_ptr<DispatchBlock> pending;  // Released outside the lock: it holds this task.
   MutexLock lock(mutex_);
-  pending = std::exchange(_timeoutBlock, {}).lock();
+  pending = std::exchange(timeoutBlock_, {}).lock();
   if (pending) pending->cancel();
-  return !std::exchange(_didFireCallback, true);
+  return !std::exchange(didFireCallback_, true);
 }
 
 void VMRRpcTask::settle(const std::shared_ptr<VMRRpc>& message, const std::optional<VMRError>& error) {
   if (error) {
-    _future->fail(inOurDomain(*error));
+    future_->fail(inOurDomain(*error));
   } else if (message) {
-    _future->resolve(message);
+    future_->resolve(message);
   } else {
-    _future->fail(bridgeFailure("Missing response"));
+    future_->fail(bridgeFailure("Missing response"));
   }
 }
 

@@ -19,8 +19,8 @@ class VMRRuntime;
 /// One outstanding call: completes its future with the reply, with an error, or when the time is up,
 /// whichever is first.
 ///
-/// A sent task is kept alive by the error handler of its posting and by its time-out, which lets go of it at
-/// its own time even when cancelled. Until then it still consumes replies, without effect. Any thread.
+/// A sent task is kept alive by the error handler of its posting and by its time-out, which releases it when
+/// it comes due, cancelled or not. Until then it still consumes replies, without effect. Any thread.
 class VMRRpcTask final : public VMRRuntimeMessageHandler, public std::enable_shared_from_this<VMRRpcTask> {
  public:
   static std::shared_ptr<VMRRpcTask> initWithRuntime(std::shared_ptr<VMRRuntime> runtime,
@@ -28,9 +28,9 @@ class VMRRpcTask final : public VMRRuntimeMessageHandler, public std::enable_sha
                                                      std::shared_ptr<VMRFuture> future);
   ~VMRRpcTask() override;
 
-  const std::shared_ptr<VMRRuntime>& runtime() const { return _runtime; }
-  const std::shared_ptr<VMRRpc>& message() const { return _message; }
-  const std::shared_ptr<VMRFuture>& future() const { return _future; }
+  const std::shared_ptr<VMRRuntime>& runtime() const { return runtime_; }
+  const std::shared_ptr<VMRRpc>& message() const { return message_; }
+  const std::shared_ptr<VMRFuture>& future() const { return future_; }
 
   /// Posts the message and waits for `timeout` seconds from now on.
   void send(double timeout);
@@ -47,12 +47,12 @@ class VMRRpcTask final : public VMRRuntimeMessageHandler, public std::enable_sha
   void settle(const std::shared_ptr<VMRRpc>& message, const std::optional<VMRError>& error);
 
   Mutex mutex_;  ///< Guards the two fields below. Nothing is locked under it.
-  /// Weak, since the block holds the task: a block that is dropped unrun must take the task along.
-  std::weak_ptr<DispatchBlock> _timeoutBlock VMR_GUARDED_BY(mutex_);
-  bool _didFireCallback VMR_GUARDED_BY(mutex_) = false;
-  const std::shared_ptr<VMRRuntime> _runtime;
-  const std::shared_ptr<VMRRpc> _message;
-  const std::shared_ptr<VMRFuture> _future;
+  /// Weak, since the block holds the task: a block that is dropped without having run must not keep the task.
+  std::weak_ptr<DispatchBlock> timeoutBlock_ VMR_GUARDED_BY(mutex_);
+  bool didFireCallback_ VMR_GUARDED_BY(mutex_) = false;
+  const std::shared_ptr<VMRRuntime> runtime_;
+  const std::shared_ptr<VMRRpc> message_;
+  const std::shared_ptr<VMRFuture> future_;
 };
 
 }  // namespace vemora

@@ -50,14 +50,14 @@ std::shared_ptr<VMRFuture> VMRRuntime::exec(const std::shared_ptr<VMRRpc>& messa
     return future;
   }
   const auto page = loaded();
-  // With nothing to wait for, a queue would only cost. The main thread is still spared the writing.
+  // With a page that is ready there is nothing to wait for. The main thread does not write messages.
   if (page && page->isDone() && !dispatch().isMainThread()) {
     VMRRpcTask::initWithRuntime(shared_from_this(), message, future)->send(timeout);
     return future;
   }
   dispatch().globalAsync([self = shared_from_this(), message, future, timeout] {
-    // A page that failed to load is done, too: its calls go out and fail for themselves.
-    if (const auto loaded = self->loaded(); !loaded || !loaded->wait(kPageTimeout)) {
+    // A page that failed to load counts as done: its calls are posted and fail one by one.
+    if (const auto ready = self->loaded(); !ready || !ready->wait(kPageTimeout)) {
       Vemora::logError("Controller NOT READY");
       future->fail(unableToLoadController());
       return;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "base/Locked.h"
 #include "core/bridge/VMRFuture.h"
 #include "core/bridge/VMRObservable.h"
 #include "core/bridge/VMRRpc.h"
@@ -12,7 +13,7 @@
 
 namespace vemora {
 
-/// The abstract channel to the controller page: posts messages, hands received ones to its observers, and
+/// The abstract channel to the controller page: posts messages, passes received ones to its observers, and
 /// turns a request into a future of its reply. Any thread, unless an operation says otherwise.
 class VMRRuntime : public VMRObservable, public std::enable_shared_from_this<VMRRuntime> {
  public:
@@ -22,7 +23,7 @@ class VMRRuntime : public VMRObservable, public std::enable_shared_from_this<VMR
   /// Abstract: the base throws `InternalInconsistencyException`.
   virtual void postMessage(const std::shared_ptr<VMRRpc>& message, ErrorHandler errorHandler);
 
-  /// Hands a received message, which may be null, to the observers until one consumes it. Background threads
+  /// Passes a received message, which may be null, to the observers until one consumes it. Background threads
   /// only.
   void onMessage(const std::shared_ptr<VMRRpc>& message);
 
@@ -35,15 +36,15 @@ class VMRRuntime : public VMRObservable, public std::enable_shared_from_this<VMR
   virtual void close() {}
   virtual bool isVisible() const { return true; }
 
-  /// Done once the page is ready, or will never be. Set while the runtime is made.
-  const std::shared_ptr<VMRFuture>& loaded() const { return _loaded; }
-  void setLoaded(std::shared_ptr<VMRFuture> loaded) { _loaded = std::move(loaded); }
+  /// Done once the page is ready, or will never be.
+  std::shared_ptr<VMRFuture> loaded() const { return loaded_.get(); }
+  void setLoaded(std::shared_ptr<VMRFuture> loaded) { loaded_.set(std::move(loaded)); }
 
  protected:
   virtual const char* className() const { return "VMRRuntime"; }
 
  private:
-  std::shared_ptr<VMRFuture> _loaded;
+  Locked<std::shared_ptr<VMRFuture>> loaded_;
 };
 
 }  // namespace vemora

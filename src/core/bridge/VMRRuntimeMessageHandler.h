@@ -7,8 +7,8 @@ namespace vemora {
 
 class VMRRpc;
 
-/// An observer of the channel to the controller page. Every operation is optional, and comes on a background
-/// thread.
+/// An observer of the channel to the controller page. Every operation is optional and is called on a
+/// background thread.
 class VMRRuntimeMessageHandler {
  public:
   virtual ~VMRRuntimeMessageHandler() = default;
