@@ -13,6 +13,10 @@ namespace vemora {
 /// domain.
 inline constexpr char VMRErrorDomain[] = "VMRErrorDomain";
 
+/// The domain of an error with which the controller page answered, as the underlying error of one of ours:
+/// the code and the description are the page's own.
+inline constexpr char VMRControllerErrorDomain[] = "VMRControllerErrorDomain";
+
 /// The codes in `VMRErrorDomain`.
 enum VMRErrorCode : std::int64_t {
   VMRErrorNoRequest = 5001,      ///< The delegate supplied no ad request.

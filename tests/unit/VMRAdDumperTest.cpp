@@ -8,6 +8,10 @@
 
 #include <Vemora/InternalInconsistencyException.h>
 
+#include <atomic>
+#include <thread>
+#include <tuple>
+
 namespace vemora {
 namespace {
 
@@ -79,7 +83,7 @@ TEST_F(VMRAdDumperTest, ControlsKeepTheRepliesErrorOrMakeTheirOwn) {
   EXPECT_EQ(dumper_->lastError()->code, 5002);
   EXPECT_TRUE(logged("Failed to send control.skip"));
 
-  page_.answer("control.pause", R"("error":{"code":1})");
+  page_.answer("control.pause", R"("error":{})");
   EXPECT_FALSE(control(&VMRAdDumper::pause));
   expectBridgeFailure("Failed to send control.pause");
 
@@ -117,13 +121,66 @@ TEST_F(VMRAdDumperTest, LoadsFailOnErrorReplies) {
   EXPECT_TRUE(loggedError("Failed to send get.config"));
   page_.answer("get.ads", R"("result":{"data":{"adgroup":{"ads":[{}]}}},"error":{"code":1})");
   EXPECT_FALSE(loadAds());
-  expectBridgeFailure("Failed to send get.ads");
+  EXPECT_EQ(dumper_->lastError()->failureReason, "Failed to send get.ads");
   EXPECT_TRUE(logged("Failed to send get.ads")) << "not as an error, unlike that of get.config";
   EXPECT_FALSE(loggedError("Failed to send get.ads"));
 
   page_.failScripts(kScriptError);
   EXPECT_FALSE(loadConfig());
   EXPECT_EQ(*dumper_->lastError()->underlyingError, kScriptError) << "the call's own error is kept";
+}
+
+TEST_F(VMRAdDumperTest, KeepsWhatAnErrorReplySays) {
+  page_.answer("get.config", R"("error":{"code":403,"message":"unknown api key"})");
+  EXPECT_FALSE(loadConfig());
+  VMRError expected = bridgeFailure("Failed to send get.config");
+  expected.underlyingError = std::make_shared<const VMRError>(
+      VMRError{VMRControllerErrorDomain, 403, "unknown api key", {}, {}, nullptr});
+  EXPECT_EQ(dumper_->lastError(), expected);
+  EXPECT_TRUE(loggedError("get.config: unknown api key (VMRControllerErrorDomain 403)"));
+
+  for (const auto& [error, code, text] :
+       {std::tuple(R"({"code":"7x"})", 7, R"({"code":"7x"})"), std::tuple(R"(["odd"])", 0, R"(["odd"])"),
+        std::tuple(R"("text")", 0, "text"), std::tuple(R"({"message":{"a":1}})", 0, R"({"a":1})")}) {
+    page_.answer("control.stop", std::string(R"("result":{},"error":)") + error);
+    EXPECT_FALSE(control(&VMRAdDumper::stop)) << error;
+    ASSERT_TRUE(dumper_->lastError()->underlyingError) << error;
+    EXPECT_EQ(dumper_->lastError()->underlyingError->code, code);
+    EXPECT_EQ(dumper_->lastError()->underlyingError->description, text);
+  }
+}
+
+/// Answers at once: "control.play" with a result, everything else with a failure to post.
+class AnsweringRuntime final : public VMRRuntime {
+ public:
+  void postMessage(const std::shared_ptr<VMRRpc>& message, ErrorHandler errorHandler) override {
+    if (message->isKindOf("control.play")) {
+      onMessage(message->replyWith(JsonValue::object({{"ok", true}})));
+    } else {
+      errorHandler(kScriptError);
+    }
+  }
+};
+
+TEST_F(VMRAdDumperTest, EachCommandDecidesOnItsOwnReply) {
+  constexpr int kCalls = 20'000;
+  const auto runtime = std::make_shared<AnsweringRuntime>();
+  runtime->setLoaded(VMRFuture::init());
+  runtime->loaded()->resolve(true);
+  Vemora::debugMode(false);
+  const auto dumper = VMRAdDumper::initWithContext(context_, runtime);
+  std::atomic<bool> done{false};
+  int failed = 0;
+  std::thread failing([&] {
+    while (!done) dumper->stop(nullptr);
+  });
+  std::thread playing([&] {
+    for (int i = 0; i < kCalls; ++i) failed += !dumper->play(nullptr);
+    done = true;
+  });
+  playing.join();
+  failing.join();
+  EXPECT_EQ(failed, 0);
 }
 
 TEST_F(VMRAdDumperTest, ConfigTakesAnyData) {
@@ -252,6 +309,18 @@ TEST_F(VMRAdDumperTest, CarriesNullForWhatIsNotKnown) {
                      "dnt":true,"lmt":true,"geo":{"country":null,"lat":null,"lon":null,"type":null}})"));
   EXPECT_EQ(made["params"], json(R"({"channel_id":"0","platform_type":"apple","vpi":["mp4","tvjs","vpaid_js"],
                                     "regs[gdpr]":"1","user[consent]":"BOEFEAyO"})"));
+}
+
+TEST_F(VMRAdDumperTest, CarriesNullForAContextThatHasGone) {
+  request_->setPlacementType("inline");
+  context_ = nullptr;
+  EXPECT_EQ(payload(), json(R"({
+    "apikey": "key", "custom": {}, "playback": {}, "imp": {},
+    "params": {"channel_id":"42","platform_type":"apple","placement_type":"inline"},
+    "device": {"ifa":null,"ua":null,"lang":null,"make":null,"model":null,"os":null,"osv":null,"dnt":null,
+               "lmt":null,"geo":{"country":null,"lat":null,"lon":null,"type":null}},
+    "app": {"ext":{"vemorasdk":{"ver":null,"name":null}},"bundle":null,"uid":null,"ver":null,"name":null,
+            "id":null}})"));
 }
 
 TEST_F(VMRAdDumperTest, ReadsTheChannelAsAnInteger) {

@@ -1,6 +1,7 @@
 #include "core/client/VMRAdDumper.h"
 
 #include "base/InitNotValid.h"
+#include "base/JsonDescription.h"
 #include "core/bridge/VMRBridgeErrors.h"
 #include "core/bridge/VMRRuntime.h"
 #include "core/context/VMRAppInfo.h"
@@ -19,35 +20,44 @@ namespace {
 constexpr double kReplyTimeout = 5.0;
 constexpr char kNoAds[] = "No ads available";
 
-JsonValue geoObject(const VMRDeviceManager& device) {
-  return JsonValue::object({{"country", device.geo_country()},
-                            {"lat", device.geo_lat()},
-                            {"lon", device.geo_long()},
-                            {"type", device.geo_type()}});
+/// A value of the context's, or null when the context has gone.
+template <typename Owner, typename T>
+JsonValue valueOf(const std::shared_ptr<Owner>& owner, T (Owner::*getter)() const) {
+  return owner ? JsonValue((owner.get()->*getter)()) : JsonValue();
 }
 
-JsonValue deviceObject(const VMRDeviceManager& device) {
-  return JsonValue::object({{"ifa", device.ad_id()},
-                            {"ua", device.useragent()},
-                            {"lang", device.lang()},
-                            {"make", device.make()},
-                            {"model", device.model()},
-                            {"os", device.os()},
-                            {"osv", device.os_version()},
+JsonValue geoObject(const std::shared_ptr<VMRDeviceManager>& device) {
+  return JsonValue::object({{"country", valueOf(device, &VMRDeviceManager::geo_country)},
+                            {"lat", valueOf(device, &VMRDeviceManager::geo_lat)},
+                            {"lon", valueOf(device, &VMRDeviceManager::geo_long)},
+                            {"type", valueOf(device, &VMRDeviceManager::geo_type)}});
+}
+
+JsonValue deviceObject(const std::shared_ptr<VMRDeviceManager>& device) {
+  return JsonValue::object({{"ifa", valueOf(device, &VMRDeviceManager::ad_id)},
+                            {"ua", valueOf(device, &VMRDeviceManager::useragent)},
+                            {"lang", valueOf(device, &VMRDeviceManager::lang)},
+                            {"make", valueOf(device, &VMRDeviceManager::make)},
+                            {"model", valueOf(device, &VMRDeviceManager::model)},
+                            {"os", valueOf(device, &VMRDeviceManager::os)},
+                            {"osv", valueOf(device, &VMRDeviceManager::os_version)},
                             // The same flag twice, not a flag and its inverse: kept on purpose.
-                            {"dnt", device.tracking()},
-                            {"lmt", device.tracking()},
+                            {"dnt", valueOf(device, &VMRDeviceManager::tracking)},
+                            {"lmt", valueOf(device, &VMRDeviceManager::tracking)},
                             {"geo", geoObject(device)}});
 }
 
-JsonValue appObject(const VMRAppInfo& app) {
-  const JsonValue sdk = JsonValue::object({{"ver", app.sdk_version()}, {"name", app.sdk_name()}});
-  return JsonValue::object({{"ext", JsonValue::object({{"vemorasdk", sdk}})},
-                            {"bundle", app.sdk_bundle_id()},
-                            {"uid", app.app_uid()},
-                            {"ver", app.sdk_version()},
-                            {"name", app.sdk_name()},
-                            {"id", app.app_uid()}});
+JsonValue appObject(const std::shared_ptr<VMRAppInfo>& app) {
+  const JsonValue name = valueOf(app, &VMRAppInfo::sdk_name);
+  const JsonValue version = valueOf(app, &VMRAppInfo::sdk_version);
+  const JsonValue uid = valueOf(app, &VMRAppInfo::app_uid);
+  return JsonValue::object(
+      {{"ext", JsonValue::object({{"vemorasdk", JsonValue::object({{"ver", version}, {"name", name}})}})},
+       {"bundle", valueOf(app, &VMRAppInfo::sdk_bundle_id)},
+       {"uid", uid},
+       {"ver", version},
+       {"name", name},
+       {"id", uid}});
 }
 
 void setOrRemove(JsonDictionary& dictionary, const char* key, const std::optional<std::string>& value) {
@@ -58,16 +68,29 @@ void setOrRemove(JsonDictionary& dictionary, const char* key, const std::optiona
   }
 }
 
-JsonValue paramsObject(const VemoraAdRequest& request, const VMRContext& context) {
+JsonValue paramsObject(const VemoraAdRequest& request, const std::shared_ptr<VMRContext>& context) {
   JsonDictionary params = request.paramDict();
   params.insert_or_assign("channel_id", std::to_string(JsonValue(request.channel()).integerValue()));
   params.insert_or_assign("platform_type", "apple");
   setOrRemove(params, "placement_type", request.placementType());
-  const std::vector<std::string> interfaces = context.supportedVPIs();
-  params.insert_or_assign("vpi", std::vector<JsonValue>(interfaces.begin(), interfaces.end()));
+  if (context) {
+    const std::vector<std::string> interfaces = context->supportedVPIs();
+    params.insert_or_assign("vpi", std::vector<JsonValue>(interfaces.begin(), interfaces.end()));
+  } else {
+    params.erase("vpi");
+  }
   if (const auto subject = VMRGDPRCMP::isSubjectToGDPR()) params.insert_or_assign("regs[gdpr]", *subject);
   if (const auto consent = VMRGDPRCMP::consentString()) params.insert_or_assign("user[consent]", *consent);
   return params;
+}
+
+/// What the page said in an error reply.
+VMRError controllerError(const JsonValue& error) {
+  VMRError made;
+  made.domain = VMRControllerErrorDomain;
+  made.code = error["code"].integerValue();
+  made.description = describe(error["message"].isNull() ? error : error["message"]);
+  return made;
 }
 
 }  // namespace
@@ -87,7 +110,7 @@ std::shared_ptr<VMRAdDumper> VMRAdDumper::initWithContext(std::weak_ptr<VMRConte
       [weak = std::weak_ptr(dumper)](const Notification& notification) {
         if (const auto self = weak.lock()) self->routeChangeNotification(notification);
       });
-  // Asked for nothing but that the audio session exists before the first route change.
+  // The answer is of no use: the audio session has to exist before the first route change.
   Platform::shared().audioSession().category();
   return dumper;
 }
@@ -97,51 +120,69 @@ VMRAdDumper::~VMRAdDumper() {
 }
 
 VMRAdDumper::Reply VMRAdDumper::ask(const std::string& method, const JsonValue& params) {
+  Reply reply;
   const auto channel = runtime();
-  if (!channel) return {};
+  if (!channel) return reply;
   const auto future = channel->exec(VMRRpc::initWithMethod(method, params));
-  if (!future->wait(kReplyTimeout)) return {};
-  lastError_.set(future->error());
-  if (lastError()) return {};
+  if (!future->wait(kReplyTimeout)) return reply;
+  reply.error = future->error();
+  // The call's own time-out ends at the same instant as the wait: either one is a reply that did not come.
+  if (reply.error == bridgeTimeout()) {
+    reply.error = std::nullopt;
+  } else {
+    lastError_.set(reply.error);
+  }
   const std::any value = future->value();
   const auto* message = std::any_cast<std::shared_ptr<VMRRpc>>(&value);
-  if (!message || !*message || (*message)->hasError()) return {};
-  return {true, *message};
+  if (reply.error || !message || !*message) return reply;
+  if (!(*message)->hasError()) {
+    reply.message = *message;
+  } else if ((*message)->error().count().value_or(1) > 0) {
+    reply.pageError = std::make_shared<const VMRError>(controllerError((*message)->error()));
+    Vemora::logError(method + ": " + toString(*reply.pageError));
+  }
+  return reply;
 }
 
-void VMRAdDumper::setSendFailure(const std::string& reason) {
-  if (!lastError()) lastError_.set(bridgeFailure(reason));
+VMRError VMRAdDumper::sendFailure(const Reply& reply, const std::string& reason) {
+  VMRError made = bridgeFailure(reason);
+  made.underlyingError = reply.pageError;
+  const VMRError error = reply.error.value_or(std::move(made));
+  if (!lastError()) lastError_.set(error);
+  return error;
 }
 
 std::shared_ptr<VMRConfig> VMRAdDumper::loadConfigForRequest(
     const std::shared_ptr<VemoraAdRequest>& request) {
   // `lastError` is not cleared first: kept on purpose, here alone.
   const Reply reply = ask("get.config", vastDictionary(*request));
-  if (!reply.cameInTime) {
-    setSendFailure("Failed to send get.config");
+  if (!reply.message) {
+    sendFailure(reply, "Failed to send get.config");
     Vemora::logError("Failed to send get.config");
     return nullptr;
   }
-  auto config = VMRConfig::initWithConfigDict(reply.message->result()["data"]);
-  if (!config) {
-    lastError_.set(bridgeFailure("Failed to receive get.config"));
-    Vemora::log("Failed to receive get.config");
-  }
-  return config;
+  return VMRConfig::initWithConfigDict(reply.message->result()["data"]);
 }
 
 std::shared_ptr<VemoraAdGroup> VMRAdDumper::loadAdsForRequest(
     const std::shared_ptr<VemoraAdRequest>& request) {
+  std::optional<VMRError> error;
+  return loadAdsForRequest(request, error);
+}
+
+std::shared_ptr<VemoraAdGroup> VMRAdDumper::loadAdsForRequest(const std::shared_ptr<VemoraAdRequest>& request,
+                                                              std::optional<VMRError>& error) {
   lastError_.set(std::nullopt);
   const Reply reply = ask("get.ads", vastDictionary(*request));
-  if (!reply.cameInTime) {
-    setSendFailure("Failed to send get.ads");
+  if (!reply.message) {
+    error = sendFailure(reply, "Failed to send get.ads");
     Vemora::log("Failed to send get.ads");  // Not as an error, unlike that of "get.config": kept on purpose.
     return nullptr;
   }
   auto group = VemoraAdGroup::initWithAdGroupDict(reply.message->result()["data"]);
   if (!group || group->ads().empty()) {
-    lastError_.set(makeError(VMRErrorNoAds, kNoAds, kNoAds));
+    error = makeError(VMRErrorNoAds, kNoAds, kNoAds);
+    lastError_.set(error);
     Vemora::logError(std::string("get.ads: ") + kNoAds);
   }
   return group;
@@ -150,12 +191,14 @@ std::shared_ptr<VemoraAdGroup> VMRAdDumper::loadAdsForRequest(
 bool VMRAdDumper::start(const JsonValue& data) {
   lastError_.set(std::nullopt);
   const auto channel = runtime();
-  if (channel && channel->isVisible()) {
-    startOnVisible = false;
-    return _sendControl("control.start", data);
+  if (!channel || !channel->isVisible()) {
+    startOnVisible_ = true;
+    return true;
   }
-  startOnVisible = true;
-  return true;
+  startOnVisible_ = false;
+  const auto failure = control("control.start", data);
+  if (failure && startFailureHandler_) startFailureHandler_(*failure);
+  return !failure;
 }
 
 bool VMRAdDumper::play(const JsonValue& data) {
@@ -178,27 +221,31 @@ bool VMRAdDumper::close(const JsonValue& data) {
 }
 
 bool VMRAdDumper::_sendControl(const std::string& method, const JsonValue& data) {
+  return !control(method, data);
+}
+
+std::optional<VMRError> VMRAdDumper::control(const std::string& method, const JsonValue& data) {
   lastError_.set(std::nullopt);
-  const JsonValue params = data.isNull() ? JsonValue() : JsonValue::object({{"data", data}});
-  if (ask(method, params).cameInTime) return true;
+  const Reply reply = ask(method, data.isNull() ? JsonValue() : JsonValue::object({{"data", data}}));
+  if (reply.message) return std::nullopt;
   const std::string failure = "Failed to send " + method;
-  setSendFailure(failure);
   Vemora::log(failure);
-  return false;
+  return sendFailure(reply, failure);
 }
 
 JsonValue VMRAdDumper::vastDictionary(const VemoraAdRequest& request) {
-  const auto known = context();
-  if (!known) return JsonValue::object({});
   if (!request.apiKey())
     throw InternalInconsistencyException("an ad request without an API key cannot be sent");
-  known->deviceManager()->updateInfo();
+  const auto known = context();
+  const auto device = known ? known->deviceManager() : nullptr;
+  const auto app = known ? known->appInfo() : nullptr;
+  if (device) device->updateInfo();
   return JsonValue::object({{"apikey", request.apiKey()},
-                            {"params", paramsObject(request, *known)},
+                            {"params", paramsObject(request, known)},
                             {"custom", request.customDict()},
                             {"playback", request.playbackDict()},
-                            {"device", deviceObject(*known->deviceManager())},
-                            {"app", appObject(*known->appInfo())},
+                            {"device", deviceObject(device)},
+                            {"app", appObject(app)},
                             {"imp", JsonValue::object({})}});
 }
 
@@ -212,7 +259,7 @@ void VMRAdDumper::onHide() {
 }
 
 void VMRAdDumper::onShow() {
-  if (startOnVisible) {
+  if (startOnVisible_) {
     start(nullptr);
   } else {
     resume(nullptr);
