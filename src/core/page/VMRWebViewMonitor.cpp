@@ -39,7 +39,8 @@ void VMRWebViewMonitor::webViewCreateWebView(const std::optional<std::string>& u
   if (!owner) return;
   const auto message =
       VMRRpc::initWithMethod("window", JsonValue::object({{"event", "open"}, {"url", *url}}));
-  dispatch().detachNewThread([owner, message] { owner->onMessage(message); });
+  // Through the line of the page's own messages, so that it cannot overtake them.
+  owner->deliver(message);
 }
 
 void VMRWebViewMonitor::webViewRunJavaScriptAlertPanel(std::string_view message,

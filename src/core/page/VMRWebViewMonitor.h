@@ -19,23 +19,23 @@ class VMRWebViewMonitor final : public VMRFuture, public WebViewNavigationDelega
  public:
   static std::shared_ptr<VMRWebViewMonitor> initWithRuntime(std::weak_ptr<VMRWebViewRuntime> runtime);
 
-  std::shared_ptr<VMRWebViewRuntime> runtime() const { return _runtime.lock(); }
-  void setRuntime(std::weak_ptr<VMRWebViewRuntime> runtime) { _runtime = std::move(runtime); }
+  std::shared_ptr<VMRWebViewRuntime> runtime() const { return runtime_.lock(); }
+  void setRuntime(std::weak_ptr<VMRWebViewRuntime> runtime) { runtime_ = std::move(runtime); }
 
   void webViewDidFinishNavigation() override;
   void webViewDidFailProvisionalNavigation(const VMRError& error) override;
   void webViewDidFailNavigation(const VMRError& error) override;
   void webViewWebContentProcessDidTerminate() override;
-  /// The page gets no window: its address goes to the runtime's observers as a "window" message.
+  /// The page gets no window: the address goes to the runtime's observers as a "window" message.
   void webViewCreateWebView(const std::optional<std::string>& url) override;
-  /// Never keeps the page waiting. People see the text in debug mode only.
+  /// Never keeps the page waiting. The text is shown in debug mode only.
   void webViewRunJavaScriptAlertPanel(std::string_view message, std::function<void()> completion) override;
   void displayAlertMessage(std::string_view message);
 
  private:
   VMRWebViewMonitor() = default;
 
-  std::weak_ptr<VMRWebViewRuntime> _runtime;
+  std::weak_ptr<VMRWebViewRuntime> runtime_;
 };
 
 }  // namespace vemora

@@ -48,6 +48,7 @@ bool isOnScreen(const View& webView) {
 }
 
 void stopObserving(WebView& webView, const KeyValueObserver* observer) {
+  webView.setLayoutObserver({});
   webView.removeObserver(observer, "window");
   webView.removeObserver(observer, "hidden");
 }
@@ -69,7 +70,7 @@ std::shared_ptr<WeakMessageHandler> WeakMessageHandler::initWith(
 }
 
 void WeakMessageHandler::userContentControllerDidReceiveScriptMessage(const ScriptMessage& message) {
-  if (const auto handler = _handler.lock()) handler->userContentControllerDidReceiveScriptMessage(message);
+  if (const auto handler = handler_.lock()) handler->userContentControllerDidReceiveScriptMessage(message);
 }
 
 std::shared_ptr<VMRWebViewRuntime> VMRWebViewRuntime::init() {
@@ -80,7 +81,7 @@ std::shared_ptr<VMRWebViewRuntime> VMRWebViewRuntime::init() {
 
 void VMRWebViewRuntime::build() {
   const auto webView = Platform::shared().application().createWebView({}, configuration());
-  _webView.set(webView);
+  webView_.set(webView);
   const auto monitor = VMRWebViewMonitor::initWithRuntime(self());
   setLoaded(monitor);
   webView->setNavigationDelegate(monitor);
@@ -90,17 +91,18 @@ void VMRWebViewRuntime::build() {
   loadHtml();
   webView->addObserver(self(), "window", false);
   webView->addObserver(self(), "hidden", true);
+  webView->setLayoutObserver(self());
 }
 
 VMRWebViewRuntime::~VMRWebViewRuntime() {
-  auto webView = _webView.exchange(nullptr);
+  auto webView = webView_.exchange(nullptr);
   if (!webView) return;
-  const KeyValueObserver* address = this;  // Only compared: the rest has gone by then.
+  const KeyValueObserver* address = this;  // Compared only: the rest has been destroyed by then.
   const auto end = [address](WebView& view) { stopObserving(view, address); };
   if (dispatch().isMainThread()) {
     end(*webView);
   } else {
-    // Views belong to the main thread, their end included.
+    // Views belong to the main thread, their destruction included.
     dispatch().mainAsync([webView = std::move(webView), end] { end(*webView); });
   }
 }
@@ -149,12 +151,14 @@ void VMRWebViewRuntime::userContentControllerDidReceiveScriptMessage(const Scrip
   if (equalsIgnoringCase(message.name, kLogHandler)) {
     Vemora::log("JS LOG - " + describe(message.body));
   } else if (message.body.isObject()) {
-    _messages->deliver([self = self(), rpc = VMRRpc::messageWithProperties(message.body)] {
-      self->VMRRuntime::onMessage(rpc);
-    });
+    deliver(VMRRpc::messageWithProperties(message.body));
   } else {
     Vemora::log("JS Invalid message body - " + describe(message.body));
   }
+}
+
+void VMRWebViewRuntime::deliver(const std::shared_ptr<VMRRpc>& message) {
+  messages_->deliver([self = self(), message] { self->onMessage(message); });
 }
 
 void VMRWebViewRuntime::updateVisibility() {
@@ -168,11 +172,15 @@ void VMRWebViewRuntime::observeValueForKeyPath(std::string_view keyPath) {
   if (keyPath == "window" || keyPath == "hidden") updateForVisibilityChange();
 }
 
+void VMRWebViewRuntime::viewDidLayout() {
+  updateForVisibilityChange();
+}
+
 void VMRWebViewRuntime::updateForVisibilityChange() {
   const auto webView = getWebView();
   const bool isVisible = webView && isOnScreen(*webView);
-  // Set before anybody hears of it: who starts the ad on `onShow` asks for it at once.
-  if (_isVisible.exchange(isVisible) == isVisible) return;
+  // Stored before the observers are notified: the client asks for it in `onShow`.
+  if (isVisible_.exchange(isVisible) == isVisible) return;
   for (const Observer& observer : observers()) {
     const auto alive = observer.lock();
     if (!alive) continue;
@@ -197,7 +205,7 @@ void VMRWebViewRuntime::tearDown() {
   webView->loadRequest(blank);
   webView->removeFromSuperview();
   removeObservers();
-  _webView.set(nullptr);
+  webView_.set(nullptr);
 }
 
 void VMRWebViewRuntime::removeObservers() {
