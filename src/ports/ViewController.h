@@ -12,6 +12,15 @@ struct ViewControllerTraits {
   bool prefersStatusBarHidden = false;
 };
 
+/// Notified when the viewer closes a presented controller by the platform's own means, such as the window
+/// manager's close button. Called on the main thread after the controller has left the screen, once for each
+/// presentation, and not after `dismissViewController`.
+class PresentationControllerDelegate {
+ public:
+  virtual ~PresentationControllerDelegate() = default;
+  virtual void presentationControllerDidDismiss() = 0;
+};
+
 /// A screenful that can be presented over another.
 ///
 /// Lifetime: a controller holds its view and the controller that it presented strongly, the latter until it
@@ -31,6 +40,8 @@ class ViewController {
                                      std::function<void()> completion) = 0;
   /// Dismisses the controller that this one presented, with all that is presented over it.
   virtual void dismissViewController(bool animated) = 0;
+  /// Held weakly.
+  virtual void setPresentationDelegate(std::weak_ptr<PresentationControllerDelegate> delegate) = 0;
 };
 
 class SFSafariViewController;

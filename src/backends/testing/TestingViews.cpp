@@ -332,17 +332,31 @@ void FakeViewController::dismissViewController(bool animated) {
   dismissed->view_->removeFromSuperview();
 }
 
+void FakeViewController::setPresentationDelegate(std::weak_ptr<PresentationControllerDelegate> delegate) {
+  assertMainThread();
+  delegate_ = std::move(delegate);
+}
+
+void FakeViewController::userCloses() {
+  assertMainThread();
+  if (!presenter_) return;
+  std::vector<std::shared_ptr<FakeViewController>> closed = {presenter_->presented_};
+  while (const auto over = closed.back()->presented_) closed.push_back(over);
+  presenter_->dismissViewController(true);
+  for (auto entry = closed.rbegin(); entry != closed.rend(); ++entry) (*entry)->didCloseByUser();
+}
+
+void FakeViewController::didCloseByUser() {
+  if (const auto delegate = delegate_.lock()) delegate->presentationControllerDidDismiss();
+}
+
 void FakeSafariViewController::setDelegate(std::weak_ptr<SFSafariViewControllerDelegate> delegate) {
   assertMainThread();
   delegate_ = std::move(delegate);
 }
 
-void FakeSafariViewController::userCloses() {
-  assertMainThread();
-  if (std::exchange(finished_, true)) return;
-  const auto self = shared_from_this();
-  if (presenter()) presenter()->dismissViewController(true);
-  if (const auto delegate = delegate_.lock()) delegate->safariViewControllerDidFinish(self);
+void FakeSafariViewController::didCloseByUser() {
+  if (const auto delegate = delegate_.lock()) delegate->safariViewControllerDidFinish(shared_from_this());
 }
 
 // Web views.

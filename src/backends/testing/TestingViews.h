@@ -110,7 +110,8 @@ class FakeWindow final : public FakeView, public Window {
 /// A controller. Its presentation goes: `presentViewController` puts the presented view into the presenter's
 /// window at once; the completion follows on the main queue, or, with
 /// `FakeApplication::setHoldsPresentations`, when the test calls `finishPresentation`. Presenting over
-/// something presented, or from outside a window, does nothing.
+/// something presented, or from outside a window, does nothing. `userCloses` is the viewer closing it: it is
+/// dismissed with all that is presented over it, and each of them notifies its delegate, the topmost first.
 class FakeViewController : public virtual ViewController {
  public:
   explicit FakeViewController(const ViewControllerTraits& traits);
@@ -121,14 +122,17 @@ class FakeViewController : public virtual ViewController {
   void presentViewController(const std::shared_ptr<ViewController>& controller, bool animated,
                              std::function<void()> completion) override;
   void dismissViewController(bool animated) override;
+  void setPresentationDelegate(std::weak_ptr<PresentationControllerDelegate> delegate) override;
 
+  void userCloses();
   /// The presented view is on screen: runs the completion that was held back.
   void finishPresentation();
   const ViewControllerTraits& traits() const { return traits_; }
   const std::shared_ptr<FakeView>& fakeView() const { return view_; }
 
  protected:
-  FakeViewController* presenter() const { return presenter_; }
+  /// The viewer closed it; called after it has left the screen.
+  virtual void didCloseByUser();
 
  private:
   const ViewControllerTraits traits_;
@@ -136,9 +140,10 @@ class FakeViewController : public virtual ViewController {
   std::shared_ptr<FakeViewController> presented_;
   FakeViewController* presenter_ = nullptr;  ///< Holds this one, and clears the field when it lets go.
   std::function<void()> completion_;
+  std::weak_ptr<PresentationControllerDelegate> delegate_;
 };
 
-/// The in-app browser. `userCloses` dismisses it and tells its delegate, once.
+/// The in-app browser. `userCloses` dismisses it and notifies its delegate.
 class FakeSafariViewController final : public FakeViewController,
                                        public SFSafariViewController,
                                        public std::enable_shared_from_this<FakeSafariViewController> {
@@ -146,13 +151,13 @@ class FakeSafariViewController final : public FakeViewController,
   explicit FakeSafariViewController(URL url) : FakeViewController({}), url_(std::move(url)) {}
 
   void setDelegate(std::weak_ptr<SFSafariViewControllerDelegate> delegate) override;
-  void userCloses();
   const URL& url() const { return url_; }
 
  private:
+  void didCloseByUser() override;
+
   const URL url_;
   std::weak_ptr<SFSafariViewControllerDelegate> delegate_;
-  bool finished_ = false;
 };
 
 class FakeUserContentController final : public UserContentController {

@@ -54,6 +54,11 @@ void GtkViewController::dismissViewController(bool animated) {
   presented->leave();
 }
 
+void GtkViewController::setPresentationDelegate(std::weak_ptr<PresentationControllerDelegate> delegate) {
+  assertMainThread();
+  presentationDelegate_ = std::move(delegate);
+}
+
 RootViewController::RootViewController(const std::shared_ptr<GtkWindowView>& window) : window_(window) {}
 
 std::shared_ptr<View> RootViewController::view() const {
@@ -131,6 +136,10 @@ void PresentableViewController::closeByUser() {
   for (; next; next = next->presented_) closed.push_back(next);
   presenter->dismissViewController(true);
   for (auto entry = closed.rbegin(); entry != closed.rend(); ++entry) (*entry)->didCloseByUser();
+}
+
+void PresentableViewController::didCloseByUser() {
+  if (const auto delegate = presentationDelegate_.lock()) delegate->presentationControllerDidDismiss();
 }
 
 ScreenViewController::ScreenViewController(const ViewControllerTraits& traits)

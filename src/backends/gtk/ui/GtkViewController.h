@@ -27,6 +27,7 @@ class GtkViewController : public virtual ViewController,
   void presentViewController(const std::shared_ptr<ViewController>& controller, bool animated,
                              std::function<void()> completion) override;
   void dismissViewController(bool animated) override;
+  void setPresentationDelegate(std::weak_ptr<PresentationControllerDelegate> delegate) override;
 
  protected:
   friend class PresentableViewController;
@@ -35,6 +36,7 @@ class GtkViewController : public virtual ViewController,
   virtual GObjectPtr<GtkWindow> hostWindow() const = 0;
 
   std::shared_ptr<PresentableViewController> presented_;
+  std::weak_ptr<PresentationControllerDelegate> presentationDelegate_;
 };
 
 /// Stands for whatever a window of the host's shows.
@@ -69,8 +71,8 @@ class PresentableViewController : public GtkViewController {
   GObjectPtr<GtkWindow> hostWindow() const override { return window_; }
   /// Fills the new window and says how large it is to be.
   virtual void prepareWindow(GtkWindow* window, GtkWindow* parent) = 0;
-  /// The user closed it; called after it has left the screen.
-  virtual void didCloseByUser() {}
+  /// The user closed it; called after it has left the screen. Notifies the presentation delegate.
+  virtual void didCloseByUser();
   void closeByUser();
 
  private:
