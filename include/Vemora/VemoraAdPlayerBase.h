@@ -30,18 +30,20 @@ class VemoraAdPlayerBase_p;
 /// **Three ways to end.** `stop` asks the page to end the ads, as the host app's decision. `close` asks the
 /// page to end them as if the viewer had closed the ad, so the page reports "closed by the viewer". Both
 /// need a group that has begun and a page that answers, and both end with `vemoraAdGroupComplete`.
-/// `shutdown` asks nobody: it removes the page at once, also when it hangs, and no callback follows.
+/// `shutdown` asks nobody: it removes the page at once, also when it hangs, and no callback follows, except
+/// for the report of a load that is under way.
 ///
 /// **One player serves one session.** Create a new player for the next ad break. A used player can `load`
 /// again, but with these losses. `shutdown`, which every ended session has been through, leaves the
 /// heartbeat check suspended: a page that hangs in the next session is not detected, and no error 5005
 /// arrives. Each further load also doubles the player's reaction to the app leaving and entering the
 /// foreground. A `load` without a `shutdown` before it replaces the running session, whose page closes
-/// without any callback.
+/// without any callback but the report of its load. `load` on a used player logs an error.
 ///
 /// **Ownership.** The host app holds the player; the player holds its delegate weakly and its host view
 /// strongly. A player may be released at any moment, from any thread, also inside a callback. Its page
-/// closes with it, once the command that it is in the middle of has returned, and no callback follows.
+/// closes as soon as the commands that it runs have returned, and no callback follows. Beacons that the page
+/// has asked for still go out.
 class VEMORA_EXPORT VemoraAdPlayerBase : public VemoraAdPlayer,
                                          public std::enable_shared_from_this<VemoraAdPlayerBase> {
  public:
@@ -51,7 +53,8 @@ class VEMORA_EXPORT VemoraAdPlayerBase : public VemoraAdPlayer,
   /// for its request on a background thread, and fetches configuration and ads. Returns at once. The result
   /// arrives through `vemoraDidLoadAds`. The page has five seconds for each of two replies; where the app
   /// may know the device's location, each waits up to five more for a first fix. A player whose delegate
-  /// has gone reports nothing. Main thread only.
+  /// has gone reports nothing. Main thread only: on any other thread it aborts the process with a message
+  /// that names this operation.
   void load() override;
 
   /// Shows the ads in their placement and orders the page to play them, as soon as the placement is
@@ -83,7 +86,8 @@ class VEMORA_EXPORT VemoraAdPlayerBase : public VemoraAdPlayer,
   void close() override;
 
   /// Ends the session without asking the page: the page is unloaded, its web view leaves the screen, and an
-  /// interstitial is dismissed. No callback follows. `adGroup` and `request` keep their values. Calling it
+  /// interstitial is dismissed. No callback follows, except for the report of a load that is under way: it
+  /// ends with error 5003. `adGroup` and `request` keep their values. Calling it
   /// again is harmless. Any thread.
   void shutdown();
 
@@ -91,6 +95,16 @@ class VEMORA_EXPORT VemoraAdPlayerBase : public VemoraAdPlayer,
   /// half of its width and half of its height, centred. Before `start` the value is stored for it. Only the
   /// resizable kind uses it; for the others it is a no-op. Main thread only.
   void setSize(float size);
+
+  /// Limits the time from the first `start` of a session to the first `vemoraAdStart`, in seconds. When it
+  /// has passed, the session ends with error 5004. 0, the default, is no limit: a view that never becomes
+  /// visible, an interstitial that never gets onto the screen, or a page that sends heartbeats and plays
+  /// nothing then leaves the session loaded until the host app shuts it down. Set it before `start`. Any
+  /// thread.
+  void setStartTimeout(double seconds);
+
+  /// The limit in seconds; 0 for none. Any thread.
+  double startTimeout() const;
 
   /// The placement as the page sees it: "inline", "resizeable" (so spelt) or "interstitial"; "none" for a
   /// kind without a placement. Any thread.
@@ -110,7 +124,8 @@ class VEMORA_EXPORT VemoraAdPlayerBase : public VemoraAdPlayer,
 
  private:
   friend class VemoraAdPlayerBase_p;
-  std::unique_ptr<VemoraAdPlayerBase_p> d;
+  /// Shared with the commands that run: they outlive the player.
+  const std::shared_ptr<VemoraAdPlayerBase_p> d;
 };
 
 }  // namespace vemora

@@ -31,6 +31,8 @@ class VEMORA_EXPORT VemoraAdPlayerCallbacks : public VemoraAdPlayerDelegate {
   std::function<std::shared_ptr<VemoraAdRequest>(const Player&)> onRequest;
   /// See `vemoraDidLoadAds`.
   std::function<void(const Player&, const AdGroup&, const std::optional<VMRError>&)> onDidLoadAds;
+  /// See `vemoraDidFailToStart`.
+  std::function<void(const Player&, const VMRError&)> onDidFailToStart;
   /// See `vemoraAdGroupStart`.
   std::function<void(const Player&, const AdGroup&)> onAdGroupStart;
   /// See `vemoraAdStart`.
@@ -58,6 +60,7 @@ class VEMORA_EXPORT VemoraAdPlayerCallbacks : public VemoraAdPlayerDelegate {
   std::shared_ptr<VemoraAdRequest> requestForPlayer(const Player& player) override;
   void vemoraDidLoadAds(const Player& player, const AdGroup& ads,
                         const std::optional<VMRError>& error) override;
+  void vemoraDidFailToStart(const Player& player, const VMRError& error) override;
   void vemoraAdGroupStart(const Player& player, const AdGroup& adGroup) override;
   void vemoraAdStart(const Player& player, const Ad& ad) override;
   void vemoraAdPlaying(const Player& player, const Ad& ad) override;

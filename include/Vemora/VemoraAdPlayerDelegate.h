@@ -21,8 +21,8 @@ class VemoraAdPlayerBase;
 ///
 /// **Threads.** All callbacks arrive on the main thread, one at a time, except `requestForPlayer`, which is
 /// called on a background thread. Inside any of them the host may send the player commands, shut it down or
-/// release it. No callback of a session arrives after `shutdown`, nor after the callback that ends the
-/// session.
+/// release it. No callback of a session arrives after the callback that ends the session, nor after
+/// `shutdown`, except for the report of a load that was under way: each load is reported.
 ///
 /// **Optional.** Only `requestForPlayer` must be implemented; the others are no-ops by default.
 ///
@@ -57,6 +57,10 @@ class VEMORA_EXPORT VemoraAdPlayerDelegate {
   /// could not be reached, did not answer, or answered with an error) or 5003 (no ads).
   virtual void vemoraDidLoadAds(const Player& player, const AdGroup& ads,
                                 const std::optional<VMRError>& error);
+
+  /// A start did not take: the page refused it or did not answer; `error` is 5002, with the page's own error
+  /// as its underlying error if it sent one. The session goes on: the host app may start again or shut down.
+  virtual void vemoraDidFailToStart(const Player& player, const VMRError& error);
 
   /// The group begins to play. Pause the app's own content here at the latest.
   virtual void vemoraAdGroupStart(const Player& player, const AdGroup& adGroup);

@@ -11,9 +11,9 @@ Platform& Platform::shared() {
   return platform;
 }
 
-void assertMainThread() {
+void assertMainThread(const char* operation) {
   if (dispatch().isMainThread()) return;
-  std::fputs("Vemora: this belongs to the main thread\n", stderr);
+  std::fprintf(stderr, "Vemora: %s must be called on the main thread\n", operation ? operation : "this");
   std::abort();
 }
 

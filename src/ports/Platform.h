@@ -45,7 +45,8 @@ inline Dispatch& dispatch() {
   return Platform::shared().dispatch();
 }
 
-/// Stops the process, in every build, when called off the main thread.
-void assertMainThread();
+/// Stops the process, in every build, when called off the main thread. The message names the operation, if
+/// one is given.
+void assertMainThread(const char* operation = nullptr);
 
 }  // namespace vemora

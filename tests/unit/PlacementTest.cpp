@@ -159,7 +159,7 @@ TEST_F(PlacementTest, InterstitialStartsOncePresentedOverEverything) {
   settle();
   EXPECT_FALSE(modal->presentedViewController());
   EXPECT_EQ(application().rootViewController()->presentedViewController(), modal) << "dismisses only itself";
-  EXPECT_EQ(delegate_->take(), Heard{"adGroupComplete 2"});
+  EXPECT_EQ(delegate_->take(), Callbacks{"adGroupComplete 2"});
   application().rootViewController()->dismissViewController(false);
 }
 
@@ -184,6 +184,119 @@ TEST_F(PlacementTest, AStartAgainDoesNotStackStages) {
   settle();
   EXPECT_FALSE(application().rootViewController()->presentedViewController())
       << "no black screen stays behind";
+}
+
+TEST_F(PlacementTest, AStartDuringThePresentationWaitsForIt) {
+  application().setHoldsPresentations(true);
+  const auto player = loaded(VemoraInterstitialAdPlayer::initWithAdPlayerDelegate(delegate_));
+  player->start();
+  settle();
+  player->start();
+  settle();
+  EXPECT_EQ(starts(), 0u) << "not on the screen yet";
+  application().window()->layoutIfNeeded();
+  std::dynamic_pointer_cast<FakeViewController>(application().rootViewController()->presentedViewController())
+      ->finishPresentation();
+  settle();
+  EXPECT_EQ(starts(), 1u);
+  player->shutdown();
+  settle();
+}
+
+TEST_F(PlacementTest, APresentationThatNeverCompletesDoesNotKeepThePlayer) {
+  application().setHoldsPresentations(true);
+  auto player = loaded(VemoraInterstitialAdPlayer::initWithAdPlayerDelegate(delegate_));
+  player->start();
+  settle();
+  ASSERT_TRUE(application().rootViewController()->presentedViewController());
+  const std::weak_ptr<VemoraInterstitialAdPlayer> weak = player;
+  player = nullptr;
+  view_ = nullptr;
+  EXPECT_TRUE(weak.expired());
+  settle();
+  EXPECT_FALSE(application().rootViewController()->presentedViewController());
+  EXPECT_FALSE(page_->view());
+}
+
+TEST_F(PlacementTest, ASecondLoadTakesDownTheStageOfTheFirst) {
+  const auto player = loaded(VemoraInterstitialAdPlayer::initWithAdPlayerDelegate(delegate_));
+  player->start();
+  frame();
+  ASSERT_TRUE(application().rootViewController()->presentedViewController());
+  load(player);
+  EXPECT_FALSE(application().rootViewController()->presentedViewController());
+}
+
+TEST_F(PlacementTest, InterstitialsTakeDownOnlyTheirOwnStages) {
+  const auto root = application().rootViewController();
+  std::vector<std::shared_ptr<VemoraInterstitialAdPlayer>> players;
+  for (int i = 0; i < 4; ++i) {
+    players.push_back(loaded(VemoraInterstitialAdPlayer::initWithAdPlayerDelegate(delegate_)));
+    players.back()->start();
+    frame();
+  }
+  const auto top = VemoraAdPlayerBase_p::topMostController();
+  players[0]->shutdown();
+  players[2]->shutdown();
+  settle();
+  EXPECT_EQ(VemoraAdPlayerBase_p::topMostController(), top) << "the last one's stage is still up";
+  EXPECT_EQ(view_->superview(), top->view());
+  players[3]->shutdown();
+  settle();
+  ASSERT_TRUE(root->presentedViewController());
+  EXPECT_TRUE(inner(*players[1])
+                  ._getPlayerView()
+                  ->isDescendantOfView(*VemoraAdPlayerBase_p::topMostController()->view()))
+      << "the second one's is the topmost now";
+  players[1]->shutdown();
+  settle();
+  EXPECT_FALSE(root->presentedViewController()) << "and no covered stage is left";
+}
+
+TEST_F(PlacementTest, AStageThatWasClosedDoesNotTakeDownItsSuccessor) {
+  const auto root = application().rootViewController();
+  const auto first = loaded(VemoraInterstitialAdPlayer::initWithAdPlayerDelegate(delegate_));
+  first->start();
+  frame();
+  std::dynamic_pointer_cast<FakeViewController>(root->presentedViewController())->userCloses();
+  settle();
+  const auto second = loaded(VemoraInterstitialAdPlayer::initWithAdPlayerDelegate(delegate_));
+  second->start();
+  frame();
+  first->shutdown();
+  settle();
+  EXPECT_TRUE(root->presentedViewController());
+  second->shutdown();
+  settle();
+  EXPECT_FALSE(root->presentedViewController());
+}
+
+TEST_F(PlacementTest, AViewerWhoClosesTheStageEndsTheSession) {
+  for (const bool pageAnswers : {true, false}) {
+    const auto player = loaded(VemoraInterstitialAdPlayer::initWithAdPlayerDelegate(delegate_));
+    player->start();
+    frame();
+    page_->answer("control.close", pageAnswers ? R"("result":{"ok":1})" : "");
+    std::dynamic_pointer_cast<FakeViewController>(
+        application().rootViewController()->presentedViewController())
+        ->userCloses();
+    settle();
+    const auto methods = page_->methods();
+    EXPECT_EQ(std::count(methods.begin(), methods.end(), "control.close"), 1);
+    if (pageAnswers) {
+      page_->event("AdUserClose", "a");
+      page_->event("AdGroupEnd", "a");
+      advance(10);
+      EXPECT_EQ(delegate_->take(), (Callbacks{"adUserClose a", "adGroupComplete 2"}));
+    } else {
+      pingFor(4);
+      EXPECT_EQ(delegate_->take(), Callbacks{});
+      pingFor(1);
+      EXPECT_EQ(delegate_->take(), Callbacks{"adError - 5004"});
+      EXPECT_EQ(delegate_->lastError()->failureReason,
+                "The viewer closed the ad and the page did not end it");
+    }
+  }
 }
 
 TEST_F(PlacementTest, InterstitialGoesWithItsPlayer) {

@@ -12,7 +12,7 @@
 
 namespace vemora {
 
-/// Writes down every callback, such as "adStart b" or "adError - 5005", and lets a test act inside each.
+/// Records every callback, such as "adStart b" or "adError - 5005", and lets a test act inside each.
 class RecordingDelegate : public VemoraAdPlayerDelegate {
  public:
   std::shared_ptr<VemoraAdRequest> request = VemoraAdRequest::initWithApiKey("key");
@@ -20,7 +20,7 @@ class RecordingDelegate : public VemoraAdPlayerDelegate {
 
   std::vector<std::string> take() {
     std::lock_guard lock(mutex_);
-    return std::exchange(heard_, {});
+    return std::exchange(callbacks_, {});
   }
   std::optional<VMRError> lastError() {
     std::lock_guard lock(mutex_);
@@ -34,22 +34,27 @@ class RecordingDelegate : public VemoraAdPlayerDelegate {
   }
   void vemoraDidLoadAds(const Player&, const AdGroup& ads, const std::optional<VMRError>& error) override {
     const std::string count = ads ? std::to_string(ads->ads().size()) : "-";
-    hear("didLoadAds " + count + (error ? " " + std::to_string(error->code) : ""), error);
+    record("didLoadAds " + count + (error ? " " + std::to_string(error->code) : ""), error);
   }
-  void vemoraAdGroupStart(const Player&, const AdGroup& g) override { hear("adGroupStart" + size(g)); }
-  void vemoraAdStart(const Player&, const Ad& ad) override { hear("adStart" + name(ad)); }
-  void vemoraAdPlaying(const Player&, const Ad& ad) override { hear("adPlaying" + name(ad)); }
-  void vemoraAdPaused(const Player&, const Ad& ad) override { hear("adPaused" + name(ad)); }
+  void vemoraDidFailToStart(const Player&, const VMRError& error) override {
+    record("didFailToStart " + std::to_string(error.code), error);
+  }
+  void vemoraAdGroupStart(const Player&, const AdGroup& g) override { record("adGroupStart" + size(g)); }
+  void vemoraAdStart(const Player&, const Ad& ad) override { record("adStart" + name(ad)); }
+  void vemoraAdPlaying(const Player&, const Ad& ad) override { record("adPlaying" + name(ad)); }
+  void vemoraAdPaused(const Player&, const Ad& ad) override { record("adPaused" + name(ad)); }
   void vemoraAdTimeUpdate(const Player&, const Ad& ad, double t) override {
-    hear("adTimeUpdate" + name(ad) + " " + *JsonValue(t).stringValue());
+    record("adTimeUpdate" + name(ad) + " " + *JsonValue(t).stringValue());
   }
-  void vemoraAdClicked(const Player&, const Ad& ad) override { hear("adClicked" + name(ad)); }
-  void vemoraAdSkipped(const Player&, const Ad& ad) override { hear("adSkipped" + name(ad)); }
-  void vemoraAdUserClose(const Player&, const Ad& ad) override { hear("adUserClose" + name(ad)); }
-  void vemoraAdComplete(const Player&, const Ad& ad) override { hear("adComplete" + name(ad)); }
-  void vemoraAdGroupComplete(const Player&, const AdGroup& g) override { hear("adGroupComplete" + size(g)); }
+  void vemoraAdClicked(const Player&, const Ad& ad) override { record("adClicked" + name(ad)); }
+  void vemoraAdSkipped(const Player&, const Ad& ad) override { record("adSkipped" + name(ad)); }
+  void vemoraAdUserClose(const Player&, const Ad& ad) override { record("adUserClose" + name(ad)); }
+  void vemoraAdComplete(const Player&, const Ad& ad) override { record("adComplete" + name(ad)); }
+  void vemoraAdGroupComplete(const Player&, const AdGroup& g) override {
+    record("adGroupComplete" + size(g));
+  }
   void vemoraAdError(const Player&, const Ad& ad, const VMRError& error) override {
-    hear("adError" + name(ad) + " " + std::to_string(error.code), error);
+    record("adError" + name(ad) + " " + std::to_string(error.code), error);
   }
 
  private:
@@ -57,27 +62,27 @@ class RecordingDelegate : public VemoraAdPlayerDelegate {
   static std::string size(const AdGroup& group) {
     return " " + (group ? std::to_string(group->ads().size()) : "-");
   }
-  void hear(const std::string& callback, std::optional<VMRError> error = {}) {
+  void record(const std::string& callback, std::optional<VMRError> error = {}) {
     EXPECT_TRUE(dispatch().isMainThread()) << callback;
     {
       std::lock_guard lock(mutex_);
-      heard_.push_back(callback);
+      callbacks_.push_back(callback);
       if (error) lastError_ = std::move(error);
     }
     onCallback(callback);
   }
 
   std::mutex mutex_;
-  std::vector<std::string> heard_;
+  std::vector<std::string> callbacks_;
   std::optional<VMRError> lastError_;
 };
 
 /// A player, its delegate and its page, with a group of two ads, "a" and "b".
 class PlayerTest : public CoreTest {
  protected:
-  using Heard = std::vector<std::string>;
+  using Callbacks = std::vector<std::string>;
 
-  /// A loaded session: the page has finished, answered, and the delegate has heard.
+  /// A loaded session: the page has finished and answered, and the delegate has been called.
   template <typename Player>
   void load(const std::shared_ptr<Player>& player) {
     player->load();

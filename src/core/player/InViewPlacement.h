@@ -8,17 +8,18 @@
 
 namespace vemora {
 
-/// What the placements inside a view of the host app share: the web view moves there, on the main queue,
-/// while the start command goes out without waiting for it.
+/// What the placements inside a view of the host app share: the web view moves there on the main queue, while
+/// the start command goes out without waiting for it.
 class InViewPlacement : public VemoraAdPlayerBase_p {
  public:
   explicit InViewPlacement(std::shared_ptr<View> view) : parentView_(std::move(view)) {}
   ~InViewPlacement() override { releaseOnMainThread(parentView_.exchange(nullptr)); }
 
   void _start(const JsonValue& parameters) override {
-    dispatch().mainAsync([self = sharedSelf(this), webView = _getPlayerView()] {
-      const auto container = self->parentView();
-      // A session that was shut down meanwhile has closed its view.
+    dispatch().mainAsync([weak = weakSelf(this), webView = _getPlayerView()] {
+      const auto self = weak.lock();
+      const auto container = self ? self->parentView() : nullptr;
+      // A session that has ended or was replaced meanwhile has another view, or none.
       if (!container || !webView || self->_getPlayerView() != webView) return;
       container->addSubview(webView);
       webView->setUserInteractionEnabled(true);

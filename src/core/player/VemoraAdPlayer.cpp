@@ -28,10 +28,11 @@ void VemoraAdPlayer::setDelegate(std::weak_ptr<VemoraAdPlayerDelegate> delegate)
   delegate_->value.set(std::move(delegate));
 }
 
-// A delegate overrides what it wants to hear of.
+// A delegate overrides the callbacks that it needs.
 VemoraAdPlayerDelegate::~VemoraAdPlayerDelegate() = default;
 void VemoraAdPlayerDelegate::vemoraDidLoadAds(const Player&, const AdGroup&, const std::optional<VMRError>&) {
 }
+void VemoraAdPlayerDelegate::vemoraDidFailToStart(const Player&, const VMRError&) {}
 void VemoraAdPlayerDelegate::vemoraAdGroupStart(const Player&, const AdGroup&) {}
 void VemoraAdPlayerDelegate::vemoraAdStart(const Player&, const Ad&) {}
 void VemoraAdPlayerDelegate::vemoraAdPlaying(const Player&, const Ad&) {}

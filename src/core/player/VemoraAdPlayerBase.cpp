@@ -9,18 +9,40 @@
 #include "ports/MainThreadRelease.h"
 #include "ports/Platform.h"
 
+#include <Vemora/InternalInconsistencyException.h>
 #include <Vemora/Vemora.h>
 #include <Vemora/VemoraAdPlayerBase.h>
 #include <Vemora/VemoraTypes.h>
+
+#include <deque>
+#include <utility>
 
 namespace vemora {
 
 namespace {
 
-constexpr double kHeartbeatInterval = 5.0;
+/// In-app browsers that may be on the screen at once: one, and one that its page opens over it.
+constexpr int kMaxBrowsers = 2;
+/// How many a session may open in the period, in seconds.
+constexpr std::size_t kBrowsersInPeriod = 5;
+constexpr double kBrowserPeriod = 10;
 
-VMRError playbackFailed(std::optional<std::string> reason) {
-  return makeError(VMRErrorPlayback, "Ad playback failed", std::move(reason));
+int browsersOnScreen() {
+  int count = 0;
+  const auto window = Platform::shared().application().keyWindow();
+  auto controller = window ? window->rootViewController() : nullptr;
+  for (; controller; controller = controller->presentedViewController())
+    count += std::dynamic_pointer_cast<SFSafariViewController>(controller) != nullptr;
+  return count;
+}
+
+/// Why the session may open no further browser now; null when it may.
+const char* browserRefusal(std::deque<double>& latest, double now) {
+  if (browsersOnScreen() >= kMaxBrowsers) return "two are on the screen";
+  while (!latest.empty() && now - latest.front() >= kBrowserPeriod) latest.pop_front();
+  if (latest.size() >= kBrowsersInPeriod) return "five were opened within ten seconds";
+  latest.push_back(now);
+  return nullptr;
 }
 
 bool hasAds(const std::shared_ptr<VemoraAdGroup>& group) {
@@ -33,14 +55,16 @@ bool hasAds(const std::shared_ptr<VemoraAdGroup>& group) {
 
 VemoraAdPlayerBase::VemoraAdPlayerBase(std::unique_ptr<VemoraAdPlayerBase_p> implementation)
     : d(std::move(implementation)) {
-  d->player_ = this;
-  // Asked for nothing yet: some services look up first whether they may be used, and `load` waits for that.
+  // Only created here: some services look up first whether they may be used, and `load` waits for that.
   Platform::shared().locationServices();
 }
 
-VemoraAdPlayerBase::~VemoraAdPlayerBase() = default;
+VemoraAdPlayerBase::~VemoraAdPlayerBase() {
+  d->playerReleased();
+}
 
 void VemoraAdPlayerBase::load() {
+  d->player_.set(weak_from_this());
   d->load();
 }
 void VemoraAdPlayerBase::start() {
@@ -70,6 +94,12 @@ void VemoraAdPlayerBase::shutdown() {
 void VemoraAdPlayerBase::setSize(float size) {
   d->setSize(size);
 }
+void VemoraAdPlayerBase::setStartTimeout(double seconds) {
+  d->setStartTimeout(seconds);
+}
+double VemoraAdPlayerBase::startTimeout() const {
+  return d->startTimeout();
+}
 std::string VemoraAdPlayerBase::placementType() const {
   return d->placementType();
 }
@@ -83,24 +113,22 @@ std::shared_ptr<VemoraAdRequest> VemoraAdPlayerBase::request() const {
 // Load and start.
 
 VemoraAdPlayerBase_p::VemoraAdPlayerBase_p() = default;
-
-VemoraAdPlayerBase_p::~VemoraAdPlayerBase_p() {
-  // The page closes with the dumper, which nobody else holds now. What belongs to the main thread ends there.
-  releaseOnMainThread(sfvc_.exchange(nullptr));
-  releaseOnMainThread(moatTracker_.exchange(nullptr));
-}
+VemoraAdPlayerBase_p::~VemoraAdPlayerBase_p() = default;
 
 void VemoraAdPlayerBase_p::load() {
-  const auto context = VMRContext::init();
-  context_.set(context);
-  sfvc_.set(nullptr);
-  const auto runtime = VMRWebViewRuntime::init();
-  runtime_.set(runtime);
-  runtime->registerObserver(sharedSelf(this));
-  park(runtime->getWebView());
-  dumper_.set(VMRAdDumper::initWithContext(context, runtime));
+  assertMainThread("VemoraAdPlayerBase::load");
+  const Session previous = session();
+  if (previous->wasLoaded())
+    Vemora::logError(
+        "This player has loaded before. Use a new player for each session: the heartbeat of a player "
+        "that was shut down is not watched again.");
+  const Session loading = AdSession::create(weak_from_this(), *previous);
+  park(loading->runtime()->getWebView());
+  previous->abandon();
+  session_.set(loading);
+  sessionDidEnd(previous);
   watchApplication();
-  dispatch().detachNewThread([self = sharedSelf(this)] { self->_load(); });
+  dispatch().detachNewThread([self = sharedSelf(this), loading] { self->_load(loading); });
 }
 
 /// The page loads before any placement shows it: in the window, so that it runs at full speed, but of no
@@ -114,9 +142,8 @@ void VemoraAdPlayerBase_p::park(const std::shared_ptr<WebView>& webView) {
 
 void VemoraAdPlayerBase_p::watchApplication() {
   const auto watch = [this](const char* name, void (VemoraAdPlayerBase_p::*handle)()) {
-    const std::weak_ptr<VemoraAdPlayerBase_p> weak = sharedSelf(this);
-    applicationNotifications_.push_back(
-        NotificationCenter::defaultCenter().addObserver(name, [weak, handle](const Notification&) {
+    applicationNotifications_.push_back(NotificationCenter::defaultCenter().addObserver(
+        name, [weak = weak_from_this(), handle](const Notification&) {
           if (const auto self = weak.lock()) (self.get()->*handle)();
         }));
   };
@@ -126,46 +153,110 @@ void VemoraAdPlayerBase_p::watchApplication() {
         &VemoraAdPlayerBase_p::applicationWillResignActiveNotification);
 }
 
-void VemoraAdPlayerBase_p::_load() {
-  const auto delegate = player()->delegate();
-  if (!delegate) return;
-  const auto request = delegate->requestForPlayer(player());
-  request_.set(request);
+void VemoraAdPlayerBase_p::playerReleased() {
+  applicationNotifications_.clear();
+  commands_->dropWaiting();
+  const Session current = session();
+  current->abandon();
+  sessionDidEnd(current);
+}
+
+void VemoraAdPlayerBase_p::_load(const Session& session) {
+  const auto answer = askForRequest();
+  if (!answer) return dispatch().mainAsync([self = sharedSelf(this), session] { self->loadDidEnd(session); });
+  const auto& request = *answer;
+  session->setRequest(request);
   if (!request) {
-    adGroup_.set(nullptr);
-    return reportLoad(makeError(VMRErrorNoRequest, "No ad request was given."));
+    session->setAdGroup(nullptr);
+    return reportLoad(session, nullptr, makeError(VMRErrorNoRequest, "No ad request was given."));
   }
   request->setPlacementType(placementType());
-  const auto dumper = dumper_.get();
-  config_.set(dumper ? dumper->loadConfigForRequest(request) : nullptr);
-  createTrackerIfConfigured();
-  adGroup_.set(dumper ? dumper->loadAdsForRequest(request) : nullptr);
-  if (hasAds(adGroup())) _heartbeatMonitor();
-  std::optional<VMRError> error = dumper ? dumper->lastError() : std::nullopt;
-  if (!error && !hasAds(adGroup())) error = makeError(VMRErrorNoAds, "No ads available");
-  reportLoad(error);
+  // The client is asked for anew at each step: a session that was shut down has none.
+  const auto configClient = session->client();
+  const auto config = configClient ? configClient->loadConfigForRequest(request) : nullptr;
+  session->setConfig(config);
+  createTrackerIfConfigured(*session, request, config.get());
+  std::optional<VMRError> error;
+  const auto adsClient = session->client();
+  auto group = adsClient ? adsClient->loadAdsForRequest(request, error) : nullptr;
+  if (!session->client()) {
+    group = nullptr;
+    error = std::nullopt;
+  }
+  session->setAdGroup(group);
+  if (hasAds(group) && session->isLive()) heartbeat_.arm(heartbeatCheck(session));
+  if (!error && !hasAds(group)) error = makeError(VMRErrorNoAds, "No ads available");
+  reportLoad(session, group, error);
 }
 
-void VemoraAdPlayerBase_p::createTrackerIfConfigured() {
-  const auto known = config();
-  const auto code = known && known->featureMOATEnabled() ? known->moatPartnerCode() : std::nullopt;
-  auto tracker = code ? VMRMoatTracker::initWithContext(context(), request(), *code) : nullptr;
-  releaseOnMainThread(moatTracker_.exchange(std::move(tracker)));
+std::optional<std::shared_ptr<VemoraAdRequest>> VemoraAdPlayerBase_p::askForRequest() {
+  auto player = player_.get().lock();
+  auto delegate = player ? player->delegate() : nullptr;
+  std::optional<std::shared_ptr<VemoraAdRequest>> request;
+  if (delegate) request = delegate->requestForPlayer(player);
+  // The host may have released them meanwhile, and both may hold what belongs to the main thread.
+  releaseOnMainThread(std::move(delegate));
+  releaseOnMainThread(std::move(player));
+  return request;
 }
 
-void VemoraAdPlayerBase_p::reportLoad(const std::optional<VMRError>& error) {
-  dispatch().mainAsync([self = sharedSelf(this), error] {
-    self->tellDelegate(&VemoraAdPlayerDelegate::vemoraDidLoadAds, self->adGroup(), error);
-  });
+void VemoraAdPlayerBase_p::createTrackerIfConfigured(AdSession& session,
+                                                     const std::shared_ptr<VemoraAdRequest>& request,
+                                                     const VMRConfig* config) {
+  auto code = config && config->featureMOATEnabled() ? config->moatPartnerCode() : std::nullopt;
+  if (code && !request->channel()) {
+    Vemora::logError(
+        "The configuration asks for viewability measurement, which needs a request with a channel");
+    code = std::nullopt;
+  }
+  session.setMoatTracker(code ? VMRMoatTracker::initWithContext(session.context(), request, *code) : nullptr);
+}
+
+void VemoraAdPlayerBase_p::reportLoad(const Session& session, std::shared_ptr<VemoraAdGroup> group,
+                                      std::optional<VMRError> error) {
+  dispatch().mainAsync(
+      [self = sharedSelf(this), session, group = std::move(group), error = std::move(error)] {
+        // Every load is reported, also that of a session which has ended meanwhile.
+        self->notifyDelegate(&VemoraAdPlayerDelegate::vemoraDidLoadAds, group, error);
+        self->loadDidEnd(session);
+      });
+}
+
+void VemoraAdPlayerBase_p::loadDidEnd(const Session& session) {
+  auto& state = session->mainThread();
+  state.isLoading = false;
+  if (const auto held = std::exchange(state.heldEnding, std::nullopt)) deliverEnding(session, *held);
 }
 
 void VemoraAdPlayerBase_p::start() {
-  if (hasAds(adGroup())) performInBackground(&VemoraAdPlayerBase_p::_start, nullptr);
+  const Session current = session();
+  if (!hasAds(current->adGroup())) return;
+  if (startTimeout_ > 0)
+    dispatch().mainAsync([self = sharedSelf(this), current] { self->watchStart(current); });
+  performInBackground(&VemoraAdPlayerBase_p::_start, nullptr);
+}
+
+void VemoraAdPlayerBase_p::watchStart(const Session& session) {
+  if (std::exchange(session->mainThread().isStartWatched, true)) return;
+  const double limit = startTimeout_;
+  dispatch().mainAfter(limit, [weak = weak_from_this(), weakSession = std::weak_ptr(session), limit] {
+    const auto self = weak.lock();
+    const auto watched = weakSession.lock();
+    if (!self || !watched || watched->mainThread().hasStarted) return;
+    self->endSession(watched, playbackFailed("No ad started within " + describe(limit) + " seconds"));
+  });
+}
+
+void VemoraAdPlayerBase_p::startFailed(const Session& session, const VMRError& error) {
+  dispatch().mainAsync([self = sharedSelf(this), session, error] {
+    if (!session->isLive()) return;
+    Vemora::logError("The ads were not started: " + toString(error));
+    self->notifyDelegate(&VemoraAdPlayerDelegate::vemoraDidFailToStart, error);
+  });
 }
 
 void VemoraAdPlayerBase_p::performInBackground(Step step, const JsonValue& parameters) {
-  dispatch().detachNewThread(
-      [self = sharedSelf(this), step, parameters] { (self.get()->*step)(parameters); });
+  commands_->run([self = sharedSelf(this), step, parameters] { (self.get()->*step)(parameters); });
 }
 
 void VemoraAdPlayerBase_p::send(bool (VMRAdDumper::*command)(const JsonValue&), const JsonValue& parameters) {
@@ -199,11 +290,46 @@ std::shared_ptr<WebView> VemoraAdPlayerBase_p::_getPlayerView() const {
   return channel ? channel->getWebView() : nullptr;
 }
 
+// Endings.
+
 void VemoraAdPlayerBase_p::shutdown() {
+  const Session current = session();
   _heartbeatSuspend();
-  if (const auto channel = runtime_.exchange(nullptr)) channel->unregisterObserver(this);
-  if (const auto client = dumper_.exchange(nullptr)) client->shutdown();
+  current->abandon();
+  sessionDidEnd(current);
+  current->close();
 }
+
+void VemoraAdPlayerBase_p::endSession(const Session& session, AdSessionEnding ending) {
+  if (!session->beginEnding()) return;
+  _heartbeatSuspend();
+  sessionDidEnd(session);
+  session->close();
+  if (dispatch().isMainThread()) return deliverEnding(session, ending);
+  dispatch().mainAsync([self = sharedSelf(this), session, ending = std::move(ending)] {
+    self->deliverEnding(session, ending);
+  });
+}
+
+void VemoraAdPlayerBase_p::deliverEnding(const Session& session, const AdSessionEnding& ending) {
+  using Delegate = VemoraAdPlayerDelegate;
+  auto& state = session->mainThread();
+  if (state.isLoading) {
+    state.heldEnding = ending;
+  } else if (!session->finish()) {
+    return;
+  } else if (ending.error) {
+    notifyDelegate(&Delegate::vemoraAdError, ending.ad, *ending.error);
+  } else {
+    notifyDelegate(&Delegate::vemoraAdGroupComplete, session->adGroup());
+  }
+}
+
+AdSessionEnding VemoraAdPlayerBase_p::playbackFailed(std::optional<std::string> reason) {
+  return {nullptr, makeError(VMRErrorPlayback, "Ad playback failed", std::move(reason))};
+}
+
+// The application's life cycle.
 
 void VemoraAdPlayerBase_p::applicationWillResignActiveNotification() {
   _heartbeatSuspend();
@@ -223,70 +349,86 @@ void VemoraAdPlayerBase_p::applicationDidBecomeActiveNotification() {
 // Controller events, windows and beacons.
 
 template <typename... Parameters, typename... Arguments>
-void VemoraAdPlayerBase_p::tellDelegate(
+void VemoraAdPlayerBase_p::notifyDelegate(
     void (VemoraAdPlayerDelegate::*callback)(const VemoraAdPlayerDelegate::Player&, Parameters...),
     const Arguments&... arguments) {
-  const auto owner = player();
-  if (const auto delegate = owner->delegate()) (delegate.get()->*callback)(owner, arguments...);
+  const auto player = player_.get().lock();
+  const auto delegate = player ? player->delegate() : nullptr;
+  if (delegate) (delegate.get()->*callback)(player, arguments...);
 }
 
-bool VemoraAdPlayerBase_p::onMessage(const std::shared_ptr<VMRRpc>& message) {
+bool VemoraAdPlayerBase_p::handleMessage(const std::shared_ptr<VMRRpc>& message, const Session& session) {
   if (!message) return false;
   if (message->isKindOf("ping")) {
     Vemora::log("Heartbeat Received");
-    _heartbeatCheck(message->params());
+    _heartbeatCheck(message->params(), session);
   } else if (message->isKindOf("event")) {
-    _evaluateEvent(message->params());
+    _evaluateEvent(message->params(), session);
   } else if (message->isKindOf("window")) {
-    _evaluateWindow(message->params());
+    _evaluateWindow(message->params(), session);
   } else {
     return false;
   }
   return true;
 }
 
-void VemoraAdPlayerBase_p::_evaluateEvent(const JsonValue& parameters) {
+void VemoraAdPlayerBase_p::_evaluateEvent(const JsonValue& parameters, const Session& session) {
   const JsonValue name = parameters["event"];
   const VemoraAdEvent event = VemoraAdEventFromNSString(name.asString());
-  const auto ad = _findAdInGroup(adGroup(), parameters["id"]);
+  const auto ad = _findAdInGroup(session->adGroup(), parameters["id"]);
   Vemora::log("AdPlayer Event: " + describe(name));
   Vemora::log("Playing Ad: " +
               (ad && !ad->id().isNull() ? describe(ad->id()) : std::string("No Playing Ad")));
-  dispatch().mainAsync([self = sharedSelf(this), parameters, ad, event] {
-    if (const auto tracker = self->moatTracker())
-      tracker->trackEvent(event, parameters, ad, self->_getPlayerView());
-    self->act(event, ad, parameters["data"]);
+  dispatch().mainAsync([self = sharedSelf(this), session, parameters, ad, event] {
+    self->track(*session, event, parameters, ad);
+    if (session->isLive()) self->act(session, event, ad, parameters["data"]);
   });
 }
 
-void VemoraAdPlayerBase_p::act(VemoraAdEvent event, const std::shared_ptr<VemoraAd>& ad,
-                               const JsonValue& data) {
+void VemoraAdPlayerBase_p::track(AdSession& session, VemoraAdEvent event, const JsonValue& parameters,
+                                 const std::shared_ptr<VemoraAd>& ad) {
+  const auto tracker = session.moatTracker();
+  if (!tracker) return;
+  const auto channel = session.runtime();
+  try {
+    tracker->trackEvent(event, parameters, ad, channel ? channel->getWebView() : nullptr);
+  } catch (const InternalInconsistencyException& error) {
+    // The configuration asked for the tracker, not the host: no page may end the process with it.
+    Vemora::logError(std::string("Viewability is not measured: ") + error.what());
+    session.setMoatTracker(nullptr);
+  }
+}
+
+void VemoraAdPlayerBase_p::act(const Session& session, VemoraAdEvent event,
+                               const std::shared_ptr<VemoraAd>& ad, const JsonValue& data) {
   using Delegate = VemoraAdPlayerDelegate;
   switch (event) {
     case AdStarted:
-      return tellDelegate(&Delegate::vemoraAdStart, ad);
+      session->mainThread().hasStarted = true;
+      return notifyDelegate(&Delegate::vemoraAdStart, ad);
     case AdSkipped:
-      return tellDelegate(&Delegate::vemoraAdSkipped, ad);
+      return notifyDelegate(&Delegate::vemoraAdSkipped, ad);
     case AdVideoComplete:
-      return tellDelegate(&Delegate::vemoraAdComplete, ad);
+      return notifyDelegate(&Delegate::vemoraAdComplete, ad);
     case AdUserClose:
-      return tellDelegate(&Delegate::vemoraAdUserClose, ad);
+      return notifyDelegate(&Delegate::vemoraAdUserClose, ad);
     case AdPaused:
-      return tellDelegate(&Delegate::vemoraAdPaused, ad);
+      return notifyDelegate(&Delegate::vemoraAdPaused, ad);
     case AdPlaying:
-      return tellDelegate(&Delegate::vemoraAdPlaying, ad);
+      return notifyDelegate(&Delegate::vemoraAdPlaying, ad);
     case AdClickThru:
-      return tellDelegate(&Delegate::vemoraAdClicked, ad);
+      return notifyDelegate(&Delegate::vemoraAdClicked, ad);
     case AdTimeChange:
-      return tellDelegate(&Delegate::vemoraAdTimeUpdate, ad, data.doubleValue());
+      return notifyDelegate(&Delegate::vemoraAdTimeUpdate, ad, data.doubleValue());
     case AdGroupStart:
-      return tellDelegate(&Delegate::vemoraAdGroupStart, adGroup());
+      return notifyDelegate(&Delegate::vemoraAdGroupStart, session->adGroup());
     case AdGroupEnd:
-      shutdown();
-      return tellDelegate(&Delegate::vemoraAdGroupComplete, adGroup());
-    case AdError:
-      shutdown();
-      return tellDelegate(&Delegate::vemoraAdError, ad, playbackFailed(data.isNull() ? "" : describe(data)));
+      return endSession(session, {});
+    case AdError: {
+      AdSessionEnding ending = playbackFailed(data.isNull() ? "" : describe(data));
+      ending.ad = ad;
+      return endSession(session, std::move(ending));
+    }
     default:
       return;
   }
@@ -302,24 +444,33 @@ std::shared_ptr<VemoraAd> VemoraAdPlayerBase_p::_findAdInGroup(const std::shared
   return nullptr;
 }
 
-void VemoraAdPlayerBase_p::_evaluateWindow(const JsonValue& parameters) {
+void VemoraAdPlayerBase_p::_evaluateWindow(const JsonValue& parameters, const Session& session) {
   const std::string event(parameters["event"].asString().value_or(std::string_view()));
   const JsonValue address = parameters["url"];
   const auto url = Platform::shared().system().urlWithString(address.asString().value_or(std::string_view()));
   if (event.empty() || !url) return;
-  dispatch().mainAsync([self = sharedSelf(this), event, url = *url] {
-    if (event == "open") self->_openWindow(url);
-    if (event == "beacon") self->_fireBeacon(url);
+  dispatch().mainAsync([self = sharedSelf(this), session, event, url = *url] {
+    if (event == "open" && session->isLive()) self->_openWindow(url, session);
+    // A beacon that was asked for before the session ended still goes out.
+    if (event == "beacon") _fireBeacon(url, *session);
   });
 }
 
-void VemoraAdPlayerBase_p::_openWindow(const URL& url) {
+void VemoraAdPlayerBase_p::_openWindow(const URL& url, const Session& session) {
+  const auto presenter = topMostController();
+  if (!presenter) return;
+  if (const char* refusal = browserRefusal(session->mainThread().browserTimes, dispatch().now())) {
+    Vemora::log("In-app browser not opened, since " + std::string(refusal) + ": " + url.absoluteString);
+    return;
+  }
   const auto browser = Platform::shared().application().createSafariViewController(url);
   if (!browser) return;
   _heartbeatSuspend();
-  sfvc_.set(browser);
-  browser->setDelegate(std::weak_ptr<SFSafariViewControllerDelegate>(sharedSelf(this)));
-  if (const auto top = topMostController()) top->presentViewController(browser, true, nullptr);
+  session->setBrowser(browser);
+  browser->setDelegate(weak_from_this());
+  presenter->presentViewController(browser, true, nullptr);
+  // Nobody would close a browser that did not get onto the screen.
+  if (presenter->presentedViewController() != browser) _heartbeatResume();
 }
 
 std::shared_ptr<ViewController> VemoraAdPlayerBase_p::topMostController() {
@@ -331,15 +482,15 @@ std::shared_ptr<ViewController> VemoraAdPlayerBase_p::topMostController() {
 
 void VemoraAdPlayerBase_p::safariViewControllerDidFinish(const std::shared_ptr<SFSafariViewController>&) {
   _heartbeatResume();
-  player()->resume();
+  performInBackground(&VemoraAdPlayerBase_p::_resume, nullptr);
 }
 
-void VemoraAdPlayerBase_p::_fireBeacon(const URL& url) {
+void VemoraAdPlayerBase_p::_fireBeacon(const URL& url, const AdSession& session) {
   Vemora::log("Fire beacon: " + url.absoluteString);
   URLRequest request;
   request.url = url.absoluteString;
   request.cachePolicy = URLRequestCachePolicy::ReloadIgnoringLocalCacheData;
-  const auto known = context();
+  const auto& known = session.context();
   if (const auto userAgent = known ? known->userAgent() : std::nullopt)
     request.addValue(*userAgent, "User-Agent");
   Platform::shared().system().createEphemeralURLSession()->downloadTaskWithRequest(
@@ -350,58 +501,41 @@ void VemoraAdPlayerBase_p::_fireBeacon(const URL& url) {
 
 // Heartbeat.
 
+/// Belongs to its session: it does nothing once that has ended.
+Heartbeat::Check VemoraAdPlayerBase_p::heartbeatCheck(const Session& session) {
+  return [weak = weak_from_this(), weakSession = std::weak_ptr(session)] {
+    const auto self = weak.lock();
+    const auto watched = weakSession.lock();
+    if (self && watched) self->_heartbeatTimeout(watched);
+  };
+}
+
 void VemoraAdPlayerBase_p::_heartbeatMonitor() {
-  if (suspendHeartbeats_ > 0) return;
-  Vemora::log("Monitor Heartbeat");
-  const std::weak_ptr<VemoraAdPlayerBase_p> weak = sharedSelf(this);
-  auto block = std::make_shared<DispatchBlock>([weak] {
-    if (const auto self = weak.lock()) self->_heartbeatTimeout();
-  });
-  // A block that was armed before is forgotten, not cancelled, and still fires: kept on purpose.
-  heartbeatBlock_.set(block);
-  dispatch().globalAfter(kHeartbeatInterval, std::move(block));
+  heartbeat_.arm(heartbeatCheck(session()));
 }
-
 void VemoraAdPlayerBase_p::_hearbeatCancel() {
-  Vemora::log("Monitor Heartbeat Cancel");
-  if (const auto block = heartbeatBlock_.exchange(nullptr)) block->cancel();
+  heartbeat_.cancel();
 }
-
 void VemoraAdPlayerBase_p::_heartbeatSuspend() {
-  Vemora::log("Monitor Heartbeat Suspend");
-  ++suspendHeartbeats_;
-  _hearbeatCancel();
+  heartbeat_.suspend();
 }
-
 void VemoraAdPlayerBase_p::_heartbeatResume() {
-  Vemora::log("Monitor Heartbeat Resume");
-  std::int64_t depth = suspendHeartbeats_;
-  while (depth > 0 && !suspendHeartbeats_.compare_exchange_weak(depth, depth - 1)) {
-  }
-  _heartbeatMonitor();
+  heartbeat_.resume(heartbeatCheck(session()));
 }
 
-void VemoraAdPlayerBase_p::_heartbeatCheck(const JsonValue& parameters) {
-  _hearbeatCancel();
-  if (!parameters["shutdown"].boolValue()) {
-    _heartbeatMonitor();
-    return;
-  }
+void VemoraAdPlayerBase_p::_heartbeatCheck(const JsonValue& parameters, const Session& session) {
+  if (!session->isLive()) return;
+  if (!parameters["shutdown"].boolValue()) return heartbeat_.rearm(heartbeatCheck(session));
+  heartbeat_.cancel();
   Vemora::log("Heartbeat SHUTDOWN!");
   const JsonValue reason = parameters["message"];
-  endWithError(playbackFailed(reason.isNull() ? std::nullopt : std::optional(describe(reason))));
+  endSession(session, playbackFailed(reason.isNull() ? std::nullopt : std::optional(describe(reason))));
 }
 
-void VemoraAdPlayerBase_p::_heartbeatTimeout() {
+void VemoraAdPlayerBase_p::_heartbeatTimeout(const Session& session) {
+  if (!session->isLive()) return;
   Vemora::log("Heartbeat Timeout");
-  endWithError(makeError(VMRErrorNotResponding, "Player not responding"));
-}
-
-void VemoraAdPlayerBase_p::endWithError(const VMRError& error) {
-  shutdown();
-  dispatch().mainAsync([self = sharedSelf(this), error] {
-    self->tellDelegate(&VemoraAdPlayerDelegate::vemoraAdError, std::shared_ptr<VemoraAd>(), error);
-  });
+  endSession(session, {nullptr, makeError(VMRErrorNotResponding, "Player not responding")});
 }
 
 }  // namespace vemora

@@ -25,6 +25,10 @@ void VemoraAdPlayerCallbacks::vemoraDidLoadAds(const Player& player, const AdGro
   notify(onDidLoadAds, player, ads, error);
 }
 
+void VemoraAdPlayerCallbacks::vemoraDidFailToStart(const Player& player, const VMRError& error) {
+  notify(onDidFailToStart, player, error);
+}
+
 void VemoraAdPlayerCallbacks::vemoraAdGroupStart(const Player& player, const AdGroup& adGroup) {
   notify(onAdGroupStart, player, adGroup);
 }

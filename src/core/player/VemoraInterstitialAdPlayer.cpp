@@ -1,72 +1,83 @@
-#include "core/player/PlacementLayout.h"
+#include "core/page/VMRWebViewRuntime.h"
 #include "core/player/VemoraAdPlayerBase_p.h"
 #include "core/player/VemoraInterstitialViewController.h"
-#include "ports/MainThreadRelease.h"
+#include "ports/Platform.h"
 
+#include <Vemora/Vemora.h>
 #include <Vemora/VemoraInterstitialAdPlayer.h>
+
+#include <utility>
 
 namespace vemora {
 
 namespace {
 
+/// How long the page may take to end a session whose stage the viewer has closed.
+constexpr double kCloseTimeout = 5.0;
+
 class VemoraInterstitialAdPlayer_p final : public VemoraAdPlayerBase_p {
  public:
-  ~VemoraInterstitialAdPlayer_p() override {
-    // A black screen must not outlive the ad that it was for.
-    if (auto presenter = presenter_.exchange(nullptr)) {
-      dispatch().mainAsync([presenter = std::move(presenter)] { presenter->dismissViewController(true); });
-    }
-  }
-
   std::string placementType() const override { return "interstitial"; }
 
   void _start(const JsonValue& parameters) override {
-    dispatch().mainAsync([self = sharedSelf(this), parameters] { self->present(parameters); });
-  }
-
-  void shutdown() override {
-    dismissStage();
-    VemoraAdPlayerBase_p::shutdown();
-    // Again: a start may have put up its stage between the two.
-    dismissStage();
-  }
-
- private:
-  void dismissStage() {
-    dispatch().mainAsync([self = sharedSelf(this)] {
-      if (const auto presenter = self->presenter_.exchange(nullptr)) presenter->dismissViewController(true);
+    dispatch().mainAsync([weak = weakSelf(this), session = session(), parameters] {
+      if (const auto self = weak.lock()) self->present(session, parameters);
     });
   }
 
-  void present(const JsonValue& parameters) {
-    const auto webView = _getPlayerView();
+ private:
+  void sessionDidEnd(const Session& session) override {
+    if (!session->wasLoaded()) return;
+    dispatch().mainAsync([session] {
+      if (const auto stage = std::exchange(session->mainThread().stage, nullptr)) stage->dismiss();
+    });
+  }
+
+  void present(const Session& session, const JsonValue& parameters) {
+    const auto channel = session->isLive() ? session->runtime() : nullptr;
+    const auto webView = channel ? channel->getWebView() : nullptr;
+    if (!webView) return;
+    auto& stage = session->mainThread().stage;
+    if (stage && stage->holds(*webView)) {
+      // A start while the stage is on its way up is the one that waits for it.
+      if (stage->isPresented()) startInBackground(session, parameters);
+      return;
+    }
+    const auto perform = [weak = weakSelf(this), weakSession = std::weak_ptr(session)](const auto& step) {
+      return [weak, weakSession, step] {
+        const auto self = weak.lock();
+        const auto session = weakSession.lock();
+        if (self && session && session->isLive()) step(*self, session);
+      };
+    };
     const auto presenter = topMostController();
-    if (!webView || !presenter) return;
-    if (isOnStage(*webView)) return startInBackground(parameters);
-    presenter_.set(presenter);
-    const auto stage = VemoraInterstitialViewController::init();
-    stage->view()->addSubview(webView);
-    stage->view()->setBackgroundColorBlack();
-    webView->setUserInteractionEnabled(true);
-    webView->setTranslatesAutoresizingMaskIntoConstraints(false);
-    pinEdges(webView, stage->view(), true);
     // The ad starts once it can be seen; a stage that never comes up never starts it.
-    presenter->presentViewController(
-        stage, true, [self = sharedSelf(this), parameters] { self->startInBackground(parameters); });
+    stage = presenter ? VemoraInterstitialViewController::present(
+                            presenter, webView, perform([parameters](auto& self, const Session& session) {
+                              self.startInBackground(session, parameters);
+                            }),
+                            perform([](auto& self, const Session& session) { self.viewerClosed(session); }))
+                      : nullptr;
+    if (!stage)
+      Vemora::logError("The interstitial cannot be presented: there is no window to present it over");
   }
 
-  bool isOnStage(const View& webView) const {
-    const auto presenter = presenter_.get();
-    const auto stage = presenter ? presenter->presentedViewController() : nullptr;
-    return stage && webView.isDescendantOfView(*stage->view());
+  void startInBackground(const Session& session, const JsonValue& parameters) {
+    dispatch().globalAsync([self = sharedSelf(this), session, parameters] {
+      if (session->isLive()) self->VemoraAdPlayerBase_p::_start(parameters);
+    });
   }
 
-  void startInBackground(const JsonValue& parameters) {
-    dispatch().globalAsync(
-        [self = sharedSelf(this), parameters] { self->VemoraAdPlayerBase_p::_start(parameters); });
+  void viewerClosed(const Session& session) {
+    session->mainThread().stage = nullptr;
+    performInBackground(&VemoraAdPlayerBase_p::_close, nullptr);
+    dispatch().mainAfter(kCloseTimeout, [weak = weakSelf(this), weakSession = std::weak_ptr(session)] {
+      const auto self = weak.lock();
+      const auto closed = weakSession.lock();
+      if (self && closed)
+        self->endSession(closed, playbackFailed("The viewer closed the ad and the page did not end it"));
+    });
   }
-
-  Locked<std::shared_ptr<ViewController>> presenter_;
 };
 
 }  // namespace
