@@ -2,65 +2,64 @@
 
 #include "core/bridge/VMRRpc.h"
 
+#include <algorithm>
+#include <iterator>
+#include <utility>
+
 namespace vemora {
 
 void VMRObservable::registerObserver(const std::shared_ptr<VMRRuntimeMessageHandler>& observer) {
   if (!observer) return;
   const std::string awaited(observer->awaitedResponse());
+  const auto isSame = [&](const Entry& entry) {
+    return entry.address == observer.get() && !entry.observer.expired();
+  };
   MutexLock lock(mutex_);
-  if (const auto found = places_.find(observer.get()); found != places_.end()) {
-    const Ordered& list =
-        found->second.awaitedResponse.empty() ? listening_ : awaiting_[found->second.awaitedResponse];
-    if (!list.at(found->second.position).expired()) return;
-    erase(observer.get());  // Left by an observer that has gone and whose address is in use again.
+  if (awaited.empty()) {
+    if (std::any_of(listening_.begin(), listening_.end(), isSame)) return;
+    // What has gone without leaving is forgotten here: its address may be in use again.
+    std::erase_if(listening_, [](const Entry& entry) { return entry.observer.expired(); });
+    listening_.push_back({observer, observer.get(), nextPosition_++});
+    return;
   }
-  places_[observer.get()] = {nextPosition_, awaited};
-  (awaited.empty() ? listening_ : awaiting_[awaited])[nextPosition_++] = observer;
+  const auto [begin, end] = awaiting_.equal_range(awaited);
+  if (std::any_of(begin, end, [&](const auto& item) { return isSame(item.second); })) return;
+  awaiting_.emplace(awaited, Entry{observer, observer.get(), nextPosition_++});
 }
 
 void VMRObservable::unregisterObserver(const VMRRuntimeMessageHandler* observer) {
+  if (!observer) return;
+  const std::string awaited(observer->awaitedResponse());
   MutexLock lock(mutex_);
-  erase(observer);
+  std::erase_if(listening_, [observer](const Entry& entry) { return entry.address == observer; });
+  auto [entry, end] = awaiting_.equal_range(awaited);
+  while (entry != end) entry = entry->second.address == observer ? awaiting_.erase(entry) : std::next(entry);
 }
 
-void VMRObservable::erase(const VMRRuntimeMessageHandler* observer) {
-  const auto found = places_.find(observer);
-  if (found == places_.end()) return;
-  const auto& [position, awaited] = found->second;
-  if (awaited.empty()) {
-    listening_.erase(position);
-  } else if (const auto list = awaiting_.find(awaited); list != awaiting_.end()) {
-    list->second.erase(position);
-    if (list->second.empty()) awaiting_.erase(list);
-  }
-  places_.erase(found);
-}
-
-std::vector<VMRObservable::Observer> VMRObservable::inOrder(const Ordered& first, const Ordered& second) {
-  std::vector<Observer> merged;
-  merged.reserve(first.size() + second.size());
-  auto a = first.begin();
-  auto b = second.begin();
-  while (a != first.end() || b != second.end()) {
-    const bool takeFirst = b == second.end() || (a != first.end() && a->first < b->first);
-    merged.push_back(takeFirst ? (a++)->second : (b++)->second);
-  }
-  return merged;
+std::vector<VMRObservable::Observer> VMRObservable::inOrder(Entries entries) {
+  std::sort(entries.begin(), entries.end(),
+            [](const Entry& a, const Entry& b) { return a.position < b.position; });
+  std::vector<Observer> observers;
+  observers.reserve(entries.size());
+  for (Entry& entry : entries) observers.push_back(std::move(entry.observer));
+  return observers;
 }
 
 std::vector<VMRObservable::Observer> VMRObservable::observers() const {
   MutexLock lock(mutex_);
-  Ordered awaiting;
-  for (const auto& [id, list] : awaiting_) awaiting.insert(list.begin(), list.end());
-  return inOrder(listening_, awaiting);
+  Entries all = listening_;
+  for (const auto& [id, entry] : awaiting_) all.push_back(entry);
+  return inOrder(std::move(all));
 }
 
 std::vector<VMRObservable::Observer> VMRObservable::observersFor(const VMRRpc* message) const {
-  static const Ordered& none = *new Ordered;
-  const bool isResponse = message && message->isResponse();
   MutexLock lock(mutex_);
-  const auto found = isResponse ? awaiting_.find(std::string(*message->ID().asString())) : awaiting_.end();
-  return inOrder(listening_, found == awaiting_.end() ? none : found->second);
+  Entries all = listening_;
+  if (message && message->isResponse()) {
+    const auto [begin, end] = awaiting_.equal_range(std::string(*message->ID().asString()));
+    for (auto entry = begin; entry != end; ++entry) all.push_back(entry->second);
+  }
+  return inOrder(std::move(all));
 }
 
 }  // namespace vemora

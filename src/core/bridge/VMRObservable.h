@@ -4,8 +4,6 @@
 #include "core/bridge/VMRRuntimeMessageHandler.h"
 
 #include <cstdint>
-#include <functional>
-#include <map>
 #include <memory>
 #include <string>
 #include <unordered_map>
@@ -13,8 +11,9 @@
 
 namespace vemora {
 
-/// A list of observers that are held weakly and called in the order in which they were registered. Notifying
-/// works on a snapshot, so observers may come and go meanwhile. Any thread.
+/// A list of observers that are held weakly and called in the order in which they were registered, with an
+/// index of those that await one reply each. Notifying works on a snapshot, so observers may come and go
+/// meanwhile. Any thread.
 class VMRObservable {
  public:
   using Observer = std::weak_ptr<VMRRuntimeMessageHandler>;
@@ -23,7 +22,7 @@ class VMRObservable {
 
   /// Does nothing for an observer that is in the list already.
   void registerObserver(const std::shared_ptr<VMRRuntimeMessageHandler>& observer);
-  /// By address, since an observer that leaves the list while it is destroyed already reads as gone.
+  /// By address, since an observer may leave the list in its destructor, when weak references to it are empty.
   void unregisterObserver(const VMRRuntimeMessageHandler* observer);
 
   /// A snapshot in the order of registration; observers that have gone read as empty.
@@ -31,26 +30,23 @@ class VMRObservable {
 
  protected:
   /// A snapshot, in the same order, of those that may consume `message`. Calls that await other replies are
-  /// left out, so that a reply costs the same however many of them are outstanding.
+  /// left out, so that a message costs the same however many calls are outstanding.
   std::vector<Observer> observersFor(const VMRRpc* message) const;
 
  private:
-  using Position = std::uint64_t;
-  struct Place {
-    Position position;
-    std::string awaitedResponse;
+  struct Entry {
+    Observer observer;
+    const VMRRuntimeMessageHandler* address;
+    std::uint64_t position;
   };
+  using Entries = std::vector<Entry>;
 
-  using Ordered = std::map<Position, Observer>;
-
-  void erase(const VMRRuntimeMessageHandler* observer) VMR_REQUIRES(mutex_);
-  static std::vector<Observer> inOrder(const Ordered& first, const Ordered& second);
+  static std::vector<Observer> inOrder(Entries entries);
 
   mutable Mutex mutex_;  ///< Guards the fields below; held for each access alone. Nothing is locked under it.
-  Position nextPosition_ VMR_GUARDED_BY(mutex_) = 0;
-  std::unordered_map<const VMRRuntimeMessageHandler*, Place> places_ VMR_GUARDED_BY(mutex_);
-  Ordered listening_ VMR_GUARDED_BY(mutex_);
-  std::unordered_map<std::string, Ordered> awaiting_ VMR_GUARDED_BY(mutex_);
+  std::uint64_t nextPosition_ VMR_GUARDED_BY(mutex_) = 0;
+  Entries listening_ VMR_GUARDED_BY(mutex_);
+  std::unordered_multimap<std::string, Entry> awaiting_ VMR_GUARDED_BY(mutex_);
 };
 
 }  // namespace vemora
