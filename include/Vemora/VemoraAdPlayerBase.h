@@ -38,7 +38,7 @@ class VemoraAdPlayerBase_p;
 /// heartbeat check suspended: a page that hangs in the next session is not detected, and no error 5005
 /// arrives. Each further load also doubles the player's reaction to the app leaving and entering the
 /// foreground. A `load` without a `shutdown` before it replaces the running session, whose page closes
-/// without any callback but the report of its load. `load` on a used player logs an error.
+/// without any callback but the report of its load. `load` on a used player says so in the debug log.
 ///
 /// **Ownership.** The host app holds the player; the player holds its delegate weakly and its host view
 /// strongly. A player may be released at any moment, from any thread, also inside a callback. Its page

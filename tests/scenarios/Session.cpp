@@ -205,7 +205,9 @@ void Session::record(const VemoraAdPlayerBase* player, const std::string& name, 
 
 void Session::keepPromises(const std::string& entry, const std::string& name) {
   if (!dispatch().isMainThread()) breakPromise(entry + " came off the main thread");
-  if (!over_.empty()) breakPromise(entry + " came " + over_);
+  // Each load is reported, also one that was shut down; only the release of the player silences the report.
+  const bool isLateReport = name == "didLoadAds" && player_;
+  if (!over_.empty() && !isLateReport) breakPromise(entry + " came " + over_);
   if (name == "didLoadAds" && ++loadReports_ > pages_.size()) breakPromise("two reports of one load");
   if (name == "adGroupComplete" || name == "adError") {
     if (++endings_ > pages_.size()) breakPromise("two endings of one load");

@@ -119,9 +119,7 @@ void VemoraAdPlayerBase_p::load() {
   assertMainThread("VemoraAdPlayerBase::load");
   const Session previous = session();
   if (previous->wasLoaded())
-    Vemora::logError(
-        "This player has loaded before. Use a new player for each session: the heartbeat of a player "
-        "that was shut down is not watched again.");
+    Vemora::log("This player has loaded before: after a shutdown its heartbeat is not watched again");
   const Session loading = AdSession::create(weak_from_this(), *previous);
   park(loading->runtime()->getWebView());
   previous->abandon();
