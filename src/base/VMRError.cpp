@@ -13,7 +13,9 @@ bool VMRError::operator==(const VMRError& other) const {
 std::string toString(const VMRError& error) {
   std::string text = error.description;
   if (error.failureReason && *error.failureReason != error.description) text += ": " + *error.failureReason;
-  return text + " (" + error.domain + " " + std::to_string(error.code) + ")";
+  text += " (" + error.domain + " " + std::to_string(error.code) + ")";
+  if (error.underlyingError) text += ", caused by: " + toString(*error.underlyingError);
+  return text;
 }
 
 }  // namespace vemora
