@@ -121,7 +121,8 @@ std::vector<Scenario> loadingScenarios() {
          s.start();
          s.advance(12);
        },
-       {{"didLoadAds 2", "adError - 5005"}, {kScriptFailed}}},
+       {{"didLoadAds 2", "didFailToStart 5002", "adError - 5005"},
+        {kScriptFailed, "The ads were not started: ..."}}},
       {group,
        "crash-during-ad",
        "The web process ends while an ad plays.",

@@ -66,6 +66,9 @@ class Session::Delegate final : public VemoraAdPlayerDelegate {
   void vemoraDidLoadAds(const Player& p, const AdGroup& ads, const std::optional<VMRError>& error) override {
     note(p, "didLoadAds", sizeOf(ads) + (error ? " " + std::to_string(error->code) : ""));
   }
+  void vemoraDidFailToStart(const Player& p, const VMRError& error) override {
+    note(p, "didFailToStart", std::to_string(error.code));
+  }
   void vemoraAdGroupStart(const Player& p, const AdGroup& g) override { note(p, "adGroupStart", sizeOf(g)); }
   void vemoraAdStart(const Player& p, const Ad& ad) override { note(p, "adStart", nameOf(ad)); }
   void vemoraAdPlaying(const Player& p, const Ad& ad) override { note(p, "adPlaying", nameOf(ad)); }

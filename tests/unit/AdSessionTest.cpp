@@ -176,6 +176,29 @@ TEST_F(AdSessionTest, ReleaseDuringTheLoadIsSilent) {
   EXPECT_FALSE(page_->view());
 }
 
+TEST_F(AdSessionTest, ReleaseWhileTheRequestIsAskedForIsSilent) {
+  std::atomic<bool> isAsked{false}, mayAnswer{false};
+  const std::weak_ptr<VemoraInlineAdPlayer> weak = player_;
+  delegate_->onCallback = [&](const std::string& callback) {
+    if (callback != "requestForPlayer") return;
+    isAsked = true;
+    awaitBackground([&] { return mayAnswer.load(); });
+  };
+  player_->load();
+  openPage();
+  page_->view()->finishNavigation();
+  awaitBackground([&] { return isAsked.load(); });
+  postTimeChanges(5);
+  player_ = nullptr;
+  platform().fakeDispatch().runMain();
+  EXPECT_EQ(delegate_->take(), Callbacks{}) << "the load holds the player, its host does not";
+  mayAnswer = true;
+  advance(20);
+  EXPECT_EQ(delegate_->take(), Callbacks{});
+  EXPECT_TRUE(weak.expired());
+  EXPECT_FALSE(page_->view());
+}
+
 TEST_F(AdSessionTest, AQueuedEndingIsDroppedByAShutdown) {
   loadQuietly();
   page_->post(R"({"method":"ping","params":{"shutdown":true}})");

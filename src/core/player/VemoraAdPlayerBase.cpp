@@ -112,6 +112,32 @@ std::shared_ptr<VemoraAdRequest> VemoraAdPlayerBase::request() const {
 
 // Load and start.
 
+/// A strong reference to the player for the length of a call. Such references are counted, so that a player
+/// that nothing else holds is known as released by its host.
+class VemoraAdPlayerBase_p::BorrowedPlayer {
+ public:
+  explicit BorrowedPlayer(VemoraAdPlayerBase_p& lender)
+      : lender_(lender.shared_from_this()), player_(lender.player_.get().lock()) {
+    if (player_) ++lender_->borrowed_;
+  }
+  ~BorrowedPlayer() {
+    if (!player_) return;
+    player_ = nullptr;
+    --lender_->borrowed_;
+  }
+  BorrowedPlayer(const BorrowedPlayer&) = delete;
+  BorrowedPlayer& operator=(const BorrowedPlayer&) = delete;
+
+  const std::shared_ptr<VemoraAdPlayerBase>& get() const { return player_; }
+  std::shared_ptr<VemoraAdPlayerDelegate> delegate() const {
+    return player_ && player_.use_count() > lender_->borrowed_ ? player_->delegate() : nullptr;
+  }
+
+ private:
+  const std::shared_ptr<VemoraAdPlayerBase_p> lender_;
+  std::shared_ptr<VemoraAdPlayerBase> player_;
+};
+
 VemoraAdPlayerBase_p::VemoraAdPlayerBase_p() = default;
 VemoraAdPlayerBase_p::~VemoraAdPlayerBase_p() = default;
 
@@ -188,10 +214,10 @@ void VemoraAdPlayerBase_p::_load(const Session& session) {
 }
 
 std::optional<std::shared_ptr<VemoraAdRequest>> VemoraAdPlayerBase_p::askForRequest() {
-  auto player = player_.get().lock();
-  auto delegate = player ? player->delegate() : nullptr;
+  auto player = std::make_shared<BorrowedPlayer>(*this);
+  auto delegate = player->delegate();
   std::optional<std::shared_ptr<VemoraAdRequest>> request;
-  if (delegate) request = delegate->requestForPlayer(player);
+  if (delegate) request = delegate->requestForPlayer(player->get());
   // The host may have released them meanwhile, and both may hold what belongs to the main thread.
   releaseOnMainThread(std::move(delegate));
   releaseOnMainThread(std::move(player));
@@ -350,9 +376,8 @@ template <typename... Parameters, typename... Arguments>
 void VemoraAdPlayerBase_p::notifyDelegate(
     void (VemoraAdPlayerDelegate::*callback)(const VemoraAdPlayerDelegate::Player&, Parameters...),
     const Arguments&... arguments) {
-  const auto player = player_.get().lock();
-  const auto delegate = player ? player->delegate() : nullptr;
-  if (delegate) (delegate.get()->*callback)(player, arguments...);
+  const BorrowedPlayer player(*this);
+  if (const auto delegate = player.delegate()) (delegate.get()->*callback)(player.get(), arguments...);
 }
 
 bool VemoraAdPlayerBase_p::handleMessage(const std::shared_ptr<VMRRpc>& message, const Session& session) {

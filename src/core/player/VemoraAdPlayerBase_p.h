@@ -141,13 +141,16 @@ class VemoraAdPlayerBase_p : public SFSafariViewControllerDelegate,
   void deliverEnding(const Session& session, const AdSessionEnding& ending);
   void watchStart(const Session& session);
   Heartbeat::Check heartbeatCheck(const Session& session);
-  /// Calls the delegate, if it and the player are still there. Main thread.
+  /// Calls the delegate, if it is still there and the host has not released the player. Main thread.
   template <typename... Parameters, typename... Arguments>
   void notifyDelegate(void (VemoraAdPlayerDelegate::*callback)(const VemoraAdPlayerDelegate::Player&,
                                                                Parameters...),
                       const Arguments&... arguments);
 
+  class BorrowedPlayer;
+
   Locked<std::weak_ptr<VemoraAdPlayerBase>> player_;  ///< The owner. Set by `load`.
+  std::atomic<long> borrowed_{0};                     ///< How many of its strong references are ours.
   std::atomic<double> startTimeout_{0};
   Locked<Session> session_{AdSession::none()};
   Heartbeat heartbeat_;
