@@ -1,5 +1,7 @@
 #pragma once
 
+#include "../../src/backends/gtk/base/GObjectPtr.h"
+
 #include <glib.h>
 
 #include <memory>
@@ -7,20 +9,11 @@
 
 namespace vemora {
 
-/// Turns a C function that frees into a deleter without a size.
-template <auto Free>
-struct FreeWith {
-  template <typename T>
-  void operator()(T* value) const {
-    Free(value);
-  }
-};
-
-using GStringPtr = std::unique_ptr<char, FreeWith<g_free>>;
-using GBytesPtr = std::unique_ptr<GBytes, FreeWith<g_bytes_unref>>;
-using GUriPtr = std::unique_ptr<GUri, FreeWith<g_uri_unref>>;
-using GMainLoopPtr = std::unique_ptr<GMainLoop, FreeWith<g_main_loop_unref>>;
-using GOptionContextPtr = std::unique_ptr<GOptionContext, FreeWith<g_option_context_free>>;
+using GStringPtr = std::unique_ptr<char, gtk::GFree<g_free>>;
+using GBytesPtr = std::unique_ptr<GBytes, gtk::GFree<g_bytes_unref>>;
+using GUriPtr = std::unique_ptr<GUri, gtk::GFree<g_uri_unref>>;
+using GMainLoopPtr = std::unique_ptr<GMainLoop, gtk::GFree<g_main_loop_unref>>;
+using GOptionContextPtr = std::unique_ptr<GOptionContext, gtk::GFree<g_option_context_free>>;
 
 /// Receives the error of one GLib call: `if (!call(..., error.out())) report(error.message());`
 class GErrorHolder {

@@ -91,8 +91,8 @@ void checkAdList(const std::string& option, const fs::path& file) {
 
 void checkAdDocument(const std::string& option, const fs::path& file) {
   const std::string text = contentOf(readableFile(option, file));
-  using Context = std::unique_ptr<xmlParserCtxt, FreeWith<xmlFreeParserCtxt>>;
-  using Document = std::unique_ptr<xmlDoc, FreeWith<xmlFreeDoc>>;
+  using Context = std::unique_ptr<xmlParserCtxt, gtk::GFree<xmlFreeParserCtxt>>;
+  using Document = std::unique_ptr<xmlDoc, gtk::GFree<xmlFreeDoc>>;
   const Context context(xmlNewParserCtxt());
   const Document document(xmlCtxtReadMemory(context.get(), text.data(), static_cast<int>(text.size()),
                                             nullptr, nullptr,

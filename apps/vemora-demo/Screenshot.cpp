@@ -11,7 +11,7 @@
 namespace vemora {
 namespace {
 
-using GskRenderNodePtr = std::unique_ptr<GskRenderNode, FreeWith<gsk_render_node_unref>>;
+using GskRenderNodePtr = std::unique_ptr<GskRenderNode, gtk::GFree<gsk_render_node_unref>>;
 
 using Done = std::function<void(ScreenshotResult, const std::string&)>;
 
