@@ -37,7 +37,7 @@ void checkNames(const std::string& option, const fs::path& file, const JsonValue
     const std::string name(entry.key.asString().value_or(""));
     if (std::find(known.begin(), known.end(), name) != known.end()) continue;
     std::string list;
-    for (const std::string_view one : known) list += (list.empty() ? "" : ", ") + prefix + std::string(one);
+    for (const std::string_view one : known) list.append(list.empty() ? "" : ", ").append(prefix).append(one);
     fail(option, file, "nothing reads '" + prefix + name + "'; known are " + list);
   }
 }

@@ -149,7 +149,7 @@ fs::path readableFolder(const std::string& option, const fs::path& folder) {
 }
 
 fs::path writableFile(const std::string& option, const fs::path& path) {
-  const fs::path file = fs::absolute(path);
+  fs::path file = fs::absolute(path);
   const bool isWritable = file.has_filename() && !fs::is_directory(file) &&
                           access(fs::exists(file) ? file.c_str() : file.parent_path().c_str(), W_OK) == 0;
   if (!isWritable) throw BadArguments("--" + option + ": cannot write the file '" + path.string() + "'");

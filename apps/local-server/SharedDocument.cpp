@@ -41,7 +41,7 @@ std::string relativePathOf(std::string_view address) {
 
 }  // namespace
 
-SharedDocument::SharedDocument(fs::path document)
+SharedDocument::SharedDocument(const fs::path& document)
     : document_(fs::canonical(document)), prefix_("/" + randomName() + "/") {}
 
 std::string SharedDocument::path() const {
@@ -58,7 +58,11 @@ Replacements SharedDocument::replacements(const std::string& origin) const {
   Replacements result;
   for (const std::string& name : named().marked) {
     // A name may begin another one ("a.mp4", "a.mp4.vtt"): the prefix keeps a second replacement off.
-    result.emplace_back(std::string(kOriginMark) + "/" + name, origin + prefix_ + name);
+    std::string marked = kOriginMark;
+    std::string address = origin;
+    marked.append("/").append(name);
+    address.append(prefix_).append(name);
+    result.emplace_back(std::move(marked), std::move(address));
   }
   result.emplace_back(kOriginMark, origin);
   return result;

@@ -17,7 +17,7 @@ namespace vemora {
 /// address that cannot be guessed, because other users of the machine can reach the server too.
 class SharedDocument {
  public:
-  explicit SharedDocument(std::filesystem::path document);
+  explicit SharedDocument(const std::filesystem::path& document);
 
   /// "/SECRET/", where the secret has 128 random bits.
   [[nodiscard]] const std::string& prefix() const { return prefix_; }

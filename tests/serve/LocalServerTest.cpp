@@ -181,7 +181,7 @@ TEST_F(LocalServerTest, StreamsFilesOfManyPieces) {
 }
 
 TEST_F(LocalServerTest, BreaksTheConnectionWhenAFileShrinksUnderIt) {
-  const fs::path film = folder.write("media/video.mp4", noise(64'000'000));
+  const fs::path video = folder.write("media/video.mp4", noise(64'000'000));
   start();
   const auto message = GObjectPtr<SoupMessage>::adopt(
       soup_message_new("GET", (server->origin() + "/media/video.mp4").c_str()));

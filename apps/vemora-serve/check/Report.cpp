@@ -47,11 +47,11 @@ std::string lineOf(const Finding& finding, std::size_t nameWidth) {
 std::string summary(std::span<const Finding> findings) {
   std::string text;
   for (const Finding& finding : findings) {
-    const std::string name = finding.rule->name;
-    const std::string seen = finding.seen.empty() ? "" : ": " + finding.seen.front();
-    if (finding.outcome == Outcome::Fail)
-      text += "FAIL  " + name + seen + ". To do: " + finding.rule->advice + "\n";
-    if (finding.isUnjudged) text += "NOT JUDGED  " + name + seen + "\n";
+    if (finding.outcome != Outcome::Fail && !finding.isUnjudged) continue;
+    text.append(finding.isUnjudged ? "NOT JUDGED  " : "FAIL  ").append(finding.rule->name);
+    if (!finding.seen.empty()) text.append(": ").append(finding.seen.front());
+    if (!finding.isUnjudged) text.append(". To do: ").append(finding.rule->advice);
+    text.append("\n");
   }
   return text;
 }
