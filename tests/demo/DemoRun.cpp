@@ -104,7 +104,8 @@ std::vector<std::string> DemoRun::beacons() const {
 
 testing::AssertionResult haveArrived(const std::vector<std::string>& beacons,
                                      std::vector<std::string> expected) {
-  constexpr std::ptrdiff_t kMostOvertaken = 2;
+  // The first frame of an ad behind two wrappers fires seven beacons at once.
+  constexpr std::ptrdiff_t kMostOvertaken = 6;
   const testing::AssertionResult failure = testing::AssertionFailure()
                                            << testing::PrintToString(beacons) << "\nrather than\n"
                                            << testing::PrintToString(expected);
