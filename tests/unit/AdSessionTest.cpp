@@ -71,11 +71,16 @@ TEST_F(AdSessionTest, ALoadThatWasReplacedLeavesTheNextSessionAlone) {
 TEST_F(AdSessionTest, ASecondLoadShowsTheFirstOnesResultsUntilItHasItsOwn) {
   loadQuietly();
   const auto group = player_->adGroup();
+  const auto request = std::exchange(delegate_->request, nullptr);
+  std::atomic<bool> mayAnswer{false};
+  delegate_->onCallback = [&](const std::string& callback) {
+    if (callback == "requestForPlayer") awaitBackground([&] { return mayAnswer.load(); });
+  };
   player_->load();
   EXPECT_EQ(player_->adGroup(), group);
-  EXPECT_EQ(player_->request(), delegate_->request);
+  EXPECT_EQ(player_->request(), request);
   EXPECT_TRUE(inner(*player_).config());
-  delegate_->request = nullptr;
+  mayAnswer = true;
   settle();
   EXPECT_FALSE(player_->adGroup());
   EXPECT_FALSE(player_->request());
