@@ -40,7 +40,8 @@ struct VEMORA_EXPORT VMRError {
   bool operator==(const VMRError& other) const;
 };
 
-/// One line for logs: the description, the reason if there is one, the domain and the code. Any thread.
+/// One line for logs: the description, the reason if there is one, the domain and the code; then the same of
+/// the underlying error. Any thread.
 VEMORA_EXPORT std::string toString(const VMRError& error);
 
 }  // namespace vemora

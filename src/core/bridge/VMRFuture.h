@@ -12,12 +12,12 @@
 
 namespace vemora {
 
-/// Posted once for each future, by the thread that completed it, with the future as object. Any listener is
-/// welcome.
+/// Posted once for each future, by the thread that completed it, with the future as object. Nothing in the SDK
+/// observes it.
 inline constexpr char kVMRFutureCompleteNotification[] = "kVMRFutureCompleteNotification";
 
 /// A result that comes once: a value, an error, or a cancellation. The first completion wins and later ones
-/// are ignored without a word.
+/// are ignored.
 ///
 ///     if (future->wait(5.0) && !future->error()) use(future->value());
 ///

@@ -20,8 +20,8 @@ std::optional<std::size_t> entryCount(const JsonValue& container) {
 }
 
 /// A message needs a method, or params with entries, or any result, or an error with entries. An empty result
-/// counts and an empty error does not: kept on purpose. Only what has to be looked at is looked at, in this
-/// order, so what stands behind the first thing that makes the message valid may be of any type.
+/// counts and an empty error does not: kept on purpose. The members are tested in
+/// this order up to the first one that makes the message valid; those after it may be of any type.
 bool isValid(const JsonValue& method, const JsonValue& params, const JsonValue& result,
              const JsonValue& error) {
   const auto methodLength = length(method);

@@ -29,9 +29,8 @@ class VMRRpc {
                                             const JsonValue& error);
 
   const JsonValue& ID() const { return id_; }  ///< A string, never empty.
-  const JsonValue& method() const {
-    return method_;
-  }  ///< A string or null, as all below are what they are or null.
+  /// A string, or null.
+  const JsonValue& method() const { return method_; }
   const JsonValue& params() const { return params_; }
   const JsonValue& result() const { return result_; }
   const JsonValue& error() const { return error_; }
