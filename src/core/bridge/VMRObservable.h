@@ -22,7 +22,8 @@ class VMRObservable {
 
   /// Does nothing for an observer that is in the list already.
   void registerObserver(const std::shared_ptr<VMRRuntimeMessageHandler>& observer);
-  /// By address, since an observer may leave the list in its destructor, when weak references to it are empty.
+  /// By address, since an observer may leave the list in its destructor, when weak references to it are
+  /// empty.
   void unregisterObserver(const VMRRuntimeMessageHandler* observer);
 
   /// A snapshot in the order of registration; observers that have gone read as empty.

@@ -23,8 +23,8 @@ class SilentRuntime final : public VMRRuntime {
   void postMessage(const std::shared_ptr<VMRRpc>&, ErrorHandler) override {}
 };
 
-// A call and the client's wait for it end at the same instant. Only the real clock shows which one is first, so
-// this is the one test that takes the five seconds of a time-out.
+// A call and the client's wait for it end at the same instant. Only the real clock shows which one is first,
+// so this is the one test that takes the five seconds of a time-out.
 TEST(SilentPageTest, EveryCommandReportsTheSameError) {
   constexpr std::size_t kCommands = 400;
   std::vector<std::shared_ptr<VMRAdDumper>> clients;
