@@ -74,8 +74,8 @@ class DemoSessionTest : public testing::Test {
     return !isServed(origin);
   }
 
-  const Strings playedToItsEnd{"requestForPlayer", "didLoadAds",        "adGroupStart",
-                               "adStart film-1",   "adComplete film-1", "adGroupComplete"};
+  const Strings playedToItsEnd{"requestForPlayer", "didLoadAds",      "adGroupStart",
+                               "adStart ad-1",     "adComplete ad-1", "adGroupComplete"};
   const std::string single = VEMORA_FIXTURES "/single.xml";
   HeadlessDesktop desktop;
   TestFolder folder;
@@ -184,8 +184,8 @@ TEST_F(DemoSessionTest, ResizesAnAdThatPlays) {
 TEST_F(DemoSessionTest, PlaysOverTheWholeScreen) {
   DemoRun run({"--placement", "interstitial", "--vast", single, "--screenshot", shot, "--do", "close@3.4"});
   EXPECT_EQ(run.finish(), 0) << run.output();
-  EXPECT_EQ(run.callbacks(), (Strings{"requestForPlayer", "didLoadAds", "adGroupStart", "adStart film-1",
-                                      "adUserClose film-1", "adGroupComplete"}))
+  EXPECT_EQ(run.callbacks(), (Strings{"requestForPlayer", "didLoadAds", "adGroupStart", "adStart ad-1",
+                                      "adUserClose ad-1", "adGroupComplete"}))
       << run.output();
   EXPECT_EQ(run.criticals(), "");
   EXPECT_GT(colouredShareOf(shot), 0.4) << "the video fills the picture";

@@ -69,14 +69,14 @@ it("takes a document that comes with the request before a tag", async () => {
     const ads = await driver.loadAds({ params });
     expect(ads).toEqual([
       {
-        id: "film-1",
+        id: "ad-1",
         index: 0,
         vpi: "mp4",
-        title: "Film 1",
+        title: "Ad 1",
         duration: 4,
         price: 1.25,
         url: `${origin}/media/ad-1.mp4`,
-        clickthru: "https://advertiser.example/film-1",
+        clickthru: "https://advertiser.example/ad-1",
       },
     ]);
     expect(driver.requests).not.toContain("/pod.xml");
