@@ -3,7 +3,7 @@ import type { EndCardEvents } from "../playback/player_view";
 import { displayableResource, linkIn } from "../playback/resource_choice";
 import { button, element } from "./dom";
 import type { Size } from "./geometry";
-import { resourceView } from "./resource_view";
+import { resourceView, scaleResource } from "./resource_view";
 
 /** The companion that is shown when the video is over. It loads out of sight before. */
 export class EndCardView {
@@ -44,18 +44,15 @@ export class EndCardView {
   /** Images fill the view as far as their shape allows. HTML keeps the size that it was made for, or is made smaller. */
   resize(view: Size): void {
     const { companion, card } = this;
-    const content = card?.firstElementChild as HTMLElement | null | undefined;
+    const content = card?.firstElementChild;
     if (!companion || !card || !content) return;
-    const isFrame = content instanceof HTMLIFrameElement;
     const width = companion.width || view.width;
     const height = companion.height || view.height;
     const fitting = Math.min(view.width / width, view.height / height);
-    const scale = isFrame ? Math.min(1, fitting) : fitting;
+    const scale = content instanceof HTMLIFrameElement ? Math.min(1, fitting) : fitting;
     card.style.width = `${width * scale}px`;
     card.style.height = `${height * scale}px`;
-    content.style.width = isFrame ? `${width}px` : "100%";
-    content.style.height = isFrame ? `${height}px` : "100%";
-    content.style.transform = isFrame ? `scale(${scale})` : "";
+    scaleResource(content, { width, height }, scale);
   }
 
   clear(): void {

@@ -2,7 +2,7 @@ import type { Icon } from "../ads/ad";
 import { displayableResource } from "../playback/resource_choice";
 import { button, element } from "./dom";
 import { clampInto, overlap, type Box, type Size } from "./geometry";
-import { resourceView } from "./resource_view";
+import { resourceView, scaleResource } from "./resource_view";
 
 /** Icons are made smaller with the video, but not below this height: they must stay legible. */
 const leastHeight = 20;
@@ -60,6 +60,8 @@ export class IconLayer {
         width: `${box.width}px`,
         height: `${box.height}px`,
       });
+      const made = { width: icon.width || box.width, height: icon.height || box.height };
+      if (root.firstElementChild) scaleResource(root.firstElementChild, made, box.width / made.width);
     }
   }
 

@@ -1,5 +1,9 @@
 import type { Resource } from "../ads/ad";
 import { element } from "./dom";
+import type { Size } from "./geometry";
+
+/** HTML of an ad fills the size that it states, without the margins and scroll bars of a page. */
+const plainPage = "<style>html,body{margin:0;overflow:hidden}</style>";
 
 export interface ResourceEvents {
   loaded(): void;
@@ -18,6 +22,14 @@ export function resourceView(resource: Resource, altText: string, events: Resour
   return made;
 }
 
+/** Images fill the element around them. Frames keep the size that they were made for and are drawn larger or smaller. */
+export function scaleResource(view: Element, made: Size, scale: number): void {
+  if (!(view instanceof HTMLIFrameElement)) return;
+  view.style.width = `${made.width}px`;
+  view.style.height = `${made.height}px`;
+  view.style.transform = `scale(${scale})`;
+}
+
 function imageOf(src: string, altText: string): HTMLImageElement {
   const image = element("img", "resource");
   image.alt = altText;
@@ -32,7 +44,7 @@ function frameOf(resource: Exclude<Resource, { kind: "static" }>, title: string)
   frame.referrerPolicy = "no-referrer";
   frame.title = title;
   frame.tabIndex = -1;
-  if (resource.kind === "html") frame.srcdoc = resource.html;
+  if (resource.kind === "html") frame.srcdoc = plainPage + resource.html;
   else frame.src = resource.src;
   return frame;
 }
