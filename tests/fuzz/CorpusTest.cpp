@@ -1,4 +1,5 @@
 #include "MessageFuzz.h"
+#include "SessionFuzz.h"
 
 #include <gtest/gtest.h>
 
@@ -11,11 +12,14 @@
 namespace vemora {
 namespace {
 
-/// Everything the fuzzer found worth keeping, and everything that ever crashed, under every compiler and
+using Target = void (*)(const std::uint8_t*, std::size_t);
+
+/// Everything that a fuzzer found worth keeping, and everything that ever crashed, with every compiler and
 /// sanitizer.
-TEST(Corpus, IsReadWithoutHarm) {
+void replay(const char* folder, Target target) {
   std::vector<std::filesystem::path> files;
-  for (const auto& entry : std::filesystem::directory_iterator(VEMORA_FUZZ_CORPUS))
+  for (const auto& entry :
+       std::filesystem::directory_iterator(std::filesystem::path(VEMORA_FUZZ_CORPUS) / folder))
     files.push_back(entry.path());
   ASSERT_FALSE(files.empty());
   std::sort(files.begin(), files.end());
@@ -23,11 +27,24 @@ TEST(Corpus, IsReadWithoutHarm) {
     SCOPED_TRACE(file.filename().string());
     std::ifstream stream(file, std::ios::binary);
     const std::vector<char> bytes{std::istreambuf_iterator<char>(stream), {}};
-    fuzzMessage(reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size());
-    // Every beginning as well: a message may be cut anywhere.
-    for (std::size_t size = 0; size < std::min<std::size_t>(bytes.size(), 256); ++size)
-      fuzzMessage(reinterpret_cast<const std::uint8_t*>(bytes.data()), size);
+    const auto* data = reinterpret_cast<const std::uint8_t*>(bytes.data());
+    target(data, bytes.size());
+    // A message may also be cut anywhere.
+    for (std::size_t size = 0; size < std::min<std::size_t>(bytes.size(), 256); ++size) target(data, size);
   }
+}
+
+TEST(Corpus, Messages) {
+  replay("message", fuzzMessage);
+}
+TEST(Corpus, ValuesOfAPage) {
+  replay("values", fuzzValues);
+}
+TEST(Corpus, Dictionaries) {
+  replay("dictionaries", fuzzDictionaries);
+}
+TEST(Corpus, Events) {
+  replay("events", fuzzEvents);
 }
 
 }  // namespace

@@ -13,8 +13,6 @@ namespace vemora::scenarios {
 
 namespace {
 
-constexpr std::size_t kWindowAndRootViews = 2;
-
 testing::TestingPlatform& platform() {
   return testing::TestingPlatform::current();
 }
@@ -98,6 +96,7 @@ Session::Session(Placement placement, const testing::ScheduledDispatch::Policy& 
   platform().useDispatch(&schedule);
   platform().reset();
   schedule.restart(policy);
+  viewsBefore_ = testing::FakeView::alive();
   Vemora::debugMode(true);
   Vemora::setAPIKey(std::nullopt);
   completionToken_ = NotificationCenter::defaultCenter().addObserver(
@@ -109,6 +108,7 @@ Session::Session(Placement placement, const testing::ScheduledDispatch::Policy& 
   delegate_->session = this;
   weakDelegate_ = delegate_;
   request_ = VemoraAdRequest::initWithApiKey("key");
+  request_->setChannel("7");
   player_ = makePlayer(placement);
   player_->setDelegate(delegate_);
   weakPlayer_ = player_;
@@ -275,7 +275,7 @@ void Session::finish() {
   container_ = nullptr;
   completionToken_ = {};
   platform().reset();
-  if (testing::FakeView::alive() != kWindowAndRootViews) breakPromise("views are left");
+  if (testing::FakeView::alive() != viewsBefore_) breakPromise("views are left");
   platform().useDispatch(nullptr);
 }
 

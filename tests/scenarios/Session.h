@@ -106,6 +106,7 @@ class Session {
   std::set<std::size_t> answeredBeacons_;
   std::size_t endings_ = 0;
   std::size_t loadReports_ = 0;
+  std::size_t viewsBefore_ = 0;
   bool isFinished_ = false;
 };
 

@@ -45,7 +45,8 @@ class ScheduledDispatch final : public FakeDispatch {
   void globalAfter(double seconds, std::shared_ptr<DispatchBlock> block) override;
   void detachNewThread(Work work) override;
   double now() const override { return now_; }
-  bool waitUntil(Mutex& mutex, std::condition_variable& condition, double deadline) override;
+  bool waitUntil(Mutex& mutex, std::condition_variable& condition, double deadline)
+      VMR_REQUIRES(mutex) override;
 
   /// Time 0 and a fresh generator. Nothing may be left of the session before.
   void restart(const Policy& policy);

@@ -1,0 +1,6 @@
+#include "SessionFuzz.h"
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  vemora::fuzzDictionaries(data, size);
+  return 0;
+}
