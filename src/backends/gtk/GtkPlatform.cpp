@@ -1,4 +1,6 @@
 #include "backends/gtk/GtkPorts.h"
+#include "backends/gtk/dispatch/MainQueue.h"
+#include "core/settings/StallWatch.h"
 
 namespace vemora {
 
@@ -37,6 +39,10 @@ class GtkPlatform final : public Platform {
 }  // namespace
 
 std::unique_ptr<Platform> createPlatform() {
+  MainQueue::setBlockRunner([](const MainQueue::Work& block) {
+    const StallWatch watch("main queue");
+    block();
+  });
   return std::make_unique<GtkPlatform>();
 }
 

@@ -88,7 +88,7 @@ void MainQueue::runPass() {
     const Work work = std::move(pass_.front());
     pass_.pop_front();
     --waiting_;
-    work();
+    runBlock_.load(std::memory_order_relaxed)(work);
     now = Clock::now();
   } while (!pass_.empty() && !closed_ && now - begin < kPass);
 

@@ -24,6 +24,10 @@ namespace vemora::gtk {
 class MainQueue {
  public:
   using Work = std::function<void()>;
+  using BlockRunner = void (*)(const Work& block);
+
+  /// What calls each block from now on, such as a watch around it. Before the first block.
+  static void setBlockRunner(BlockRunner runner) { runBlock_ = runner; }
 
   MainQueue();
   /// Main thread.
@@ -48,6 +52,8 @@ class MainQueue {
   void runPass();
   bool beginPass();
   void endPass();
+
+  static inline std::atomic<BlockRunner> runBlock_{[](const Work& block) { block(); }};
 
   GMainContext* const context_;
   GSource* source_ = nullptr;

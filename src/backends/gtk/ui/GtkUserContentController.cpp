@@ -1,6 +1,7 @@
 #include "backends/gtk/ui/GtkUserContentController.h"
 
 #include "backends/gtk/ui/ScriptValue.h"
+#include "core/settings/StallWatch.h"
 #include "ports/Platform.h"
 
 namespace vemora::gtk {
@@ -38,6 +39,7 @@ void GtkUserContentController::removeScriptMessageHandlerForName(std::string_vie
 }
 
 void GtkUserContentController::received(const std::string& name, JSCValue* body) {
+  const StallWatch watch("message of the page");
   const auto entry = registrations_.find(name);
   if (entry == registrations_.end()) return;
   const auto handler = entry->second.handler;
