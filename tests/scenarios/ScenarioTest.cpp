@@ -6,8 +6,10 @@
 #include <algorithm>
 #include <cctype>
 #include <cstdio>
+#include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <regex>
 #include <set>
 #include <string_view>
 
@@ -82,10 +84,41 @@ std::string testName(const ::testing::TestParamInfo<Scenario>& info) {
 
 INSTANTIATE_TEST_SUITE_P(, ScenarioTest, ::testing::ValuesIn(allScenarios()), testName);
 
+std::string textOf(const std::filesystem::path& file) {
+  std::ifstream stream(file);
+  return {std::istreambuf_iterator<char>(stream), {}};
+}
+
+/// The test cases in all sources of the tests, as "Suite.Name".
+std::set<std::string> allTestCases() {
+  std::set<std::string> names;
+  const std::regex definition(R"(TEST(?:_F|_P)?\((\w+),\s*(\w+)\))");
+  for (const auto& entry : std::filesystem::recursive_directory_iterator(VEMORA_TESTS_FOLDER)) {
+    if (entry.path().extension() != ".cpp") continue;
+    const std::string text = textOf(entry.path());
+    for (std::sregex_iterator match(text.begin(), text.end(), definition), end; match != end; ++match)
+      names.insert((*match)[1].str() + "." + (*match)[2].str());
+  }
+  return names;
+}
+
+TEST(SecurityDocument, NamesTestsThatExist) {
+  std::set<std::string> known = allTestCases();
+  for (const Scenario& scenario : allScenarios()) known.insert("scenario: " + scenario.name);
+  const std::string text = textOf(VEMORA_SECURITY_FILE);
+  const std::regex reference(R"(`((?:[A-Z]\w+\.[A-Z]\w+)|scenario: [^`]+)`)");
+  std::size_t count = 0;
+  for (std::sregex_iterator match(text.begin(), text.end(), reference), end; match != end; ++match) {
+    const std::string name = (*match)[1].str();
+    if (name == "Suite.Name" || name == "scenario: name") continue;
+    EXPECT_TRUE(known.contains(name)) << name;
+    ++count;
+  }
+  EXPECT_GT(count, 20u);
+}
+
 TEST(OutcomesDocument, IsUpToDate) {
-  std::ifstream stream(VEMORA_OUTCOMES_FILE);
-  const std::string written{std::istreambuf_iterator<char>(stream), {}};
-  EXPECT_TRUE(written == outcomesDocument())
+  EXPECT_TRUE(textOf(VEMORA_OUTCOMES_FILE) == outcomesDocument())
       << "docs/outcomes.md is stale: run vemora-scenarios --write FILE";
 }
 
