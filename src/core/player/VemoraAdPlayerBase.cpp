@@ -5,6 +5,7 @@
 #include "core/model/VMRConfig.h"
 #include "core/page/VMRWebViewRuntime.h"
 #include "core/player/VemoraAdPlayerBase_p.h"
+#include "core/settings/StallWatch.h"
 #include "core/viewability/VMRMoatTracker.h"
 #include "ports/MainThreadRelease.h"
 #include "ports/Platform.h"
@@ -64,10 +65,12 @@ VemoraAdPlayerBase::~VemoraAdPlayerBase() {
 }
 
 void VemoraAdPlayerBase::load() {
+  const StallWatch watch("load");
   d->player_.set(weak_from_this());
   d->load();
 }
 void VemoraAdPlayerBase::start() {
+  const StallWatch watch("start");
   d->start();
 }
 void VemoraAdPlayerBase::play() {
@@ -89,9 +92,11 @@ void VemoraAdPlayerBase::close() {
   d->performInBackground(&VemoraAdPlayerBase_p::_close, nullptr);
 }
 void VemoraAdPlayerBase::shutdown() {
+  const StallWatch watch("shutdown");
   d->shutdown();
 }
 void VemoraAdPlayerBase::setSize(float size) {
+  const StallWatch watch("setSize");
   d->setSize(size);
 }
 void VemoraAdPlayerBase::setStartTimeout(double seconds) {
@@ -377,7 +382,10 @@ void VemoraAdPlayerBase_p::notifyDelegate(
     void (VemoraAdPlayerDelegate::*callback)(const VemoraAdPlayerDelegate::Player&, Parameters...),
     const Arguments&... arguments) {
   const BorrowedPlayer player(*this);
-  if (const auto delegate = player.delegate()) (delegate.get()->*callback)(player.get(), arguments...);
+  const auto delegate = player.delegate();
+  if (!delegate) return;
+  const StallWatch::HostCall hostCall;
+  (delegate.get()->*callback)(player.get(), arguments...);
 }
 
 bool VemoraAdPlayerBase_p::handleMessage(const std::shared_ptr<VMRRpc>& message, const Session& session) {
