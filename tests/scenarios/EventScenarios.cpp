@@ -82,13 +82,13 @@ std::vector<Scenario> eventScenarios() {
        [](Session& s) {
          s.play();
          for (int i = 0; i < 100; ++i) {
+           s.page().post(R"({"method":"ping","params":{"shutdown":true}})");
            s.page().event("AdError", "a", R"("broken")");
            s.page().event("AdGroupEnd");
-           s.page().post(R"({"method":"ping","params":{"shutdown":true}})");
          }
          s.advance(12);
        },
-       {playingThen({"adError a 5004"})}},
+       {playingThen({"adError - 5004"})}},
       {group,
        "event-storm",
        "500 events come at once.",

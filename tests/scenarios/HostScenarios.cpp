@@ -1,6 +1,7 @@
 #include "Scenario.h"
 
 #include <algorithm>
+#include <string_view>
 
 namespace vemora::scenarios {
 
@@ -163,6 +164,16 @@ const std::vector<State>& states() {
   return all;
 }
 
+/// The states in which a load has not been reported yet.
+bool isLoading(const State& state) {
+  const std::string name = state.name;
+  return name.starts_with("waiting") || name.starts_with("loading");
+}
+
+std::vector<std::string> errorsIn(const State& state) {
+  return isLoading(state) ? std::vector<std::string>{kGivenUp} : std::vector<std::string>();
+}
+
 /// Ends in each state: no callback may follow, whatever the page does.
 void addEnds(std::vector<Scenario>& table) {
   const char* group = "The host acts in each state";
@@ -170,24 +181,35 @@ void addEnds(std::vector<Scenario>& table) {
       {"shutdown", "`shutdown` on the main thread.", [](Session& s) { s.shutdown(); }},
       {"release", "The player is released on the main thread.", [](Session& s) { s.releasePlayer(); }},
       {"release-in-background", "The player is released on another thread.",
-       [](Session& s) { s.releasePlayerInBackground(); }},
+       [](Session& s) {
+         s.releasePlayerInBackground();
+         s.run();
+       }},
       {"release-delegate", "The delegate is released.", [](Session& s) { s.releaseDelegate(); }}};
   for (const HostAction& action : actions) {
     for (const State& state : states()) {
-      table.push_back({group,
-                       action.name,
-                       action.description,
-                       [reach = state.reach, act = action.act](Session& s) {
-                         reach(s);
-                         act(s);
-                         for (std::size_t i = 0; i < s.loads(); ++i) {
-                           s.page(i).finish();
-                           for (const char* event : {"AdStarted", "AdPaused", "AdError", "AdGroupEnd"})
-                             s.page(i).event(event);
-                         }
-                         s.advance(30);
-                       },
-                       {state.callbacks, {}, {}, "No callback follows."}});
+      auto callbacks = state.callbacks;
+      // Each load is reported, also one that was shut down.
+      const bool isReported = isLoading(state) && std::string_view(action.name) == "shutdown";
+      if (isReported) callbacks.emplace_back("didLoadAds - 5003");
+      table.push_back(
+          {group,
+           action.name,
+           action.description,
+           [reach = state.reach, act = action.act](Session& s) {
+             reach(s);
+             act(s);
+             for (std::size_t i = 0; i < s.loads(); ++i) {
+               s.page(i).finish();
+               for (const char* event : {"AdStarted", "AdPaused", "AdError", "AdGroupEnd"})
+                 s.page(i).event(event);
+             }
+             s.advance(30);
+           },
+           {callbacks,
+            errorsIn(state),
+            {},
+            isReported ? "Nothing but the report of the load follows." : "No callback follows."}});
       table.back().variant = state.name;
     }
   }
@@ -217,7 +239,7 @@ void addHarmless(std::vector<Scenario>& table) {
     for (const State& state : states()) {
       const std::string name = state.name;
       // The others end by themselves, or are waited for in the table of replies.
-      if (name.starts_with("waiting") || name.starts_with("loading") || name == "in the background") continue;
+      if (isLoading(state) || name == "in the background") continue;
       table.push_back({group,
                        action.name,
                        action.description,
@@ -238,6 +260,7 @@ void addSecondLoads(std::vector<Scenario>& table) {
   for (const State& state : states()) {
     auto callbacks = state.callbacks;
     callbacks.emplace_back("didLoadAds 2");
+    if (isLoading(state)) callbacks.emplace_back("didLoadAds - 5003");
     table.push_back({group,
                      "shutdown-and-load",
                      "`shutdown` and a second `load`.",
@@ -248,7 +271,7 @@ void addSecondLoads(std::vector<Scenario>& table) {
                        s.advance(30);
                        if (!s.player()->adGroup()) s.breakPromise("the second load has its ads");
                      },
-                     {callbacks, {}, {}, "The second session is one of its own."}});
+                     {callbacks, errorsIn(state), {}, "The second session is one of its own."}});
     table.back().variant = state.name;
   }
 }

@@ -152,6 +152,21 @@ std::vector<Scenario> loadingScenarios() {
        },
        {{"didLoadAds - 5001"}}},
       {group,
+       "tracker-without-channel",
+       "The configuration asks for viewability measurement and the request has no channel.",
+       [](Session& s) {
+         s.request().setChannel(std::nullopt);
+         s.load();
+         s.page().answer("get.config",
+                         {.members = R"("result":{"data":{"features":{"moat":1},"moat_partner_code":"c"}})"});
+         s.page().finish();
+         s.run();
+         s.page().event("AdStarted");
+         s.run();
+       },
+       {{"didLoadAds 2", "adStart a"},
+        {"The configuration asks for viewability measurement, which needs a request with a channel"}}},
+      {group,
        "no-delegate",
        "The player has no delegate when it loads.",
        [](Session& s) {
@@ -183,7 +198,7 @@ std::vector<Scenario> loadingScenarios() {
          s.advance(28);
          if (!s.player()->adGroup()) s.breakPromise("the first load took the ads of the second");
        },
-       {{"didLoadAds 2"}}},
+       {{"didLoadAds - 5003", "didLoadAds 2"}, {kGivenUp}}},
   };
 }
 

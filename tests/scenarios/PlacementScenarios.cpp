@@ -11,6 +11,11 @@ void require(Session& s, bool condition, const char* promise) {
   if (!condition) s.breakPromise(promise);
 }
 
+std::shared_ptr<testing::FakeViewController> stageOf(Session& s) {
+  return std::dynamic_pointer_cast<testing::FakeViewController>(
+      s.application().rootViewController()->presentedViewController());
+}
+
 bool hasStage(Session& s) {
   return s.application().rootViewController()->presentedViewController() != nullptr;
 }
@@ -90,6 +95,53 @@ std::vector<Scenario> placementScenarios() {
        {{"didLoadAds 2", "adGroupStart 2", "adStart a", "2: didLoadAds 2", "adGroupComplete 2",
          "2: adStart a"}},
        kInterstitial},
+      {group,
+       "viewer-closes-interstitial",
+       "The viewer closes the window of an interstitial; the page ends the group.",
+       [](Session& s) {
+         s.play();
+         s.page().onCall("control.close", [&s] {
+           s.page().event("AdUserClose");
+           s.page().event("AdGroupEnd");
+         });
+         stageOf(s)->userCloses();
+         s.advance(12);
+       },
+       {{"didLoadAds 2", "adGroupStart 2", "adStart a", "adUserClose a", "adGroupComplete 2"}},
+       kInterstitial},
+      {group,
+       "viewer-closes-and-page-ignores-it",
+       "The viewer closes the window of an interstitial; the page plays on.",
+       [](Session& s) {
+         s.play();
+         stageOf(s)->userCloses();
+         s.advance(12);
+       },
+       {{"didLoadAds 2", "adGroupStart 2", "adStart a", "adError - 5004"}},
+       kInterstitial},
+      {group,
+       "no-window",
+       "The application has no window when the interstitial starts.",
+       [](Session& s) {
+         s.loadAds();
+         const auto window = s.application().window();
+         s.application().setKeyWindow(nullptr);
+         s.player()->start();
+         s.advance(12);
+         s.application().setKeyWindow(window);
+       },
+       {{"didLoadAds 2"}, {"The interstitial cannot be presented: there is no window to present it over"}},
+       kInterstitial},
+      {group,
+       "start-timeout",
+       "The host has set a start time-out, and no ad starts.",
+       [](Session& s) {
+         s.player()->setStartTimeout(8);
+         s.loadAds();
+         s.start();
+         s.advance(12);
+       },
+       {{"didLoadAds 2", "adError - 5004"}}},
       {group,
        "view-never-shows",
        "The view of the host is in no window.",

@@ -108,6 +108,26 @@ std::vector<Scenario> replyScenarios() {
         {"Failed to send control.pause"},
         "The session goes on."}},
       {group,
+       "start-refused",
+       "\"control.start\" is answered with an error.",
+       [](Session& s) {
+         s.loadAds();
+         s.page().answer("control.start", {.members = R"("error":{"code":1,"message":"no"})"});
+         s.start();
+         s.advance(12);
+       },
+       {{"didLoadAds 2", "didFailToStart 5002"}, {"control.start: ...", "The ads were not started: ..."}}},
+      {group,
+       "start-silent",
+       "The page never answers \"control.start\".",
+       [](Session& s) {
+         s.loadAds();
+         s.page().answer("control.start", {.copies = 0});
+         s.start();
+         s.advance(12);
+       },
+       {{"didLoadAds 2", "didFailToStart 5002"}, {"The ads were not started: ..."}}},
+      {group,
        "duplicated-command-reply",
        "\"control.pause\" is answered twice.",
        commandWith({.copies = 2}),

@@ -9,6 +9,9 @@
 
 namespace vemora::scenarios {
 
+/// In place of error lines: whatever a load logs that the host has given up.
+inline constexpr char kGivenUp[] = "lines of the load that was given up";
+
 /// What a host sees of a scenario.
 struct Outcome {
   std::vector<std::string> callbacks{};

@@ -50,6 +50,7 @@ class Session {
   bool isReleased() const { return !player_; }
   /// Takes the view that an inline or resizable player shows in out of the window.
   void dropContainer() { container_->removeFromSuperview(); }
+  VemoraAdRequest& request() { return *request_; }
   void refuseRequest() { request_ = nullptr; }
   /// Another player in the same window. It lives until `finish`; its callbacks are recorded with "2: ".
   std::shared_ptr<VemoraAdPlayerBase> addPlayer(Placement placement);
@@ -60,8 +61,8 @@ class Session {
   std::size_t loads() const { return pages_.size(); }
 
   // Time.
-  void run() { scheduler().run(); }
-  void advance(double seconds) { scheduler().advance(seconds); }
+  void run();
+  void advance(double seconds);
 
   // The network.
   std::vector<std::string> beacons() const;
@@ -106,6 +107,7 @@ class Session {
   std::set<std::size_t> answeredBeacons_;
   std::size_t endings_ = 0;
   std::size_t loadReports_ = 0;
+  bool requestIsUnderWay_ = false;
   std::size_t viewsBefore_ = 0;
   bool isFinished_ = false;
 };

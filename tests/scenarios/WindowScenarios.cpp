@@ -83,6 +83,33 @@ std::vector<Scenario> windowScenarios() {
        },
        {kPlaying, {}, {}, "The browser opens; a window without an address does not."}},
       {group,
+       "browser-storm",
+       "The page opens 60 windows at once.",
+       [](Session& s) {
+         s.play();
+         for (int i = 0; i < 60; ++i) s.page().window("open", "https://shop.example/");
+         s.run();
+         require(s, s.application().browsers().size() <= 2, "two browsers at most");
+       },
+       {kPlaying, {}, {}, "Two browsers are open; the other requests are logged and dropped."}},
+      {group,
+       "browser-without-window",
+       "The page opens a window while the application has none.",
+       [](Session& s) {
+         s.play();
+         const auto window = s.application().window();
+         s.application().setKeyWindow(nullptr);
+         s.page().window("open", "https://shop.example/");
+         s.run();
+         s.application().setKeyWindow(window);
+         s.page().setPings(false);
+         s.advance(12);
+       },
+       {{"didLoadAds 2", "adGroupStart 2", "adStart a", "adError - 5005"},
+        {},
+        {},
+        "No browser opens, so pings are still expected."}},
+      {group,
        "beacon",
        "A beacon is sent and answered.",
        [](Session& s) {
