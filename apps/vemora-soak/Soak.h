@@ -10,8 +10,11 @@ enum class SoakPlacement { Inline, Resizable, Interstitial, All };
 
 struct SoakOptions {
   int cycles = 200;
+  /// Cycles before those that count: the toolkit and its libraries set themselves up meanwhile.
+  int warmUp = 10;
   SoakPlacement placement = SoakPlacement::All;
   bool usesFeatures = false;
+  bool reportOnly = false;  ///< Growth is reported but no failure.
   double maxSeconds = 0;  ///< Stops before the next cycle once they have passed; 0: never.
   /// Fails when the longest hold of the main thread is longer; 0: any is fine.
   double maxHoldMilliseconds = 0;

@@ -27,6 +27,7 @@ std::optional<SoakPlacement> placementNamed(std::string_view name) {
 std::optional<SoakOptions> readCommandLine(int& argc, char**& argv) {
   SoakOptions options;
   gboolean usesFeatures = FALSE;
+  gboolean reportOnly = FALSE;
   char* placement = nullptr;
   const GOptionEntry entries[] = {
       {"cycles", 'n', 0, G_OPTION_ARG_INT, &options.cycles, "Number of cycles (default: 200)", "N"},
@@ -34,6 +35,9 @@ std::optional<SoakOptions> readCommandLine(int& argc, char**& argv) {
        "NAME"},
       {"features", 0, 0, G_OPTION_ARG_NONE, &usesFeatures,
        "The page uses dialogs, frames, windows, downloads, permission requests and media", nullptr},
+      {"warm-up", 0, 0, G_OPTION_ARG_INT, &options.warmUp, "Cycles before those that count (default: 10)",
+       "N"},
+      {"report-only", 0, 0, G_OPTION_ARG_NONE, &reportOnly, "Report growth without failing for it", nullptr},
       {"max-seconds", 0, 0, G_OPTION_ARG_DOUBLE, &options.maxSeconds, "Begin no cycle after this time", "S"},
       {"max-hold", 0, 0, G_OPTION_ARG_DOUBLE, &options.maxHoldMilliseconds,
        "Fail when the main thread was held for longer", "MS"},
@@ -54,11 +58,12 @@ std::optional<SoakOptions> readCommandLine(int& argc, char**& argv) {
     std::fprintf(stderr, "vemora-soak: unexpected argument '%s'\n", argv[1]);
   } else if (!chosen) {
     std::fprintf(stderr, "vemora-soak: no placement '%s'\n", placement);
-  } else if (options.cycles < 1) {
-    std::fprintf(stderr, "vemora-soak: --cycles must be at least 1\n");
+  } else if (options.cycles < 1 || options.warmUp < 0) {
+    std::fprintf(stderr, "vemora-soak: --cycles must be at least 1, and --warm-up not negative\n");
   } else {
     options.placement = *chosen;
     options.usesFeatures = usesFeatures != FALSE;
+    options.reportOnly = reportOnly != FALSE;
     return options;
   }
   return std::nullopt;
