@@ -15,7 +15,7 @@ struct SoakOptions {
   SoakPlacement placement = SoakPlacement::All;
   bool usesFeatures = false;
   bool reportOnly = false;  ///< Growth is reported but no failure.
-  double maxSeconds = 0;  ///< Stops before the next cycle once they have passed; 0: never.
+  double maxSeconds = 0;    ///< Stops before the next cycle once they have passed; 0: never.
   /// Fails when the longest hold of the main thread is longer; 0: any is fine.
   double maxHoldMilliseconds = 0;
 };
