@@ -4,7 +4,7 @@
 
 namespace vemora {
 
-/// A rectangle in points of some view's coordinates; y grows downwards.
+/// A rectangle in points, in the coordinates of a view; y grows downwards.
 struct Rect {
   double x = 0;
   double y = 0;
@@ -13,7 +13,7 @@ struct Rect {
 
   double area() const { return width * height; }
 
-  /// The common part; of no size when there is none.
+  /// The common part; its size is zero when there is none.
   Rect intersection(const Rect& other) const {
     const double left = std::max(x, other.x);
     const double top = std::max(y, other.y);

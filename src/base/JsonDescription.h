@@ -6,7 +6,7 @@
 
 namespace vemora {
 
-/// A value as people read it in a log: texts and numbers as they are, "(null)", the rest as JSON.
+/// A value as text for a log: strings and numbers unchanged, "(null)" for null, everything else as JSON.
 inline std::string describe(const JsonValue& value) {
   if (value.isNull()) return "(null)";
   if (auto text = value.stringValue()) return *std::move(text);

@@ -9,8 +9,8 @@
 #include <string_view>
 #include <vector>
 
-// What stands behind a JsonValue. Strings, arrays and objects count their references themselves, so that a
-// value is two words and copying one is one atomic addition.
+// The shared objects behind a JsonValue. Strings, arrays and objects hold their own reference counts, so that a
+// value is two words and a copy is one atomic addition.
 
 namespace vemora {
 
@@ -21,18 +21,18 @@ struct JsonValue::Shared {
 /// The text follows the object in the same allocation.
 struct JsonValue::StringObject : Shared {
   static StringObject* make(std::string_view text);
-  /// The one interned object of this text, with a reference for the caller.
+  /// The interned object with this text, with a reference for the caller.
   static StringObject* intern(std::string_view text);
   void destroy();
 
   std::string_view text() const { return {reinterpret_cast<const char*>(this + 1), length}; }
-  /// Of interned strings no two have the same text.
+  /// No two interned strings have the same text.
   bool isSameText(const StringObject& other) const {
     return this == &other || (!(isInterned && other.isInterned) && text() == other.text());
   }
 
   std::size_t length = 0;
-  std::size_t hash = 0;  ///< Of interned strings only.
+  std::size_t hash = 0;  ///< For interned strings only.
   StringObject* nextInBucket = nullptr;
   bool isInterned = false;
 
@@ -43,7 +43,7 @@ struct JsonValue::StringObject : Shared {
 
 /// The elements follow the object in the same allocation.
 struct JsonValue::ArrayObject : Shared {
-  /// Takes the elements out of where they are.
+  /// Moves the elements from their place.
   static ArrayObject* make(std::span<JsonValue> elements);
   void destroy();
 
@@ -56,9 +56,9 @@ struct JsonValue::ArrayObject : Shared {
 
 /// The entries follow the object in the same allocation.
 struct JsonValue::ObjectObject : Shared {
-  /// Takes the entries out of where they are. Keeps the last of those with the same key.
+  /// Moves the entries from their place. Keeps the last of those with the same key.
   static ObjectObject* make(std::span<Entry> entries);
-  /// The same with keys and values in turn.
+  /// The same with alternating keys and values.
   static ObjectObject* make(std::span<JsonValue> keysAndValues);
   void destroy();
 
@@ -66,7 +66,7 @@ struct JsonValue::ObjectObject : Shared {
   const JsonValue* find(std::string_view key) const;
 
   std::size_t count = 0;
-  std::vector<std::uint32_t> byKey;  ///< Positions ordered by key, for objects too large to walk.
+  std::vector<std::uint32_t> byKey;  ///< Positions in the order of the keys, for large objects.
 
  private:
   template <typename EntryAt>
@@ -77,7 +77,7 @@ struct JsonValue::ObjectObject : Shared {
   void sortByKey();
 };
 
-/// For the reader, which has the parts of an array or object in a row, and for letting go.
+/// Access for the reader, which has the parts of an array or object in a row, and for releasing.
 struct JsonValueAccess {
   static JsonValue arrayOf(std::span<JsonValue> elements);
   static JsonValue objectOf(std::span<JsonValue> keysAndValues);

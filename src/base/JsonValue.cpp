@@ -44,7 +44,7 @@ std::string_view withoutLeadingSpace(std::string_view text) {
   return start == std::string_view::npos ? std::string_view() : text.substr(start);
 }
 
-/// The longest start of the text that is a decimal number.
+/// The longest prefix of the text that is a decimal number.
 std::string_view leadingNumber(std::string_view text) {
   std::size_t end = 0;
   const auto skipDigits = [&] {
@@ -76,7 +76,7 @@ std::int64_t leadingInteger(std::string_view text) {
   const bool negative = !text.empty() && text.front() == '-';
   if (!text.empty() && (text.front() == '-' || text.front() == '+')) text.remove_prefix(1);
   constexpr std::int64_t kLowest = std::numeric_limits<std::int64_t>::min();
-  std::int64_t value = 0;  // Counted downwards: the negative range is the larger one.
+  std::int64_t value = 0;  // Accumulated as a negative number: that range is the larger one.
   for (; !text.empty() && isDigit(text.front()); text.remove_prefix(1)) {
     const int digit = text.front() - '0';
     if (value < (kLowest + digit) / 10) return negative ? kLowest : std::numeric_limits<std::int64_t>::max();
@@ -104,13 +104,13 @@ std::string decimalText(double number) {
 
 }  // namespace
 
-/// The process's interned strings, weakly: a string is in the table while anybody holds it. Split by hash, so
-/// that threads that read messages at the same time seldom meet.
+/// The interned strings of the process, held weakly: a string is in the table while it is referenced. Divided by
+/// hash, so that threads that read messages at the same time seldom contend for a lock.
 struct JsonValue::StringObject::Interned {
   static constexpr std::size_t kShards = 32;
 
   struct Shard {
-    Mutex mutex;  ///< Guards the buckets and the chains through them. A leaf: nothing is locked under it.
+    Mutex mutex;  ///< Guards the buckets and their chains. Nothing is locked under it.
     std::vector<StringObject*> buckets VMR_GUARDED_BY(mutex) = std::vector<StringObject*>(16);
     std::size_t size VMR_GUARDED_BY(mutex) = 0;
 
@@ -153,7 +153,7 @@ struct JsonValue::StringObject::Interned {
       }
     }
 
-    /// A string whose last reference has just gone still stands here until its owner takes the lock.
+    /// A string without references stays in the table until its last owner takes the lock.
     static bool retainUnlessDying(StringObject* entry) {
       std::uint32_t references = entry->references.load(std::memory_order_relaxed);
       while (references != 0) {
@@ -170,13 +170,13 @@ struct JsonValue::StringObject::Interned {
   }
 };
 
-/// The short strings that a thread has met last, held by it: the names that come with every message are then
-/// neither looked up under a lock nor made anew each time.
+/// The short strings that a thread has read last, held by it. The names in every message are then neither looked
+/// up under a lock nor allocated again each time.
 class JsonValue::StringObject::Recent {
  public:
   static constexpr std::size_t kLongest = 32;
 
-  /// Null at the end of the thread.
+  /// Null while the thread ends.
   static Recent* ofThread() {
     static thread_local bool ended = false;
     struct Owner {

@@ -6,8 +6,8 @@
 
 namespace vemora {
 
-/// A field that any thread may read or write, each access on its own. What it held before is let go of
-/// outside the lock.
+/// A field that any thread may read or write, each access on its own. An old value is released outside the
+/// lock.
 template <typename T>
 class Locked {
  public:

@@ -6,19 +6,19 @@
 
 namespace vemora {
 
-/// A mutex that clang's thread-safety analysis knows.
+/// A mutex with the annotations of clang's thread-safety analysis.
 class VMR_CAPABILITY("mutex") Mutex {
  public:
   void lock() VMR_ACQUIRE() { mutex_.lock(); }
   void unlock() VMR_RELEASE() { mutex_.unlock(); }
-  /// For condition variables, which need the standard type.
+  /// For condition variables, which take the standard type.
   std::mutex& native() { return mutex_; }
 
  private:
   std::mutex mutex_;
 };
 
-/// The re-entrant kind, for the few places whose contract lets a callee come back in.
+/// The recursive kind, for the few contracts that let a callee call back in.
 class VMR_CAPABILITY("mutex") RecursiveMutex {
  public:
   void lock() VMR_ACQUIRE() { mutex_.lock(); }

@@ -5,8 +5,8 @@
 
 namespace vemora {
 
-/// Posted on the default notification centre when the audio output changes, on a background thread whose
-/// blocking keeps nobody else waiting. The reason is in the user info.
+/// Posted on the default notification centre when the audio output changes, on a background thread of its own,
+/// so that observers may block. The user info holds the reason.
 inline constexpr char AVAudioSessionRouteChangeNotification[] = "AVAudioSessionRouteChangeNotification";
 inline constexpr char AVAudioSessionRouteChangeReasonKey[] = "AVAudioSessionRouteChangeReasonKey";
 
@@ -18,13 +18,16 @@ enum AVAudioSessionRouteChangeReason : int {
   AVAudioSessionRouteChangeReasonRouteConfigurationChange = 8,
 };
 
-/// The audio output of the process. Asking for the category makes the session exist; before that no route
-/// change is posted.
+/// The audio output of the process. The first call of `category` starts the session; route changes before that
+/// are not posted.
 ///
-/// Lifetime: as long as the platform.
-/// Threads: any.
-/// Completion: `category` returns at once, whether or not there is an audio server.
-/// Errors: without an audio server nothing is posted, and nothing is said.
+/// **Lifetime.** As long as the platform.
+///
+/// **Threads.** Thread-safe.
+///
+/// **Completion.** `category` returns at once, with or without an audio server.
+///
+/// **Errors.** Without an audio server nothing is posted and nothing is logged.
 class AudioSession {
  public:
   virtual ~AudioSession() = default;

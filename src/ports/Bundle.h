@@ -7,21 +7,24 @@
 
 namespace vemora {
 
-/// What the application and this library say of themselves, and the user's language and country.
+/// The metadata of the application and of this library, and the user's language and country.
 ///
-/// Lifetime: as long as the platform.
-/// Threads: any.
-/// Completion: answers are immediate.
-/// Errors: what is not known is absent or empty.
+/// **Lifetime.** As long as the platform.
+///
+/// **Threads.** Thread-safe.
+///
+/// **Completion.** Every call returns its result at once.
+///
+/// **Errors.** Unknown values are absent or empty.
 class Bundle {
  public:
   virtual ~Bundle() = default;
 
-  /// The main bundle's information dictionary: "CFBundleIdentifier", "CFBundleName", and what the host adds.
+  /// The main bundle's information dictionary: "CFBundleIdentifier", "CFBundleName", and the entries that the host adds.
   virtual std::optional<std::string> mainInfo(std::string_view key) = 0;
   /// This library's own information dictionary: "CFBundleShortVersionString".
   virtual std::optional<std::string> libraryInfo(std::string_view key) = 0;
-  /// As tags such as "en" or "pt-BR", the best first.
+  /// Language tags such as "en" or "pt-BR", the preferred one first.
   virtual std::vector<std::string> preferredLocalizations() = 0;
   /// The entry of the application's main string table, or the key itself.
   virtual std::string localizedString(std::string_view key) = 0;

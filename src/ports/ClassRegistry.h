@@ -13,28 +13,31 @@ namespace vemora {
 class View;
 class ExternalObject;
 
-/// What goes into and comes out of a message to outside code. `monostate` is "no value".
+/// An argument or the result of a message to external code. `monostate` is "no value".
 using ExternalValue = std::variant<std::monostate, bool, std::int64_t, double, std::string, JsonValue,
                                    std::shared_ptr<View>, std::shared_ptr<ExternalObject>>;
 
-/// An object, or a class, of a library that was not there when this one was built. Messages go by selector
-/// text, such as "initWithType:withPlayheadMillis:"; the receiver decides what it understands.
+/// An object or a class of a library that this one was not built with. Messages are addressed by selector, such
+/// as "initWithType:withPlayheadMillis:"; the receiver decides which selectors it supports.
 ///
-/// Lifetime: shared; the outside object is let go of with the last reference.
-/// Threads: the main thread.
-/// Completion: sending returns with the answer.
-/// Errors: a selector that the receiver does not understand answers with no value.
+/// **Lifetime.** Shared. The last reference releases the external object.
+///
+/// **Threads.** Main thread; the last reference may be dropped on any thread.
+///
+/// **Completion.** `send` and `create` return the result.
+///
+/// **Errors.** A selector that the receiver does not support gives no value.
 class ExternalObject {
  public:
   virtual ~ExternalObject() = default;
   virtual ExternalValue send(std::string_view selector, const std::vector<ExternalValue>& arguments) = 0;
-  /// Of an object, the name of its class; of a class, its own.
+  /// The name of the class, or of the class of the object.
   virtual std::string className() const = 0;
 };
 
 class ExternalClass : public ExternalObject {
  public:
-  /// A new instance made with an initialiser such as "init"; null when the class does not understand it.
+  /// Makes an instance with an initialiser such as "init"; null when the class does not support it.
   virtual std::shared_ptr<ExternalObject> create(std::string_view initialiser,
                                                  const std::vector<ExternalValue>& arguments) = 0;
 };

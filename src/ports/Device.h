@@ -7,12 +7,15 @@ namespace vemora {
 
 enum class UserInterfaceIdiom { Unspecified = -1, Phone = 0, Pad = 1, TV = 2 };
 
-/// The machine and the identifiers that the platform lends to advertising.
+/// The machine, and the identifiers that the platform provides for advertising.
 ///
-/// Lifetime: as long as the platform.
-/// Threads: any.
-/// Completion: answers are immediate.
-/// Errors: what is not known is absent.
+/// **Lifetime.** As long as the platform.
+///
+/// **Threads.** Thread-safe, except for `statusBarDataNetworkType`.
+///
+/// **Completion.** Every call returns its result at once.
+///
+/// **Errors.** Unknown values are absent.
 class Device {
  public:
   virtual ~Device() = default;
@@ -28,10 +31,10 @@ class Device {
   virtual std::optional<std::string> advertisingIdentifier() = 0;
   virtual bool isAdvertisingTrackingEnabled() = 0;
 
-  /// Whether the platform has the class "CTTelephonyNetworkInfo".
+  /// True when the platform has the class "CTTelephonyNetworkInfo" or needs no status bar to be read.
   virtual bool hasTelephonyNetworkInfo() = 0;
-  /// What the status bar's network item shows: 0 nothing, 1 "2G", 2 "3G", 3 "4G", 4 LTE, 5 Wi-Fi. Main thread
-  /// where the platform has a status bar. Absent without such an item.
+  /// What the network item of the status bar shows: 0 nothing, 1 "2G", 2 "3G", 3 "4G", 4 LTE, 5 Wi-Fi. Absent
+  /// without such an item. On the main thread where the platform has a status bar.
   virtual std::optional<int> statusBarDataNetworkType() = 0;
 };
 

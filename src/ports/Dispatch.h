@@ -9,8 +9,8 @@
 
 namespace vemora {
 
-/// Work that can be cancelled until it has started. Cancelling does not unschedule it: it is released, with
-/// everything it holds, at its scheduled time.
+/// Work that can be cancelled until it has started. A cancelled block stays scheduled and is released, with
+/// everything that it captures, when its time comes.
 class DispatchBlock {
  public:
   explicit DispatchBlock(std::function<void()> work) : work_(std::move(work)) {}
@@ -27,15 +27,18 @@ class DispatchBlock {
   std::atomic<bool> cancelled_{false};
 };
 
-/// Every hand-off between threads and every look at the clock.
+/// All queues, timers, threads and the clock.
 ///
-/// Lifetime: as long as the platform. Work still queued when the process ends is dropped; waits are then cut
-/// short, as if their deadline had passed.
-/// Threads: every operation may be called from any thread and returns at once, except `waitUntil`.
-/// Completion: the main queue runs its blocks one at a time on the main thread, in the order in which they
-/// were given. The global queue runs blocks at the same time on threads of its own; a block that waits never
-/// keeps another from starting. A block is destroyed on the thread that ran it, soon after it ran.
-/// Errors: none. A block must not throw.
+/// **Lifetime.** As long as the platform. When the process ends, queued work is dropped, and waits end as if
+/// their deadline had passed.
+///
+/// **Threads.** Thread-safe. Every operation except `waitUntil` returns at once.
+///
+/// **Completion.** The main queue runs its blocks one at a time on the main thread, in the order of the calls.
+/// The global queue runs blocks concurrently on background threads; a block that waits never keeps another
+/// from starting. A block is destroyed on the thread that ran it, soon after it has run.
+///
+/// **Errors.** None. A block must not throw.
 class Dispatch {
  public:
   using Work = std::function<void()>;
@@ -49,7 +52,7 @@ class Dispatch {
   /// The global concurrent queue of default priority.
   virtual void globalAsync(Work work) = 0;
   virtual void globalAfter(double seconds, std::shared_ptr<DispatchBlock> block) = 0;
-  /// Starts `work` on a background thread of its own.
+  /// Starts `work` on a background thread that runs nothing else meanwhile.
   virtual void detachNewThread(Work work) = 0;
 
   /// Seconds on a monotonic clock.

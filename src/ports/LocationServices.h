@@ -25,7 +25,7 @@ class LocationManagerDelegate {
   virtual void locationManagerDidUpdateLocations(const std::vector<Location>& locations) = 0;
 };
 
-/// Updates run from `startUpdatingLocation` until it is destroyed. The delegate is held weakly.
+/// Delivers updates from `startUpdatingLocation` until it is destroyed. Holds its delegate weakly.
 class LocationManager {
  public:
   virtual ~LocationManager() = default;
@@ -33,13 +33,17 @@ class LocationManager {
   virtual void startUpdatingLocation() = 0;
 };
 
-/// Where the device is, for applications that may already know. Nothing here ever asks the user.
+/// The location of the device, for applications that already have permission. Never asks the user.
 ///
-/// Lifetime: as long as the platform; managers belong to the caller.
-/// Threads: the questions from any thread; managers are made and destroyed anywhere, and their delegate is
-/// called on the thread that made them if that is the main thread, else on one of the platform's.
-/// Completion: answers are immediate and from what is known; the first one may lag behind a change.
-/// Errors: without a location service `locationServicesEnabled` is false.
+/// **Lifetime.** As long as the platform. Managers belong to the caller.
+///
+/// **Threads.** Thread-safe. A manager may be made and destroyed on any thread. Its delegate is called on the
+/// main thread if the manager was made there, otherwise on a background thread.
+///
+/// **Completion.** Results come from what is known. The first call may wait up to a quarter of a second for it,
+/// and later ones may be out of date for a moment after a change.
+///
+/// **Errors.** Without a location service `locationServicesEnabled` is false.
 class LocationServices {
  public:
   virtual ~LocationServices() = default;

@@ -6,7 +6,7 @@
 
 namespace vemora {
 
-/// Lets go of something that belongs to the main thread, from whatever thread.
+/// Releases an object on the main thread. Thread-safe.
 template <typename T>
 void releaseOnMainThread(std::shared_ptr<T> object) {
   if (object && !dispatch().isMainThread()) dispatch().mainAsync([object = std::move(object)] {});

@@ -11,7 +11,7 @@ struct sockaddr;
 
 namespace vemora {
 
-/// Flags of a network target, with the values of the platform facility that they come from.
+/// The state of a network target, with the bit values of the system-configuration reachability interface.
 enum NetworkReachabilityFlags : std::uint32_t {
   NetworkReachabilityTransientConnection = 1u << 0,
   NetworkReachabilityReachable = 1u << 1,
@@ -24,13 +24,17 @@ enum NetworkReachabilityFlags : std::uint32_t {
   NetworkReachabilityIsWWAN = 1u << 18,
 };
 
-/// A handle on one network target.
+/// A handle for one network target.
 ///
-/// Lifetime: belongs to the caller; no callback runs after it was unscheduled or destroyed.
-/// Threads: `flags` from any thread. Scheduling is for the calling thread's run loop, and is undone on the
-/// same thread.
-/// Completion: the callback runs on the run loop that it was scheduled with, after each change of the flags.
-/// Errors: `flags` is absent when they cannot be read; scheduling returns false when it is not possible.
+/// **Lifetime.** Belongs to the caller. No callback runs after it has been unscheduled or destroyed.
+///
+/// **Threads.** `flags` is thread-safe. Scheduling applies to the run loop of the calling thread, and
+/// unscheduling belongs to the same thread.
+///
+/// **Completion.** After each change of the flags the callback runs on the run loop that it is scheduled with.
+///
+/// **Errors.** `flags` is absent when the flags cannot be read. Scheduling returns false when it is not
+/// possible.
 class NetworkReachability {
  public:
   virtual ~NetworkReachability() = default;
@@ -43,7 +47,7 @@ class NetworkReachability {
 class NetworkReachabilityFactory {
  public:
   virtual ~NetworkReachabilityFactory() = default;
-  /// Null when the platform gives no handle.
+  /// Null when the platform does not provide a handle.
   virtual std::unique_ptr<NetworkReachability> createWithName(std::string_view hostName) = 0;
   virtual std::unique_ptr<NetworkReachability> createWithAddress(const sockaddr& address) = 0;
 };

@@ -15,12 +15,15 @@
 
 namespace vemora {
 
-/// All the outside facilities of one backend.
+/// The ports of the backend that is built in.
 ///
-/// Lifetime: made at first use and kept until the process ends.
-/// Threads: `shared` and the accessors from any thread; see each port for its own rules.
-/// Completion: accessors return at once; a port may be set up at its first use.
-/// Errors: every port is there; a facility that the machine lacks answers as its port says.
+/// **Lifetime.** Made at first use and kept until the process ends.
+///
+/// **Threads.** `shared` and the accessors are thread-safe. Each port states its own rules.
+///
+/// **Completion.** Accessors return at once, except that the first use of a port sets it up.
+///
+/// **Errors.** Every port exists. It states what it returns for facilities that the machine lacks.
 class Platform {
  public:
   static Platform& shared();
@@ -45,7 +48,7 @@ inline Dispatch& dispatch() {
   return Platform::shared().dispatch();
 }
 
-/// Stops the process, in every build, when called off the main thread. The message names the operation, if
+/// Aborts the process, in every build, when called off the main thread. The message names the operation, if
 /// one is given.
 void assertMainThread(const char* operation = nullptr);
 

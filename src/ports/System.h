@@ -13,12 +13,15 @@ namespace vemora {
 
 enum class LogLevel { Default, Error };
 
-/// The small facilities of the system library.
+/// The log, random numbers, digests, addresses and URL sessions.
 ///
-/// Lifetime: as long as the platform.
-/// Threads: any.
-/// Completion: everything acts at once.
-/// Errors: random numbers are always to be had; a machine without them cannot run this.
+/// **Lifetime.** As long as the platform.
+///
+/// **Threads.** Thread-safe.
+///
+/// **Completion.** Every call takes effect before it returns.
+///
+/// **Errors.** None. A machine without a source of random numbers aborts the process.
 class System {
  public:
   using SHA1Digest = std::array<std::uint8_t, 20>;
@@ -32,7 +35,7 @@ class System {
   virtual std::string newUUIDString() = 0;
   /// FIPS 180.
   virtual SHA1Digest sha1(std::string_view bytes) = 0;
-  /// Absent when the text is no absolute address.
+  /// Absent when the text is not an absolute address.
   virtual std::optional<URL> urlWithString(std::string_view text) = 0;
   virtual std::unique_ptr<URLSession> createEphemeralURLSession() = 0;
 };

@@ -27,18 +27,21 @@ struct URLRequest {
   URLRequestCachePolicy cachePolicy = URLRequestCachePolicy::UseProtocolCachePolicy;
   std::vector<std::pair<std::string, std::string>> headers;
 
-  /// Adds the value to whatever the field holds.
+  /// Adds a value to the field and keeps those that it has.
   void addValue(std::string_view value, std::string_view field) { headers.emplace_back(field, value); }
 };
 
-/// A session without cookies, cache or credentials on disk, for one or more downloads.
+/// A session without cookies, cache and stored credentials, for one or more downloads.
 ///
-/// Lifetime: a started download keeps what it needs alive until it completes; the session object may go
-/// before.
-/// Threads: any. The completion runs on a thread of the session's own, never on the caller's stack.
-/// Completion: exactly once for each download, with an error when no answer came; an HTTP error status is an
-/// answer.
-/// Errors: domain and code are the platform's own.
+/// **Lifetime.** A started download keeps alive what it needs until it completes. The session object may be
+/// destroyed before.
+///
+/// **Threads.** Thread-safe. The completion runs on a background thread, never inside the call.
+///
+/// **Completion.** Runs exactly once for each download, with an error when there was no answer. An HTTP error
+/// status is an answer.
+///
+/// **Errors.** Domain and code are those of the platform.
 class URLSession {
  public:
   using Completion = std::function<void(const std::optional<VMRError>&)>;
