@@ -42,7 +42,7 @@ URLRequest requestFor(const std::string& url) {
   return request;
 }
 
-/// The session goes as soon as it has started the download.
+/// The session object is destroyed as soon as it has started the download.
 Result download(const URLRequest& request, const URLSessionLimits& limits = {}) {
   const auto promise = std::make_shared<std::promise<Result>>();
   std::future<Result> result = promise->get_future();
@@ -84,7 +84,7 @@ TEST(URLSessionTest, SendsTheHeadersAlsoAfterARedirectAndNoCookie) {
   }
 }
 
-TEST(URLSessionTest, AsksAgainForWhatItHad) {
+TEST(URLSessionTest, SendsARequestAgainInsteadOfUsingACache) {
   BackgroundServer server;
   server.on("/", [](SoupServerMessage* message) {
     SoupMessageHeaders* headers = soup_server_message_get_response_headers(message);
@@ -95,7 +95,7 @@ TEST(URLSessionTest, AsksAgainForWhatItHad) {
   EXPECT_EQ(server.requests().size(), 2u);
 }
 
-TEST(URLSessionTest, TakesAnErrorStatusForAnAnswer) {
+TEST(URLSessionTest, TreatsAnErrorStatusAsAnAnswer) {
   BackgroundServer server;
   for (const int status : {404, 401, 500}) {
     const std::string path = "/" + std::to_string(status);
@@ -108,7 +108,7 @@ TEST(URLSessionTest, TakesAnErrorStatusForAnAnswer) {
   }
 }
 
-TEST(URLSessionTest, LeavesOutHeadersThatWouldSpeakForThemselves) {
+TEST(URLSessionTest, LeavesOutInvalidHeaders) {
   BackgroundServer server;
   URLRequest request = requestFor(server.url("/"));
   request.addValue("a\r\nX-Injected: yes", "X-Split");
@@ -122,7 +122,7 @@ TEST(URLSessionTest, LeavesOutHeadersThatWouldSpeakForThemselves) {
   EXPECT_EQ(requests[0].headers.count("X-Injected") + requests[0].headers.count("X-Split"), 0u);
 }
 
-TEST(URLSessionTest, RefusesWhatIsNotHttp) {
+TEST(URLSessionTest, RefusesOtherSchemes) {
   for (const char* url :
        {"ftp://127.0.0.1/", "file:///etc/passwd", "about:blank", "javascript:1", "data:,x", "", "http://",
         "http:///path", "//127.0.0.1/", "http://127.0.0.1:99999/", "\xFF\xFE"}) {
@@ -132,7 +132,7 @@ TEST(URLSessionTest, RefusesWhatIsNotHttp) {
   }
 }
 
-TEST(URLSessionTest, TellsOfAConnectionThatFails) {
+TEST(URLSessionTest, ReportsAFailedConnection) {
   std::string url;
   {
     BackgroundServer server;
@@ -145,7 +145,7 @@ TEST(URLSessionTest, TellsOfAConnectionThatFails) {
   EXPECT_FALSE(error->description.empty());
 }
 
-TEST(URLSessionTest, TellsOfAnAnswerThatBreaksOff) {
+TEST(URLSessionTest, ReportsAnAnswerThatBreaksOff) {
   BackgroundServer server;
   server.on("/", [](SoupServerMessage* message) {
     SoupMessageHeaders* headers = soup_server_message_get_response_headers(message);
@@ -161,7 +161,7 @@ TEST(URLSessionTest, TellsOfAnAnswerThatBreaksOff) {
   EXPECT_TRUE(download(requestFor(server.url("/"))));
 }
 
-TEST(URLSessionTest, GivesUpWhenThereIsNoAnswerInTime) {
+TEST(URLSessionTest, TimesOutWithoutAnAnswer) {
   BackgroundServer server;
   server.on("/", [&](SoupServerMessage* message) { server.pause(message); });
   URLSessionLimits limits;
@@ -185,7 +185,7 @@ void writeWithoutEnd(SoupServerMessage* message, std::size_t chunk) {
   append(message, GSIZE_TO_POINTER(chunk));
 }
 
-TEST(URLSessionTest, LetsGoOfAnAnswerWithoutEnd) {
+TEST(URLSessionTest, StopsReadingAnAnswerWithoutEnd) {
   BackgroundServer server;
   server.on("/", [](SoupServerMessage* message) { writeWithoutEnd(message, 100'000); });
   EXPECT_EQ(download(requestFor(server.url("/"))), std::nullopt);
@@ -195,7 +195,7 @@ TEST(URLSessionTest, LetsGoOfAnAnswerWithoutEnd) {
   EXPECT_EQ(download(requestFor(server.url("/")), patient), std::nullopt);
 }
 
-TEST(URLSessionTest, TrustsACertificateOnlyWhereTheHostSaysSo) {
+TEST(URLSessionTest, TrustsACertificateOnlyForItsHost) {
   std::string problem;
   const auto pem = makeLoopbackCertificate(problem);
   ASSERT_TRUE(pem) << problem;
@@ -213,8 +213,8 @@ TEST(URLSessionTest, TrustsACertificateOnlyWhereTheHostSaysSo) {
   EXPECT_EQ(server.requests().size(), 1u);
 }
 
-TEST(URLSessionTest, RunsABurstWithoutAThreadOrADescriptorForEach) {
-  constexpr int kBeacons = 70;
+TEST(URLSessionTest, LimitsTheDownloadsFromOneHostAndUsesOneThread) {
+  constexpr int kBeacons = 40;
   BackgroundServer server;
   server.on("/", [&](SoupServerMessage* message) { server.pause(message); });
   std::atomic<int> completed{0};
@@ -231,10 +231,10 @@ TEST(URLSessionTest, RunsABurstWithoutAThreadOrADescriptorForEach) {
       ++completed;
     });
   }
-  EXPECT_TRUE(eventually([&] { return server.pausedCount() == kConcurrentDownloads; }));
+  EXPECT_TRUE(eventually([&] { return server.pausedCount() == kDownloadsPerHost; }));
   EXPECT_EQ(completed, 0);
   EXPECT_TRUE(eventually([&] {
-    EXPECT_LE(server.pausedCount(), kConcurrentDownloads);
+    EXPECT_LE(server.pausedCount(), kDownloadsPerHost);
     if (server.pausedCount() > 0) server.answerPaused();
     return completed == kBeacons;
   }));
@@ -243,9 +243,42 @@ TEST(URLSessionTest, RunsABurstWithoutAThreadOrADescriptorForEach) {
   EXPECT_EQ(threads.size(), 1u);
 }
 
+TEST(URLSessionTest, ASilentServerDoesNotHoldUpOtherHosts) {
+  BackgroundServer silent;
+  silent.on("/", [&](SoupServerMessage* message) { silent.pause(message); });
+  BackgroundServer other;
+  std::atomic<int> completed{0};
+  constexpr int kBeacons = 200;
+  for (int i = 0; i < kBeacons; ++i) {
+    makeSoupURLSession()->downloadTaskWithRequest(requestFor(silent.url("/")),
+                                                  [&](const Result&) { ++completed; });
+  }
+  EXPECT_TRUE(eventually([&] { return silent.pausedCount() == kDownloadsPerHost; }));
+  EXPECT_EQ(download(requestFor(other.url("/"))), std::nullopt);
+  EXPECT_EQ(completed, 0);
+  EXPECT_TRUE(eventually([&] {
+    if (silent.pausedCount() > 0) silent.answerPaused();
+    return completed == kBeacons;
+  }));
+}
+
+TEST(URLSessionTest, KeepsNoCredentialsForLaterRequests) {
+  BackgroundServer server;
+  server.on("/", [](SoupServerMessage* message) {
+    soup_message_headers_append(soup_server_message_get_response_headers(message), "WWW-Authenticate",
+                                "Basic realm=\"ads\"");
+    soup_server_message_set_status(message, SOUP_STATUS_UNAUTHORIZED, nullptr);
+  });
+  std::string withPassword = server.url("/");
+  withPassword.insert(withPassword.find("//") + 2, "user:password@");
+  EXPECT_EQ(download(requestFor(withPassword)), std::nullopt);
+  EXPECT_EQ(download(requestFor(server.url("/"))), std::nullopt);
+  for (const auto& request : server.requests()) EXPECT_EQ(request.headers.count("Authorization"), 0u);
+}
+
 class URLSessionEndTest : public testing::TestWithParam<const char*> {};
 
-TEST_P(URLSessionEndTest, LeavesTheProcessPromptly) {
+TEST_P(URLSessionEndTest, LetsTheProcessEndPromptly) {
   BackgroundServer server;
   server.on("/", [&](SoupServerMessage* message) { server.pause(message); });
   std::string program = "/proc/self/exe", option = "--end-process", way = GetParam(), url = server.url("/");
@@ -261,7 +294,7 @@ INSTANTIATE_TEST_SUITE_P(Exits, URLSessionEndTest, testing::Values("main", "comp
 }  // namespace
 
 void endProcessWithDownloads(const std::string& way, const std::string& url) {
-  for (std::size_t i = 1; i < kConcurrentDownloads; ++i) {
+  for (unsigned int i = 1; i < kDownloadsPerHost; ++i) {
     makeSoupURLSession()->downloadTaskWithRequest(requestFor(url), [](const Result&) { std::abort(); });
   }
   if (way == "main") std::exit(7);

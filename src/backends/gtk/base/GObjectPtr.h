@@ -1,14 +1,29 @@
 #pragma once
 
+#include "backends/glib/GLibHandles.h"
+
 #include <glib-object.h>
 
 #include <utility>
 
 namespace vemora::gtk {
 
-/// Owns one reference to a GObject. How it came by the reference is said when it is made, since the types of
-/// the C interfaces do not say it: `adopt` takes over a reference that was given away ("transfer full"),
-/// `retain` adds one to a borrowed object ("transfer none"), `sink` makes a floating reference its own.
+using glib::GBytesPtr;
+using glib::GErrorHolder;
+using glib::GErrorPtr;
+using glib::GFree;
+using glib::GKeyFilePtr;
+using glib::GMainContextPtr;
+using glib::GMainLoopPtr;
+using glib::GSourcePtr;
+using glib::GStringListPtr;
+using glib::GStringPtr;
+using glib::GUriPtr;
+using glib::GVariantPtr;
+
+/// Owns one reference to a GObject. C types do not tell who owns a reference, so each factory names the case:
+/// `adopt` takes over the caller's reference ("transfer full"), `retain` adds a reference to a borrowed object
+/// ("transfer none"), and `sink` takes over a floating reference.
 template <typename T>
 class GObjectPtr {
  public:
@@ -34,7 +49,7 @@ class GObjectPtr {
     if (T* object = std::exchange(object_, nullptr)) g_object_unref(object);
   }
   T* get() const { return object_; }
-  /// Gives the reference away.
+  /// Passes the reference to the caller.
   [[nodiscard]] T* release() { return std::exchange(object_, nullptr); }
   explicit operator bool() const { return object_ != nullptr; }
 
@@ -44,7 +59,7 @@ class GObjectPtr {
   T* object_ = nullptr;
 };
 
-/// Points at a GObject without keeping it: null once the object has gone. Stays where it was made.
+/// A weak reference to a GObject: null once the object has been finalized. Not movable.
 template <typename T>
 class GObjectWeakPtr {
  public:
@@ -59,15 +74,6 @@ class GObjectWeakPtr {
 
  private:
   mutable GWeakRef reference_;
-};
-
-/// Frees what GLib's own functions free.
-template <auto Free>
-struct GFree {
-  template <typename T>
-  void operator()(T* pointer) const {
-    Free(pointer);
-  }
 };
 
 }  // namespace vemora::gtk

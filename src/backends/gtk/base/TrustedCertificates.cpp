@@ -20,8 +20,7 @@ CertificateList& list() {
 }
 
 std::string lowerCased(std::string_view host) {
-  const std::unique_ptr<char, GFree<g_free>> lower(
-      g_ascii_strdown(host.data(), static_cast<gssize>(host.size())));
+  const GStringPtr lower(g_ascii_strdown(host.data(), static_cast<gssize>(host.size())));
   return lower.get();
 }
 

@@ -18,8 +18,6 @@ namespace vemora::gtk {
 
 namespace {
 
-using Context = std::unique_ptr<GMainContext, GFree<g_main_context_unref>>;
-
 /// Hears of changes of the network, on the main thread.
 class NetworkListener {
  public:
@@ -249,7 +247,7 @@ class Observation final : public NetworkListener, public std::enable_shared_from
   Mutex mutex_;
   std::condition_variable idle_;
   std::function<void()> callback_ VMR_GUARDED_BY(mutex_);
-  Context context_ VMR_GUARDED_BY(mutex_);
+  GMainContextPtr context_ VMR_GUARDED_BY(mutex_);
   /// Tells reports for this schedule from those for an earlier one.
   std::uint64_t schedule_ VMR_GUARDED_BY(mutex_) = 0;
   std::optional<std::uint32_t> lastFlags_ VMR_GUARDED_BY(mutex_);
@@ -272,11 +270,11 @@ class GioNetworkReachability final : public NetworkReachability {
     return true;
   }
   bool scheduleWithRunLoop() override {
-    observation_->schedule(Context(g_main_context_ref_thread_default()).get());
+    observation_->schedule(GMainContextPtr(g_main_context_ref_thread_default()).get());
     return true;
   }
   void unscheduleFromRunLoop() override {
-    const Context here(g_main_context_ref_thread_default());
+    const GMainContextPtr here(g_main_context_ref_thread_default());
     if (observation_->isScheduledWith(here.get())) observation_->unschedule();
   }
 
@@ -312,7 +310,7 @@ std::unique_ptr<NetworkReachability> GioNetworkReachabilityFactory::createWithNa
     return createWithAddress(reinterpret_cast<const sockaddr&>(native));
   }
   const bool valid = g_utf8_validate(name.data(), static_cast<gssize>(name.size()), nullptr);
-  const std::unique_ptr<char, GFree<g_free>> ascii(valid ? g_hostname_to_ascii(name.c_str()) : nullptr);
+  const GStringPtr ascii(valid ? g_hostname_to_ascii(name.c_str()) : nullptr);
   if (!ascii) return nullptr;
   return std::make_unique<GioNetworkReachability>(
       std::make_shared<Observation>(watch_, std::string(ascii.get())));

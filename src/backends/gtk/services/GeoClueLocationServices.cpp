@@ -18,8 +18,6 @@ namespace vemora::gtk {
 namespace {
 
 using Status = LocationAuthorizationStatus;
-using Variant = std::unique_ptr<GVariant, GFree<g_variant_unref>>;
-using Error = std::unique_ptr<GError, GFree<g_error_free>>;
 
 constexpr char kService[] = "org.freedesktop.GeoClue2";
 constexpr char kManagerPath[] = "/org/freedesktop/GeoClue2/Manager";
@@ -158,11 +156,11 @@ class GeoClueClient {
   void forgetClient();
   void reportFix(const Location& fix);
 
-  Variant call(PrivateBus& bus, const char* service, const char* path, const char* interface,
-               const char* method, GVariant* arguments, const char* reply, int milliseconds,
-               Error* error = nullptr);
-  Variant callService(const char* path, const char* interface, const char* method, GVariant* arguments,
-                      const char* reply, Error* error = nullptr) {
+  GVariantPtr call(PrivateBus& bus, const char* service, const char* path, const char* interface,
+                   const char* method, GVariant* arguments, const char* reply, int milliseconds,
+                   GErrorPtr* error = nullptr);
+  GVariantPtr callService(const char* path, const char* interface, const char* method, GVariant* arguments,
+                          const char* reply, GErrorPtr* error = nullptr) {
     return call(*systemBus_, kService, path, interface, method, arguments, reply, kServiceCallMilliseconds,
                 error);
   }
@@ -195,14 +193,14 @@ class GeoClueClient {
   std::optional<Location> lastFix_;
 };
 
-Variant GeoClueClient::call(PrivateBus& bus, const char* service, const char* path, const char* interface,
-                            const char* method, GVariant* arguments, const char* reply, int milliseconds,
-                            Error* error) {
+GVariantPtr GeoClueClient::call(PrivateBus& bus, const char* service, const char* path, const char* interface,
+                                const char* method, GVariant* arguments, const char* reply, int milliseconds,
+                                GErrorPtr* error) {
   GError* failure = nullptr;
-  Variant answer(g_dbus_connection_call_sync(bus.connection(), service, path, interface, method, arguments,
-                                             G_VARIANT_TYPE(reply), G_DBUS_CALL_FLAGS_NONE, milliseconds,
-                                             nullptr, &failure));
-  Error owned(failure);
+  GVariantPtr answer(g_dbus_connection_call_sync(bus.connection(), service, path, interface, method,
+                                                 arguments, G_VARIANT_TYPE(reply), G_DBUS_CALL_FLAGS_NONE,
+                                                 milliseconds, nullptr, &failure));
+  GErrorPtr owned(failure);
   if (error) *error = std::move(owned);
   return answer;
 }
@@ -232,7 +230,7 @@ void GeoClueClient::open() {
   systemBus_ = PrivateBus::open(G_BUS_TYPE_SYSTEM, cancellable_.get());
   if (systemBus_) {
     openPermissionStore();
-    const Variant owned =
+    const GVariantPtr owned =
         call(*systemBus_, "org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus",
              "NameHasOwner", g_variant_new("(s)", kService), "(b)", kShortCallMilliseconds);
     gboolean running = FALSE;
@@ -274,11 +272,11 @@ void GeoClueClient::openPermissionStore() {
   if (!sessionBus_) return;
   storeSubscription_ = subscribe<&GeoClueClient::permissionsChanged>(*sessionBus_, kStoreService,
                                                                      kStoreService, "Changed", kStorePath);
-  const Variant answer =
+  const GVariantPtr answer =
       call(*sessionBus_, kStoreService, kStorePath, kStoreService, "Lookup",
            g_variant_new("(ss)", kStoreTable, kStoreId), "(a{sas}v)", kShortCallMilliseconds);
   if (!answer) return;
-  const Variant permissions(g_variant_get_child_value(answer.get(), 0));
+  const GVariantPtr permissions(g_variant_get_child_value(answer.get(), 0));
   stored_ = storedLocationPermission(permissions.get(), options_.desktopId);
 }
 
@@ -291,7 +289,7 @@ void GeoClueClient::permissionsChanged(GVariant* parameters) {
   g_variant_get_child(parameters, 1, "&s", &id);
   g_variant_get_child(parameters, 2, "b", &deleted);
   if (!g_str_equal(table, kStoreTable) || !g_str_equal(id, kStoreId)) return;
-  const Variant permissions(g_variant_get_child_value(parameters, 4));
+  const GVariantPtr permissions(g_variant_get_child_value(parameters, 4));
   stored_ = storedLocationPermission(deleted ? nullptr : permissions.get(), options_.desktopId);
   refused_ = false;
   if (!isAuthorized(recordedPermission())) stop();
@@ -305,11 +303,11 @@ void GeoClueClient::readConfiguration() {
 }
 
 bool GeoClueClient::isActivatable() {
-  const Variant answer =
+  const GVariantPtr answer =
       call(*systemBus_, "org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus",
            "ListActivatableNames", nullptr, "(as)", kShortCallMilliseconds);
   if (!answer) return false;
-  const Variant list(g_variant_get_child_value(answer.get(), 0));
+  const GVariantPtr list(g_variant_get_child_value(answer.get(), 0));
   const std::unique_ptr<const char*, GFree<g_free>> names(g_variant_get_strv(list.get(), nullptr));
   return g_strv_contains(names.get(), kService);
 }
@@ -331,12 +329,12 @@ void GeoClueClient::serviceVanished() {
 }
 
 void GeoClueClient::readAvailableAccuracy() {
-  const Variant answer =
+  const GVariantPtr answer =
       call(*systemBus_, kService, kManagerPath, kPropertiesInterface, "Get",
            g_variant_new("(ss)", kManagerInterface, "AvailableAccuracyLevel"), "(v)", kShortCallMilliseconds);
-  Variant level;
+  GVariantPtr level;
   if (answer) {
-    const Variant boxed(g_variant_get_child_value(answer.get(), 0));
+    const GVariantPtr boxed(g_variant_get_child_value(answer.get(), 0));
     level.reset(g_variant_get_variant(boxed.get()));
   }
   hasSource_ = !level || !g_variant_is_of_type(level.get(), G_VARIANT_TYPE_UINT32) ||
@@ -377,14 +375,14 @@ void GeoClueClient::startIfWanted() {
   if (recipients_.empty() || !clientPath_.empty() || !(running_ || activatable_)) return;
   if (refused_ || !isAuthorized(recordedPermission())) return;
 
-  const Variant client = callService(kManagerPath, kManagerInterface, "GetClient", nullptr, "(o)");
+  const GVariantPtr client = callService(kManagerPath, kManagerInterface, "GetClient", nullptr, "(o)");
   if (!client) return;
   const char* path = nullptr;
   g_variant_get(client.get(), "(&o)", &path);
   clientPath_ = path;
   locationSubscription_ = subscribe<&GeoClueClient::locationUpdated>(*systemBus_, kService, kClientInterface,
                                                                      "LocationUpdated", path);
-  Error error;
+  GErrorPtr error;
   const bool started =
       setClientProperty("DesktopId", g_variant_new_string(options_.desktopId.c_str())) &&
       setClientProperty("RequestedAccuracyLevel", g_variant_new_uint32(kAccuracyLevelCity)) &&
@@ -417,10 +415,11 @@ void GeoClueClient::locationUpdated(GVariant* parameters) {
   if (!g_variant_is_of_type(parameters, G_VARIANT_TYPE("(oo)"))) return;
   const char* path = nullptr;
   g_variant_get_child(parameters, 1, "&o", &path);
-  const Variant answer = call(*systemBus_, kService, path, kPropertiesInterface, "GetAll",
-                              g_variant_new("(s)", kLocationInterface), "(a{sv})", kShortCallMilliseconds);
+  const GVariantPtr answer =
+      call(*systemBus_, kService, path, kPropertiesInterface, "GetAll",
+           g_variant_new("(s)", kLocationInterface), "(a{sv})", kShortCallMilliseconds);
   if (!answer) return;
-  const Variant properties(g_variant_get_child_value(answer.get(), 0));
+  const GVariantPtr properties(g_variant_get_child_value(answer.get(), 0));
   Location fix;
   if (!g_variant_lookup(properties.get(), "Latitude", "d", &fix.latitude) ||
       !g_variant_lookup(properties.get(), "Longitude", "d", &fix.longitude)) {

@@ -16,7 +16,7 @@ using Status = LocationAuthorizationStatus;
 
 /// An entry with "allowed" speaks for the listed users, or for all when none are listed.
 Status permissionInFile(const std::string& path, const std::string& desktopId) {
-  const std::unique_ptr<GKeyFile, GFree<g_key_file_unref>> file(g_key_file_new());
+  const GKeyFilePtr file(g_key_file_new());
   if (!g_key_file_load_from_file(file.get(), path.c_str(), G_KEY_FILE_NONE, nullptr))
     return Status::NotDetermined;
   if (!g_key_file_has_group(file.get(), desktopId.c_str())) return Status::NotDetermined;
@@ -56,7 +56,7 @@ Status configuredLocationPermission(const std::string& file, const std::string& 
 
 Status storedLocationPermission(GVariant* permissions, std::string_view desktopId) {
   if (!permissions || desktopId.empty()) return Status::NotDetermined;
-  const std::unique_ptr<GVariant, GFree<g_variant_unref>> entry(
+  const GVariantPtr entry(
       g_variant_lookup_value(permissions, std::string(desktopId).c_str(), G_VARIANT_TYPE_STRING_ARRAY));
   if (!entry || g_variant_n_children(entry.get()) == 0) return Status::NotDetermined;
   const char* accuracy = nullptr;

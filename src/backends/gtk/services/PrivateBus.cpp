@@ -20,8 +20,7 @@ bool wouldStartBus(GBusType type) {
 
 std::unique_ptr<PrivateBus> PrivateBus::open(GBusType type, GCancellable* cancellable) {
   if (wouldStartBus(type)) return nullptr;
-  const std::unique_ptr<char, GFree<g_free>> address(
-      g_dbus_address_get_for_bus_sync(type, cancellable, nullptr));
+  const GStringPtr address(g_dbus_address_get_for_bus_sync(type, cancellable, nullptr));
   if (!address) return nullptr;
   const auto flags = static_cast<GDBusConnectionFlags>(G_DBUS_CONNECTION_FLAGS_AUTHENTICATION_CLIENT |
                                                        G_DBUS_CONNECTION_FLAGS_MESSAGE_BUS_CONNECTION);
