@@ -127,6 +127,11 @@ void FakeUserDefaults::setObject(const JsonValue& value, std::string_view key) {
   values_.insert_or_assign(std::string(key), value);
 }
 
+JsonValue FakeUserDefaults::setObjectIfAbsent(const JsonValue& value, std::string_view key) {
+  MutexLock lock(mutex_);
+  return values_.try_emplace(std::string(key), value).first->second;
+}
+
 void FakeUserDefaults::removeObjectForKey(std::string_view key) {
   MutexLock lock(mutex_);
   if (const auto found = values_.find(key); found != values_.end()) values_.erase(found);

@@ -69,6 +69,7 @@ class FakeUserDefaults final : public UserDefaults {
   JsonValue objectForKey(std::string_view key) override;
   std::optional<std::string> stringForKey(std::string_view key) override;
   void setObject(const JsonValue& value, std::string_view key) override;
+  JsonValue setObjectIfAbsent(const JsonValue& value, std::string_view key) override;
   void removeObjectForKey(std::string_view key) override;
   bool synchronize() override;
 

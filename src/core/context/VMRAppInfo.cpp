@@ -35,10 +35,9 @@ void VMRAppInfo::updateInfo() {
 std::string VMRAppInfo::appGUID() {
   UserDefaults& defaults = Platform::shared().userDefaults();
   if (defaults.objectForKey(kInstallIdentifierKey).isNull()) {
-    std::string made = Platform::shared().system().newUUIDString();
-    defaults.setObject(made, kInstallIdentifierKey);
+    // Another process of the application may do the same at this moment; all of them must agree.
+    defaults.setObjectIfAbsent(Platform::shared().system().newUUIDString(), kInstallIdentifierKey);
     defaults.synchronize();
-    return made;
   }
   return defaults.objectForKey(kInstallIdentifierKey).stringValue().value_or("");
 }

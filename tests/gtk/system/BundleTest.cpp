@@ -32,7 +32,7 @@ TEST(PosixLocaleTest, FindsTheRegion) {
   }
 }
 
-TEST(PosixLocaleTest, CallsTheRegionByItsNameInTheLanguage) {
+TEST(PosixLocaleTest, NamesTheRegionInTheLanguageOfTheLocale) {
   EXPECT_EQ(displayNameOfRegion("DE", "fr_FR.UTF-8"), "Allemagne");
   EXPECT_EQ(displayNameOfRegion("DE", "C"), "Germany");
   EXPECT_EQ(displayNameOfRegion("de", "C"), std::nullopt);
@@ -64,12 +64,23 @@ TEST(BundleTest, KnowsTheApplicationAndTheLibrary) {
   EXPECT_EQ(bundle->localizedString("Unable to Load Controller"), "Unable to Load Controller");
 }
 
-// This program runs with LANG=pt_BR.UTF-8 and nothing of the kind that counts for more.
+// This program runs with LANG=pt_BR.UTF-8 and no variable that takes precedence.
 TEST(BundleTest, FollowsTheEnvironmentsLanguage) {
   const std::unique_ptr<Bundle> bundle = makeBundle();
   EXPECT_EQ(bundle->preferredLocalizations(), (Tags{"pt-BR", "pt"}));
   EXPECT_EQ(bundle->countryCode(), "BR");
   EXPECT_EQ(bundle->displayNameForCountryCode("BR"), "Brasil");
+}
+
+TEST(BundleTest, TakesTheCountryFromTheFormatsAndNotFromTheLanguage) {
+  const std::unique_ptr<Bundle> bundle = makeBundle();
+  g_setenv("LC_MESSAGES", "en_US.UTF-8", TRUE);
+  EXPECT_EQ(bundle->countryCode(), "BR");
+  g_setenv("LC_TIME", "de_CH.UTF-8", TRUE);
+  EXPECT_EQ(bundle->countryCode(), "CH");
+  g_setenv("LC_ALL", "fr_FR.UTF-8", TRUE);
+  EXPECT_EQ(bundle->countryCode(), "FR");
+  for (const char* variable : {"LC_ALL", "LC_TIME", "LC_MESSAGES"}) g_unsetenv(variable);
 }
 
 }  // namespace

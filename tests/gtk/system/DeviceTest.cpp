@@ -104,7 +104,7 @@ TEST(AdvertisingChoiceTest, IsLimitedUntilTheUserOptsIn) {
   EXPECT_NE(choice.identifier(), first);
 }
 
-TEST(AdvertisingChoiceTest, TakesNothingElseForAnIdentifier) {
+TEST(AdvertisingChoiceTest, IgnoresTextThatIsNoIdentifier) {
   const test::TestFolder folder;
   const AdvertisingChoice choice(folder.path("/file"));
   for (const char* text : {"", "garbage", "00000000-0000-0000-0000-000000000000\n",
@@ -126,7 +126,7 @@ TEST(AdvertisingChoiceTest, HoldsForTheProcessWhenItCannotBeWritten) {
   EXPECT_EQ(choice.identifier(), kNobody);
 }
 
-TEST(DeviceTest, KnowsTheVendorByTheApplication) {
+TEST(DeviceTest, DerivesTheVendorFromTheApplication) {
   const std::unique_ptr<Device> device = makeDevice();
   setInfoDictionaryEntry("CFBundleIdentifier", std::nullopt);
   EXPECT_EQ(device->identifierForVendor(), std::nullopt);
@@ -135,13 +135,23 @@ TEST(DeviceTest, KnowsTheVendorByTheApplication) {
   setInfoDictionaryEntry("CFBundleIdentifier", "com.example.Two");
   EXPECT_EQ(device->identifierForVendor(), one);
   setInfoDictionaryEntry("CFBundleIdentifier", std::nullopt);
-  EXPECT_TRUE(device->hasTelephonyNetworkInfo());
+}
+
+TEST(DeviceTest, KeepsTheChoiceAboutTrackingForEachApplication) {
+  const std::unique_ptr<Device> device = makeDevice();
+  setInfoDictionaryEntry("CFBundleIdentifier", "com.example.One");
   setAdvertisingTrackingEnabled(true);
   EXPECT_TRUE(device->isAdvertisingTrackingEnabled());
-  EXPECT_NE(device->advertisingIdentifier(), kNobody);
-  setAdvertisingTrackingEnabled(false);
+  const auto identifier = device->advertisingIdentifier();
+  EXPECT_NE(identifier, kNobody);
+  setInfoDictionaryEntry("CFBundleIdentifier", "com.example.Two");
   EXPECT_FALSE(isAdvertisingTrackingEnabled());
   EXPECT_EQ(device->advertisingIdentifier(), kNobody);
+  setInfoDictionaryEntry("CFBundleIdentifier", "com.example.One");
+  EXPECT_EQ(device->advertisingIdentifier(), identifier);
+  setAdvertisingTrackingEnabled(false);
+  EXPECT_EQ(device->advertisingIdentifier(), kNobody);
+  setInfoDictionaryEntry("CFBundleIdentifier", std::nullopt);
 }
 
 }  // namespace

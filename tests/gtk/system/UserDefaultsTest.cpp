@@ -1,11 +1,18 @@
 #include "../../common/TestFolder.h"
+#include "backends/gtk/base/PrivateFile.h"
 #include "backends/gtk/system/KeyFileUserDefaults.h"
+#include "ports/Platform.h"
 
+#include <Vemora/Gtk/VemoraGtk.h>
+
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <signal.h>
+#include <sys/file.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <chrono>
 #include <cstdint>
 #include <functional>
 #include <limits>
@@ -67,7 +74,7 @@ TEST_F(UserDefaultsTest, KeepsValuesAndTheirTypes) {
   EXPECT_TRUE(defaults.objectForKey("absent").isNull());
 }
 
-TEST_F(UserDefaultsTest, GivesNumbersAsText) {
+TEST_F(UserDefaultsTest, ReturnsNumbersAsText) {
   KeyFileUserDefaults defaults = open();
   defaults.setObject(1, "number");
   defaults.setObject(2.5, "real");
@@ -122,7 +129,7 @@ TEST_F(UserDefaultsTest, RemovesKeys) {
   EXPECT_EQ(folder_.read(kFile).find("gone"), std::string::npos);
 }
 
-TEST_F(UserDefaultsTest, LaysUnsavedValuesOverThoseOfOthers) {
+TEST_F(UserDefaultsTest, PrefersUnsavedValuesToThoseOfOtherProcesses) {
   KeyFileUserDefaults ours = open();
   KeyFileUserDefaults theirs = open();
   ours.setObject("ours", "shared");
@@ -150,7 +157,7 @@ TEST_F(UserDefaultsTest, KeepsACorruptFileAside) {
   EXPECT_EQ(folder_.read(std::string(kFile) + ".corrupt"), corrupt);
 }
 
-TEST_F(UserDefaultsTest, HoldsInMemoryWhatCannotBeWritten) {
+TEST_F(UserDefaultsTest, KeepsValuesInMemoryWhenTheFileCannotBeWritten) {
   folder_.write("/vemora", "a file where the folder should be");
   KeyFileUserDefaults defaults = open();
   defaults.setObject("value", "key");
@@ -161,7 +168,7 @@ TEST_F(UserDefaultsTest, HoldsInMemoryWhatCannotBeWritten) {
   EXPECT_EQ(open().stringForKey("key"), "value");
 }
 
-TEST_F(UserDefaultsTest, HoldsInMemoryWhatHasNoText) {
+TEST_F(UserDefaultsTest, KeepsValuesInMemoryThatHaveNoText) {
   KeyFileUserDefaults defaults = open();
   defaults.setObject("\xFF", "bytes");
   defaults.setObject("fine", "text");
@@ -170,10 +177,10 @@ TEST_F(UserDefaultsTest, HoldsInMemoryWhatHasNoText) {
   EXPECT_EQ(open().stringForKey("text"), "fine");
 }
 
-/// Runs `work` in a process of its own.
+/// Runs `work` in a child process.
 pid_t startProcess(const std::function<void()>& work) {
   const pid_t child = fork();
-  if (child < 0) throw std::runtime_error("no process could be started");  // -1 would stand for all of them.
+  if (child < 0) throw std::runtime_error("no process could be started");  // -1 would mean all processes.
   if (child == 0) {
     work();
     _exit(0);
@@ -191,7 +198,7 @@ TEST_F(UserDefaultsTest, LosesNothingWhenProcessesWriteTogether) {
       KeyFileUserDefaults defaults = open();
       for (int key = 0; key < kKeys; ++key) {
         defaults.setObject(key, std::to_string(process) + "." + std::to_string(key));
-        // Each of these files is waited for, and not for ever: a busy disk may need another attempt.
+        // Waiting for the file's lock is bounded: on a busy disk it may take another attempt.
         int attempts = 0;
         while (!defaults.synchronize()) {
           if (++attempts == 20) _exit(1);
@@ -210,6 +217,121 @@ TEST_F(UserDefaultsTest, LosesNothingWhenProcessesWriteTogether) {
       EXPECT_EQ(defaults.objectForKey(std::to_string(process) + "." + std::to_string(key)), JsonValue(key));
     }
   }
+}
+
+TEST_F(UserDefaultsTest, AgreesWithOtherProcessesOnAValueThatAllOfThemSetFirst) {
+  constexpr int kProcesses = 4;
+  for (int round = 0; round < 20; ++round) {
+    std::filesystem::remove_all(folder_.path("/vemora"));
+    int ends[2];
+    ASSERT_EQ(pipe(ends), 0);
+    std::vector<pid_t> children;
+    for (int process = 0; process < kProcesses; ++process) {
+      children.push_back(startProcess([&] {
+        KeyFileUserDefaults defaults = open();
+        const JsonValue got = defaults.setObjectIfAbsent(std::to_string(process), "vemora.app.guid");
+        if (process % 2 == 0) defaults.synchronize();
+        if (write(ends[1], got.asString()->data(), 1) != 1) _exit(1);
+      }));
+    }
+    for (const pid_t child : children) waitpid(child, nullptr, 0);
+    std::string got(kProcesses, ' ');
+    ASSERT_EQ(read(ends[0], got.data(), got.size()), kProcesses);
+    close(ends[0]);
+    close(ends[1]);
+    EXPECT_EQ(got, std::string(kProcesses, got.front())) << "round " << round;
+    KeyFileUserDefaults defaults = open();
+    EXPECT_EQ(defaults.setObjectIfAbsent("late", "vemora.app.guid"), JsonValue(got.substr(0, 1)));
+    EXPECT_TRUE(defaults.synchronize());
+    EXPECT_EQ(open().stringForKey("vemora.app.guid"), got.substr(0, 1));
+  }
+}
+
+TEST_F(UserDefaultsTest, RemovesTheClaimOnceTheValueIsSaved) {
+  KeyFileUserDefaults defaults = open();
+  EXPECT_EQ(defaults.setObjectIfAbsent("mine", "vemora.app.guid"), JsonValue("mine"));
+  EXPECT_TRUE(std::filesystem::exists(path() + ".vemora.app.guid.claim"));
+  EXPECT_TRUE(defaults.synchronize());
+  EXPECT_FALSE(std::filesystem::exists(path() + ".vemora.app.guid.claim"));
+  // A process that was killed before it saved leaves a claim, and the next one takes its value.
+  folder_.write(std::string(kFile) + ".other.claim", "\"of a killed process\"");
+  EXPECT_EQ(defaults.setObjectIfAbsent("new", "other"), JsonValue("of a killed process"));
+  folder_.write(std::string(kFile) + ".empty.claim", "");
+  EXPECT_EQ(defaults.setObjectIfAbsent("new", "empty"), JsonValue("new"));
+}
+
+TEST_F(UserDefaultsTest, NeverWaitsForAnotherProcessOnTheMainThread) {
+  folder_.write(kFile, "");
+  const std::string lockPath = path() + ".lock";
+  const int lock = ::open(lockPath.c_str(), O_RDWR | O_CREAT, 0600);
+  ASSERT_EQ(flock(lock, LOCK_EX), 0);
+  KeyFileUserDefaults defaults(
+      path(), [this](double, std::function<void()> work) { scheduled_.push_back(std::move(work)); },
+      [] { return false; });
+  const auto begin = std::chrono::steady_clock::now();
+  EXPECT_EQ(defaults.setObjectIfAbsent("mine", "vemora.app.guid"), JsonValue("mine"));
+  EXPECT_TRUE(defaults.synchronize());
+  EXPECT_EQ(defaults.stringForKey("vemora.app.guid"), "mine");
+  EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(1));
+  close(lock);
+  ASSERT_EQ(scheduled_.size(), 2u);
+  for (const auto& save : scheduled_) save();
+  EXPECT_EQ(open().stringForKey("vemora.app.guid"), "mine");
+}
+
+TEST_F(UserDefaultsTest, RemovesTemporaryFilesOfKilledWriters) {
+  const std::vector<std::string> names = {"abandoned.A1b2C3", "org.example.App.ini.A1b2C3",
+                                          "org.example.App.ini.D4e5F6", "org.example.App.ini.corrupt"};
+  for (const std::string& name : names) folder_.write("/vemora/" + name, "partial");
+  const auto old = std::filesystem::file_time_type::clock::now() - std::chrono::minutes(10);
+  for (const std::string& name : names) {
+    if (name != names[2]) std::filesystem::last_write_time(folder_.path("/vemora/" + name), old);
+  }
+  KeyFileUserDefaults defaults = open();
+  defaults.setObject("value", "key");
+  EXPECT_TRUE(defaults.synchronize());
+  EXPECT_FALSE(std::filesystem::exists(folder_.path("/vemora/" + names[1])));
+  for (const std::size_t kept : {0u, 2u, 3u}) {
+    EXPECT_TRUE(std::filesystem::exists(folder_.path("/vemora/" + names[kept]))) << names[kept];
+  }
+}
+
+TEST_F(UserDefaultsTest, LogsOnceThatTheFileCannotBeWritten) {
+  folder_.write("/vemora", "a file where the folder should be");
+  KeyFileUserDefaults defaults = open();
+  defaults.setObject("secret consent", "IABConsent_ConsentString");
+  testing::internal::CaptureStderr();
+  EXPECT_FALSE(defaults.synchronize());
+  const std::string first = testing::internal::GetCapturedStderr();
+  EXPECT_NE(first.find("The settings cannot be written to " + path()), std::string::npos) << first;
+  EXPECT_EQ(first.find("secret consent"), std::string::npos);
+  testing::internal::CaptureStderr();
+  EXPECT_FALSE(defaults.synchronize());
+  EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+}
+
+TEST(ConsentTest, IsStoredWhereAdRequestsLookForIt) {
+  UserDefaults& defaults = Platform::shared().userDefaults();
+  setConsent(true, "BOEFEAyOEFEAyAHABDENAI4AAAB9vABAASA");
+  EXPECT_EQ(defaults.stringForKey("IABConsent_SubjectToGDPR"), "1");
+  EXPECT_EQ(defaults.stringForKey("IABConsent_ConsentString"), "BOEFEAyOEFEAyAHABDENAI4AAAB9vABAASA");
+  testing::internal::CaptureStderr();
+  setConsent(false, "\xff");
+  EXPECT_NE(testing::internal::GetCapturedStderr().find("The consent was not stored"), std::string::npos);
+  EXPECT_EQ(defaults.stringForKey("IABConsent_SubjectToGDPR"), "1");
+  setConsent(false, std::nullopt);
+  EXPECT_EQ(defaults.stringForKey("IABConsent_SubjectToGDPR"), "0");
+  EXPECT_EQ(defaults.stringForKey("IABConsent_ConsentString"), std::nullopt);
+  setConsent(std::nullopt, std::nullopt);
+  EXPECT_EQ(defaults.stringForKey("IABConsent_SubjectToGDPR"), std::nullopt);
+}
+
+TEST(ApplicationFileTest, IsNamedAfterTheApplicationOrElseItsExecutable) {
+  setInfoDictionaryEntry("CFBundleIdentifier", std::nullopt);
+  EXPECT_TRUE(applicationFilePath(".ini").ends_with("/vemora/vemora-system-tests.ini"));
+  setInfoDictionaryEntry("CFBundleIdentifier", "org.example/../App");
+  EXPECT_TRUE(applicationFilePath(".ini").ends_with("/vemora/org.example%2F..%2FApp.ini"));
+  setInfoDictionaryEntry("CFBundleIdentifier", std::nullopt);
 }
 
 TEST_F(UserDefaultsTest, SurvivesACrashInAnyWrite) {

@@ -1,7 +1,5 @@
 #include "backends/gtk/base/InfoDictionary.h"
 
-#include <Vemora/Gtk/VemoraGtk.h>
-
 #include <gio/gio.h>
 
 #include <utility>
@@ -19,7 +17,7 @@ std::optional<std::string> applicationIdentifier() {
   return application ? optionalText(g_application_get_application_id(application)) : std::nullopt;
 }
 
-/// GLib answers with the program's name when the application set none.
+/// GLib returns the program's name when the application has set none.
 std::optional<std::string> applicationName() {
   const char* name = g_get_application_name();
   return name == g_get_prgname() ? std::nullopt : optionalText(name);
@@ -49,10 +47,6 @@ std::optional<std::string> InfoDictionary::entry(std::string_view key) const {
   if (key == "CFBundleIdentifier") return applicationIdentifier();
   if (key == "CFBundleName") return applicationName();
   return std::nullopt;
-}
-
-void setInfoDictionaryEntry(std::string_view key, std::optional<std::string> value) {
-  InfoDictionary::shared().setEntry(key, std::move(value));
 }
 
 }  // namespace vemora::gtk

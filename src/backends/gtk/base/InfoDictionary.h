@@ -9,8 +9,8 @@
 
 namespace vemora::gtk {
 
-/// The application's information dictionary: what the host entered, and else what GLib knows of the
-/// application. Any thread.
+/// The application's information dictionary: the entries of the host and, where it has set none, what GLib
+/// knows about the application. Thread-safe.
 class InfoDictionary {
  public:
   static InfoDictionary& shared();
@@ -19,8 +19,7 @@ class InfoDictionary {
   std::optional<std::string> entry(std::string_view key) const;
 
  private:
-  /// Guards the entries.
-  mutable Mutex mutex_;
+  mutable Mutex mutex_;  ///< Guards the entries.
   std::map<std::string, std::string, std::less<>> entries_ VMR_GUARDED_BY(mutex_);
 };
 

@@ -7,6 +7,7 @@
 #include <Vemora/NotificationCenter.h>
 
 #include <glib.h>
+#include <glib/gstdio.h>
 #include <pulse/pulseaudio.h>
 
 #include <algorithm>
@@ -18,7 +19,7 @@ namespace vemora::gtk {
 
 namespace {
 
-/// On a thread of its own: whoever hears of it may block.
+/// On a background thread of its own, since observers may block.
 void postRouteChange(AVAudioSessionRouteChangeReason reason) {
   dispatch().detachNewThread([reason] {
     const JsonValue userInfo =
@@ -37,8 +38,18 @@ AudioOutput outputFromSink(const pa_sink_info& sink) {
   return output;
 }
 
-/// A connection to the server and what it last said of the outputs. Lives on the loop's thread; made and
-/// destroyed while the loop stands still.
+/// libpulse makes a folder below the user's runtime or home folder. Where it cannot, it prints an error at each
+/// attempt to connect.
+bool canConnectQuietly() {
+  const char* runtime = g_getenv("PULSE_RUNTIME_PATH");
+  if (!runtime) runtime = g_getenv("XDG_RUNTIME_DIR");
+  const char* parent = runtime ? runtime : g_get_home_dir();
+  const GStringPtr folder(g_build_filename(parent, "pulse", nullptr));
+  return g_access(parent, W_OK) == 0 || g_access(folder.get(), R_OK) == 0;
+}
+
+/// A connection to the server, and the outputs that it reported last. Belongs to the thread of the loop; made
+/// and destroyed while the loop does not run.
 class RouteWatch {
  public:
   RouteWatch(pa_mainloop_api& api, const PulseAudioOptions& options)
@@ -62,12 +73,12 @@ class RouteWatch {
   void retryLater();
   void subscribe();
   void settle();
-  void takeStock();
+  void queryOutputs();
   void compare();
 
   template <Step step>
   void startTimer(pa_time_event*& timer, double seconds);
-  /// For operations whose outcome comes by callback; their own handle is of no use.
+  /// For operations whose result comes by callback and whose handle is not needed.
   static void letRun(pa_operation* operation) {
     if (operation) pa_operation_unref(operation);
   }
@@ -80,7 +91,7 @@ class RouteWatch {
   pa_time_event* settleTimer_ = nullptr;
   pa_time_event* retryTimer_ = nullptr;
   std::optional<AudioOutputs> known_;
-  bool takingStock_ = false;
+  bool isQuerying_ = false;
   AudioOutputs incoming_;
 };
 
@@ -97,12 +108,13 @@ void RouteWatch::startTimer(pa_time_event*& timer, double seconds) {
 
 void RouteWatch::connect() {
   disconnect();
+  if (!canConnectQuietly()) return retryLater();
   const char* name = g_get_application_name();
   context_ = pa_context_new(&api_, name ? name : "Vemora");
   pa_context_set_state_callback(
       context_, [](pa_context*, void* self) { from(self).stateChanged(); }, this);
   const char* server = options_.server.empty() ? nullptr : options_.server.c_str();
-  // Failure is heard as a change of state.
+  // A failure is reported as a change of state.
   pa_context_connect(context_, server, PA_CONTEXT_NOAUTOSPAWN, nullptr);
 }
 
@@ -112,9 +124,9 @@ void RouteWatch::disconnect() {
   pa_context_set_subscribe_callback(context_, nullptr, nullptr);
   pa_context_disconnect(context_);
   pa_context_unref(std::exchange(context_, nullptr));
-  // Another server, or the same one later, starts from its own outputs.
+  // The outputs of another server, or of the same one later, are not compared with these.
   known_.reset();
-  takingStock_ = false;
+  isQuerying_ = false;
 }
 
 void RouteWatch::stateChanged() {
@@ -143,18 +155,18 @@ void RouteWatch::subscribe() {
   const auto events =
       static_cast<pa_subscription_mask_t>(PA_SUBSCRIPTION_MASK_SINK | PA_SUBSCRIPTION_MASK_SERVER);
   letRun(pa_context_subscribe(context_, events, nullptr, nullptr));
-  takeStock();
+  queryOutputs();
 }
 
 void RouteWatch::settle() {
-  startTimer<&RouteWatch::takeStock>(settleTimer_, options_.settleSeconds);
+  startTimer<&RouteWatch::queryOutputs>(settleTimer_, options_.settleSeconds);
 }
 
-void RouteWatch::takeStock() {
+void RouteWatch::queryOutputs() {
   if (!context_ || pa_context_get_state(context_) != PA_CONTEXT_READY) return;
-  // The answers to two stock-takings must not mix.
-  if (takingStock_) return settle();
-  takingStock_ = true;
+  // The answers to two queries must not mix.
+  if (isQuerying_) return settle();
+  isQuerying_ = true;
   incoming_ = {};
   letRun(pa_context_get_server_info(
       context_,
@@ -166,7 +178,7 @@ void RouteWatch::takeStock() {
       context_,
       [](pa_context*, const pa_sink_info* sink, int end, void* self) {
         if (sink && end == 0) return from(self).incoming_.outputs.push_back(outputFromSink(*sink));
-        from(self).takingStock_ = false;
+        from(self).isQuerying_ = false;
         if (end > 0) from(self).compare();
       },
       this));
@@ -179,7 +191,7 @@ void RouteWatch::compare() {
   if (reason) postRouteChange(*reason);
 }
 
-/// The loop's thread and what runs on it.
+/// The thread of the loop, and what runs on it.
 class PulseAudioSession final : public AudioSession {
  public:
   explicit PulseAudioSession(PulseAudioOptions options) : options_(std::move(options)) {}
@@ -201,7 +213,7 @@ class PulseAudioSession final : public AudioSession {
     pa_threaded_mainloop_set_name(loop_.get(), "vemora-audio");
     pa_mainloop_api* api = pa_threaded_mainloop_get_api(loop_.get());
     watch_ = std::make_unique<RouteWatch>(*api, options_);
-    // Connecting reads files and talks to the server: not on the caller's time.
+    // Connecting reads files and talks to the server, which would block the caller.
     pa_mainloop_api_once(
         api, [](pa_mainloop_api*, void* watch) { static_cast<RouteWatch*>(watch)->connect(); }, watch_.get());
     pa_threaded_mainloop_start(loop_.get());

@@ -3,11 +3,12 @@
 #include "backends/glib/GLibSystem.h"
 #include "backends/gtk/base/PrivateFile.h"
 
-#include <Vemora/Gtk/VemoraGtk.h>
+#include <Vemora/Vemora.h>
 
 #include <glib.h>
 
 #include <algorithm>
+#include <map>
 
 namespace vemora::gtk {
 
@@ -15,7 +16,7 @@ namespace {
 
 constexpr char kLimited[] = "00000000-0000-0000-0000-000000000000";
 
-/// The file holds one line: the identifier of a user who opted in, or nothing.
+/// The file holds one line with the identifier of a user who opted in, or nothing.
 std::optional<std::string> identifierIn(std::string text) {
   if (!text.empty() && text.back() == '\n') text.pop_back();
   if (text == kLimited || !g_uuid_string_is_valid(text.c_str())) return std::nullopt;
@@ -25,9 +26,16 @@ std::optional<std::string> identifierIn(std::string text) {
 
 }  // namespace
 
-AdvertisingChoice& AdvertisingChoice::shared() {
-  static AdvertisingChoice& choice = *new AdvertisingChoice(privateFilePath("advertising-identifier"));
-  return choice;
+AdvertisingChoice& AdvertisingChoice::ofApplication() {
+  struct Choices {
+    Mutex mutex;  ///< Guards `byPath`.
+    std::map<std::string, AdvertisingChoice> byPath VMR_GUARDED_BY(mutex);
+  };
+  static Choices& choices = *new Choices;
+  // A host may set its identifier late, so each call looks at it.
+  const std::string path = applicationFilePath(".advertising-identifier");
+  MutexLock lock(choices.mutex);
+  return choices.byPath.try_emplace(path, path).first->second;
 }
 
 std::string AdvertisingChoice::identifier() const {
@@ -49,21 +57,11 @@ std::optional<std::string> AdvertisingChoice::currentIdentifier() const {
 void AdvertisingChoice::setTrackingEnabled(bool enabled) {
   if (enabled == isTrackingEnabled()) return;
   const std::optional<std::string> identifier = enabled ? std::optional(glib::newUUIDString()) : std::nullopt;
+  const bool isWritten = replacePrivateFile(path_, identifier ? *identifier + "\n" : "");
+  if (!isWritten) Vemora::logError("The choice about ad tracking cannot be written to " + path_);
   MutexLock lock(mutex_);
-  hasUnwrittenChoice_ = !replacePrivateFile(path_, identifier ? *identifier + "\n" : "");
-  unwrittenIdentifier_ = hasUnwrittenChoice_ ? identifier : std::nullopt;
-  if (hasUnwrittenChoice_) {
-    g_log_structured("Vemora", G_LOG_LEVEL_WARNING, "MESSAGE",
-                     "The choice about ad tracking could not be written to %s", path_.c_str());
-  }
-}
-
-bool isAdvertisingTrackingEnabled() {
-  return AdvertisingChoice::shared().isTrackingEnabled();
-}
-
-void setAdvertisingTrackingEnabled(bool enabled) {
-  AdvertisingChoice::shared().setTrackingEnabled(enabled);
+  hasUnwrittenChoice_ = !isWritten;
+  unwrittenIdentifier_ = isWritten ? std::nullopt : identifier;
 }
 
 }  // namespace vemora::gtk

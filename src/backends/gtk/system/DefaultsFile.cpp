@@ -2,6 +2,7 @@
 
 #include "backends/gtk/base/GObjectPtr.h"
 #include "backends/gtk/base/PrivateFile.h"
+#include "base/Utf8.h"
 
 #include <glib.h>
 #include <sys/stat.h>
@@ -14,10 +15,6 @@ namespace vemora::gtk {
 
 namespace {
 
-using OwnedText = std::unique_ptr<char, GFree<g_free>>;
-using OwnedList = std::unique_ptr<char*, GFree<g_strfreev>>;
-using KeyFile = std::unique_ptr<GKeyFile, GFree<g_key_file_unref>>;
-
 constexpr char kValues[] = "Defaults";
 constexpr char kTypes[] = "Types";
 
@@ -27,7 +24,7 @@ struct TypedText {
 };
 
 bool isPlainText(std::string_view text) {
-  return g_utf8_validate_len(text.data() ? text.data() : "", text.size(), nullptr);
+  return isUtf8(text) && text.find('\0') == std::string_view::npos;
 }
 
 TypedText textOfReal(double value) {
@@ -56,7 +53,7 @@ std::optional<TypedText> typedTextOf(const JsonValue& value) {
   return json ? std::optional(TypedText{"json", *json}) : std::nullopt;
 }
 
-/// Text that does not fit its type, since somebody edited it, is a string.
+/// Text that does not fit its type, for example after an edit by hand, is a string.
 JsonValue valueOf(std::string_view type, const std::string& text) {
   if (type == "real") {
     char* end = nullptr;
@@ -74,13 +71,13 @@ JsonValue valueOf(std::string_view type, const std::string& text) {
 
 /// Key files do not take every character in a key.
 std::string escapedKey(std::string_view key) {
-  const OwnedText escaped(
-      g_uri_escape_bytes(reinterpret_cast<const guint8*>(key.data() ? key.data() : ""), key.size(), "/:"));
+  const GStringPtr escaped(
+      g_uri_escape_bytes(reinterpret_cast<const guint8*>(key.data() ? key.data() : ""), key.size(), ":"));
   return escaped.get();
 }
 
 std::string unescapedKey(const char* key) {
-  const std::unique_ptr<GBytes, GFree<g_bytes_unref>> bytes(g_uri_unescape_bytes(key, -1, nullptr, nullptr));
+  const GBytesPtr bytes(g_uri_unescape_bytes(key, -1, nullptr, nullptr));
   if (!bytes) return key;
   gsize size = 0;
   const auto* data = static_cast<const char*>(g_bytes_get_data(bytes.get(), &size));
@@ -88,8 +85,8 @@ std::string unescapedKey(const char* key) {
 }
 
 /// Null when the text is no key file.
-KeyFile parseKeyFile(const std::string& text) {
-  KeyFile file(g_key_file_new());
+GKeyFilePtr parseKeyFile(const std::string& text) {
+  GKeyFilePtr file(g_key_file_new());
   const bool isEmpty = text.empty();
   constexpr auto kFlags = static_cast<GKeyFileFlags>(G_KEY_FILE_KEEP_COMMENTS | G_KEY_FILE_KEEP_TRANSLATIONS);
   if (!isEmpty && !g_key_file_load_from_data(file.get(), text.data(), text.size(), kFlags, nullptr)) {
@@ -100,20 +97,21 @@ KeyFile parseKeyFile(const std::string& text) {
 
 DefaultsFile::Values valuesOf(GKeyFile* file) {
   DefaultsFile::Values values;
-  const OwnedList keys(g_key_file_get_keys(file, kValues, nullptr, nullptr));
+  const GStringListPtr keys(g_key_file_get_keys(file, kValues, nullptr, nullptr));
   for (char** key = keys.get(); key && *key; ++key) {
-    const OwnedText text(g_key_file_get_string(file, kValues, *key, nullptr));
+    const GStringPtr text(g_key_file_get_string(file, kValues, *key, nullptr));
     if (!text) continue;
-    const OwnedText type(g_key_file_get_string(file, kTypes, *key, nullptr));
+    const GStringPtr type(g_key_file_get_string(file, kTypes, *key, nullptr));
     values.insert_or_assign(unescapedKey(*key), valueOf(type ? type.get() : "", text.get()));
   }
   return values;
 }
 
-void apply(GKeyFile* file, std::string_view key, const JsonValue& value) {
+void apply(GKeyFile* file, std::string_view key, const DefaultsFile::Change& change) {
   const std::string name = escapedKey(key);
+  if (change.onlyIfAbsent && g_key_file_has_key(file, kValues, name.c_str(), nullptr)) return;
   g_key_file_remove_key(file, kTypes, name.c_str(), nullptr);
-  const std::optional<TypedText> typed = value.isNull() ? std::nullopt : typedTextOf(value);
+  const std::optional<TypedText> typed = change.value.isNull() ? std::nullopt : typedTextOf(change.value);
   if (!typed) {
     g_key_file_remove_key(file, kValues, name.c_str(), nullptr);
     return;
@@ -148,26 +146,28 @@ DefaultsFile::Version DefaultsFile::version() const {
 }
 
 DefaultsFile::Values DefaultsFile::read() const {
-  const KeyFile file = parseKeyFile(readFile(path_).value_or(""));
+  const GKeyFilePtr file = parseKeyFile(readFile(path_).value_or(""));
   return file ? valuesOf(file.get()) : Values{};
 }
 
 std::optional<DefaultsFile::Values> DefaultsFile::merge(const Changes& changes) const {
-  const FileLock lock(path_);
-  if (!lock.isHeld()) return std::nullopt;
   const std::optional<std::string> text = readFile(path_);
-  // What is there and cannot be read is not ours to replace.
+  // A file that exists but cannot be read is not replaced.
   if (!text && exists(path_)) return std::nullopt;
-  KeyFile file = parseKeyFile(text.value_or(""));
+  GKeyFilePtr file = parseKeyFile(text.value_or(""));
   if (!file) {
     if (!replacePrivateFile(path_ + ".corrupt", *text)) return std::nullopt;
     file = parseKeyFile("");
   }
-  for (const auto& [key, value] : changes) apply(file.get(), key, value);
+  for (const auto& [key, change] : changes) apply(file.get(), key, change);
   gsize length = 0;
-  const OwnedText merged(g_key_file_to_data(file.get(), &length, nullptr));
+  const GStringPtr merged(g_key_file_to_data(file.get(), &length, nullptr));
   if (!replacePrivateFile(path_, std::string_view(merged.get(), length))) return std::nullopt;
   return valuesOf(file.get());
+}
+
+std::string DefaultsFile::claimPath(std::string_view key) const {
+  return path_ + "." + escapedKey(key) + ".claim";
 }
 
 bool DefaultsFile::canHold(std::string_view key, const JsonValue& value) {

@@ -4,7 +4,7 @@
 
 #include <sys/types.h>
 
-#include <ctime>
+#include <cstdint>
 #include <map>
 #include <optional>
 #include <string>
@@ -12,8 +12,8 @@
 
 namespace vemora::gtk {
 
-/// A key file of an application's settings. A value is plain text; a second group says of those that are no
-/// strings what they are:
+/// The key file with an application's settings. Each value is plain text. A second group names the type of
+/// each value that is not a string:
 ///
 ///     [Defaults]
 ///     vemora.app.guid=8E5C2C0B-...
@@ -22,15 +22,18 @@ namespace vemora::gtk {
 ///     [Types]
 ///     IABConsent_SubjectToGDPR=integer
 ///
-/// So other programs can read and write it with any key-file reader. Their groups and comments stay as they
-/// are.
+/// Other programs can read and write it with any reader of key files. Their groups and comments stay.
 class DefaultsFile {
  public:
   using Values = std::map<std::string, JsonValue, std::less<>>;
-  /// Null removes.
-  using Changes = std::map<std::string, JsonValue, std::less<>>;
+  struct Change {
+    JsonValue value;  ///< Null removes.
+    bool onlyIfAbsent = false;
+    std::uint64_t number = 0;  ///< For the caller.
+  };
+  using Changes = std::map<std::string, Change, std::less<>>;
 
-  /// Which contents a path had at some moment.
+  /// Identifies the contents of a file at some moment.
   struct Version {
     dev_t device = 0;
     ino_t file = 0;
@@ -47,13 +50,18 @@ class DefaultsFile {
 
   /// All zeros when there is no file.
   Version version() const;
-  /// Empty when there is none or it cannot be read.
+  /// Empty when there is no file or it cannot be read.
   Values read() const;
-  /// Applies the changes to what is on disk now, and returns what is there afterwards. A file that makes no
-  /// sense is kept under another name and counts as empty. Absent when nothing could be written.
+  /// Applies the changes to what is on disk, and returns what is there afterwards. A file that is not a key
+  /// file is kept under another name and replaced. Absent when nothing could be written. The caller holds the
+  /// lock of `path`.
   std::optional<Values> merge(const Changes& changes) const;
 
-  /// False for values that have no text: strings that are not UTF-8, and nesting beyond measure.
+  const std::string& path() const { return path_; }
+  /// Where `setObjectIfAbsent` keeps the value of this key until it is saved.
+  std::string claimPath(std::string_view key) const;
+
+  /// False for values that have no text: strings that are not UTF-8, and values that are nested too deeply.
   static bool canHold(std::string_view key, const JsonValue& value);
 
  private:

@@ -27,16 +27,15 @@ class GtkBundle final : public Bundle {
 
   std::string localizedString(std::string_view key) override {
     std::string text(key);
-    // The entry of the empty key is the catalogue's header.
+    // The entry with the empty key is the header of the catalogue.
     if (text.empty() || text.find('\0') != std::string::npos) return text;
     const char* translated = dgettext(nullptr, text.c_str());
     if (g_utf8_validate(translated, -1, nullptr)) return translated;
-    const std::unique_ptr<char, GFree<g_free>> utf8(
-        g_locale_to_utf8(translated, -1, nullptr, nullptr, nullptr));
+    const GStringPtr utf8(g_locale_to_utf8(translated, -1, nullptr, nullptr, nullptr));
     return utf8 ? utf8.get() : text;
   }
 
-  std::optional<std::string> countryCode() override { return regionOfLocale(messagesLocale()); }
+  std::optional<std::string> countryCode() override { return regionOfLocale(formatsLocale()); }
 
   std::optional<std::string> displayNameForCountryCode(std::string_view code) override {
     return displayNameOfRegion(code, messagesLocale());

@@ -15,17 +15,17 @@ namespace {
 class GtkSystem final : public System {
  public:
   void log(LogLevel level, std::string_view line) override {
-    // Log writers take UTF-8 that ends at the first zero byte: what is neither becomes U+FFFD instead of
-    // being lost.
-    const std::unique_ptr<char, GFree<g_free>> text(
+    // Log writers take UTF-8 up to the first zero byte. Zero bytes and invalid ones become U+FFFD.
+    const GStringPtr text(
         g_utf8_make_valid(line.data() ? line.data() : "", static_cast<gssize>(line.size())));
-    const bool isError = level == LogLevel::Error;
+    // Errors differ by their priority (4 is "warning" for the journal) and not by their GLib level, since a
+    // failed beacon must not end a host that makes GLib's warnings fatal.
     const GLogField fields[] = {
-        {"PRIORITY", isError ? "4" : "5", -1},
+        {"PRIORITY", level == LogLevel::Error ? "4" : "5", -1},
         {"GLIB_DOMAIN", "Vemora", -1},
         {"MESSAGE", text.get(), -1},
     };
-    g_log_structured_array(isError ? G_LOG_LEVEL_WARNING : G_LOG_LEVEL_MESSAGE, fields, G_N_ELEMENTS(fields));
+    g_log_structured_array(G_LOG_LEVEL_MESSAGE, fields, G_N_ELEMENTS(fields));
   }
 
   std::uint32_t randomUInt32() override { return glib::randomUInt32(); }

@@ -1,103 +1,145 @@
 #include "backends/gtk/system/KeyFileUserDefaults.h"
 
 #include "backends/gtk/GtkPorts.h"
-#include "backends/gtk/base/GObjectPtr.h"
-#include "backends/gtk/base/InfoDictionary.h"
 #include "backends/gtk/base/PrivateFile.h"
 
-#include <glib.h>
+#include <Vemora/Vemora.h>
+
 #include <unistd.h>
 
+#include <atomic>
+#include <cstdint>
 #include <cstdlib>
+#include <map>
 #include <utility>
 
 namespace vemora::gtk {
 
 namespace {
 
-/// Settings mostly come in groups: they are saved together, this long after the first.
+/// Settings mostly change in groups: they are saved together, this long after the first.
 constexpr double kSaveDelay = 0.5;
 
 }  // namespace
 
 class KeyFileUserDefaults::Store {
  public:
+  using Change = DefaultsFile::Change;
+
   explicit Store(std::string path) : file_(std::move(path)) {}
 
   JsonValue value(std::string_view key) {
-    MutexLock lock(mutex_);
-    if (const auto unsaved = unsaved_.find(key); unsaved != unsaved_.end()) return unsaved->second.value;
-    refresh();
-    const auto saved = saved_.find(key);
-    return saved != saved_.end() ? saved->second : JsonValue();
+    if (const auto change = unsavedChange(key)) return change->value;
+    const Snapshot saved = snapshot();
+    const auto found = saved->find(key);
+    return found != saved->end() ? found->second : JsonValue();
   }
 
   /// True when a save is to be scheduled.
-  bool set(std::string_view key, const JsonValue& value) {
+  bool set(std::string_view key, const JsonValue& value, bool onlyIfAbsent = false) {
     MutexLock lock(mutex_);
-    unsaved_.insert_or_assign(std::string(key), Change{value, ++lastChange_});
+    unsaved_.insert_or_assign(std::string(key), Change{value, onlyIfAbsent, ++lastChange_});
     return !std::exchange(isSaveScheduled_, true);
   }
 
+  /// The value that the first of several processes claims for a key without one. Saving puts it into the file
+  /// and removes the claim after that. So a process that finds a value in the file after it has claimed came
+  /// too late and takes that one.
+  JsonValue claim(std::string_view key, const JsonValue& value) {
+    const std::string path = file_.claimPath(key);
+    const auto text = claimPrivateFile(path, value.serialized().value_or("null"));
+    const JsonValue claimed = JsonValue::parse(text.value_or("")).value_or(value);
+    const JsonValue saved = this->value(key);
+    if (saved.isNull()) return claimed;
+    removeFile(path);
+    return saved;
+  }
+
   bool save() {
-    MutexLock saving(saveMutex_);
-    std::map<std::string, Change, std::less<>> changes;
-    {
-      MutexLock lock(mutex_);
-      isSaveScheduled_ = false;
-      changes = unsaved_;
-    }
+    if (!hasUnsavedChanges()) return true;
+    // Serialises all saves, so that an older change never overwrites a newer one.
+    const FileLock fileLock(file_.path(), LockWait::ThreeSeconds);
+    const DefaultsFile::Changes changes = unsavedChanges();
     DefaultsFile::Changes writable;
     for (const auto& [key, change] : changes) {
-      if (DefaultsFile::canHold(key, change.value)) writable.emplace(key, change.value);
+      if (DefaultsFile::canHold(key, change.value)) writable.emplace(key, change);
     }
-    if (!writable.empty()) {
-      std::optional<DefaultsFile::Values> merged = file_.merge(writable);
-      if (!merged) return false;
-      MutexLock lock(mutex_);
-      saved_ = std::move(*merged);
-      savedVersion_.reset();
-      for (const auto& [key, value] : writable) forgetChange(key, changes.find(key)->second.number);
+    if (writable.empty()) return changes.empty();
+    std::optional<DefaultsFile::Values> merged = fileLock.isHeld() ? file_.merge(writable) : std::nullopt;
+    if (!merged) {
+      if (!hasLoggedFailure_.exchange(true)) {
+        Vemora::logError("The settings cannot be written to " + file_.path());
+      }
+      return false;
+    }
+    markSaved(writable, std::move(*merged));
+    for (const auto& [key, change] : writable) {
+      if (change.onlyIfAbsent) removeFile(file_.claimPath(key));
     }
     return writable.size() == changes.size();
   }
 
  private:
-  struct Change {
-    JsonValue value;  ///< Null removes.
-    std::uint64_t number;
-  };
+  using Snapshot = std::shared_ptr<const DefaultsFile::Values>;
 
-  void forgetChange(std::string_view key, std::uint64_t number) VMR_REQUIRES(mutex_) {
+  static void removeFile(const std::string& path) { unlink(path.c_str()); }
+
+  std::optional<Change> unsavedChange(std::string_view key) {
+    MutexLock lock(mutex_);
     const auto change = unsaved_.find(key);
-    if (change != unsaved_.end() && change->second.number == number) unsaved_.erase(change);
+    return change != unsaved_.end() ? std::optional(change->second) : std::nullopt;
   }
 
-  /// Reads the file again when somebody changed it.
-  void refresh() VMR_REQUIRES(mutex_) {
+  bool hasUnsavedChanges() {
+    MutexLock lock(mutex_);
+    isSaveScheduled_ = false;
+    return !unsaved_.empty();
+  }
+
+  DefaultsFile::Changes unsavedChanges() {
+    MutexLock lock(mutex_);
+    return unsaved_;
+  }
+
+  void markSaved(const DefaultsFile::Changes& changes, DefaultsFile::Values merged) {
+    auto saved = std::make_shared<const DefaultsFile::Values>(std::move(merged));
+    MutexLock lock(mutex_);
+    saved_ = std::move(saved);
+    savedVersion_.reset();
+    for (const auto& [key, change] : changes) {
+      const auto unsaved = unsaved_.find(key);
+      if (unsaved != unsaved_.end() && unsaved->second.number == change.number) unsaved_.erase(unsaved);
+    }
+  }
+
+  /// What is on disk. Reads the file again, without the lock, when it has changed.
+  Snapshot snapshot() {
     const DefaultsFile::Version version = file_.version();
-    if (savedVersion_ == version) return;
-    saved_ = file_.read();
+    {
+      MutexLock lock(mutex_);
+      if (savedVersion_ == version) return saved_;
+    }
+    auto read = std::make_shared<const DefaultsFile::Values>(file_.read());
+    MutexLock lock(mutex_);
+    saved_ = read;
     savedVersion_ = version.isSettled() ? std::optional(version) : std::nullopt;
+    return read;
   }
 
   const DefaultsFile file_;
+  std::atomic<bool> hasLoggedFailure_{false};
 
-  /// Held while a save is under way; guards nothing else. Taken before `mutex_`.
-  Mutex saveMutex_;
-
-  /// Guards everything below.
-  Mutex mutex_;
-  DefaultsFile::Values saved_ VMR_GUARDED_BY(mutex_);
-  /// Of what `saved_` holds; absent when that may be out of date.
+  Mutex mutex_;  ///< Guards everything below.
+  Snapshot saved_ VMR_GUARDED_BY(mutex_);
+  /// The version that `saved_` holds; absent when that may be out of date.
   std::optional<DefaultsFile::Version> savedVersion_ VMR_GUARDED_BY(mutex_);
-  std::map<std::string, Change, std::less<>> unsaved_ VMR_GUARDED_BY(mutex_);
+  DefaultsFile::Changes unsaved_ VMR_GUARDED_BY(mutex_);
   std::uint64_t lastChange_ VMR_GUARDED_BY(mutex_) = 0;
   bool isSaveScheduled_ VMR_GUARDED_BY(mutex_) = false;
 };
 
-KeyFileUserDefaults::KeyFileUserDefaults(std::string path, Scheduler scheduler)
-    : store_(std::make_shared<Store>(std::move(path))), scheduler_(std::move(scheduler)) {}
+KeyFileUserDefaults::KeyFileUserDefaults(std::string path, Scheduler scheduler, MayWait mayWait)
+    : store_(std::make_shared<Store>(std::move(path))), scheduler_(std::move(scheduler)), mayWait_(mayWait) {}
 
 JsonValue KeyFileUserDefaults::objectForKey(std::string_view key) {
   return store_->value(key);
@@ -108,10 +150,14 @@ std::optional<std::string> KeyFileUserDefaults::stringForKey(std::string_view ke
 }
 
 void KeyFileUserDefaults::setObject(const JsonValue& value, std::string_view key) {
-  if (!store_->set(key, value)) return;
-  scheduler_(kSaveDelay, [weakStore = std::weak_ptr(store_)] {
-    if (const std::shared_ptr<Store> store = weakStore.lock()) store->save();
-  });
+  if (store_->set(key, value)) saveAfter(kSaveDelay);
+}
+
+JsonValue KeyFileUserDefaults::setObjectIfAbsent(const JsonValue& value, std::string_view key) {
+  if (JsonValue stored = store_->value(key); !stored.isNull()) return stored;
+  const JsonValue claimed = store_->claim(key, value);
+  if (store_->set(key, claimed, true)) saveAfter(kSaveDelay);
+  return claimed;
 }
 
 void KeyFileUserDefaults::removeObjectForKey(std::string_view key) {
@@ -119,7 +165,15 @@ void KeyFileUserDefaults::removeObjectForKey(std::string_view key) {
 }
 
 bool KeyFileUserDefaults::synchronize() {
-  return store_->save();
+  if (mayWait_()) return store_->save();
+  saveAfter(0);
+  return true;
+}
+
+void KeyFileUserDefaults::saveAfter(double seconds) {
+  scheduler_(seconds, [weakStore = std::weak_ptr(store_)] {
+    if (const std::shared_ptr<Store> store = weakStore.lock()) store->save();
+  });
 }
 
 void KeyFileUserDefaults::saveAtProcessEnd() {
@@ -133,14 +187,6 @@ void KeyFileUserDefaults::saveAtProcessEnd() {
 
 namespace {
 
-std::string fileNameOfApplication() {
-  const char* program = g_get_prgname();
-  const std::string name =
-      InfoDictionary::shared().entry("CFBundleIdentifier").value_or(program ? program : "unknown");
-  const std::unique_ptr<char, GFree<g_free>> escaped(g_uri_escape_string(name.c_str(), nullptr, FALSE));
-  return std::string(escaped.get()) + ".ini";
-}
-
 void saveLater(double seconds, std::function<void()> work) {
   dispatch().globalAfter(seconds, std::make_shared<DispatchBlock>(std::move(work)));
 }
@@ -148,7 +194,8 @@ void saveLater(double seconds, std::function<void()> work) {
 }  // namespace
 
 std::unique_ptr<UserDefaults> makeUserDefaults() {
-  auto defaults = std::make_unique<KeyFileUserDefaults>(privateFilePath(fileNameOfApplication()), saveLater);
+  auto defaults = std::make_unique<KeyFileUserDefaults>(applicationFilePath(".ini"), saveLater,
+                                                        [] { return !dispatch().isMainThread(); });
   defaults->saveAtProcessEnd();
   return defaults;
 }

@@ -1,10 +1,7 @@
 #include "backends/gtk/GtkPorts.h"
 #include "backends/gtk/base/InfoDictionary.h"
-#include "backends/gtk/network/NetworkFacts.h"
 #include "backends/gtk/system/AdvertisingChoice.h"
 #include "backends/gtk/system/MachineInfo.h"
-
-#include <netinet/in.h>
 
 namespace vemora::gtk {
 
@@ -25,30 +22,15 @@ class LinuxDevice final : public Device {
   UserInterfaceIdiom userInterfaceIdiom() override { return machine_.userInterfaceIdiom(); }
 
   std::optional<std::string> advertisingIdentifier() override {
-    return AdvertisingChoice::shared().identifier();
+    return AdvertisingChoice::ofApplication().identifier();
   }
-  bool isAdvertisingTrackingEnabled() override { return AdvertisingChoice::shared().isTrackingEnabled(); }
+  bool isAdvertisingTrackingEnabled() override {
+    return AdvertisingChoice::ofApplication().isTrackingEnabled();
+  }
 
-  /// There is no such class to look up, but a telephony stack that any Linux may have: whoever asks is led to
-  /// the way that needs no user-interface objects and never reads a status bar, which a desktop does not
-  /// have.
+  /// Linux has no status bar to read. Like a platform with telephony classes, it reports no connection type.
   bool hasTelephonyNetworkInfo() override { return true; }
-
-  std::optional<int> statusBarDataNetworkType() override {
-    sockaddr_in internet{};
-    internet.sin_family = AF_INET;
-    const NetworkFacts facts =
-        factsForAddress(reinterpret_cast<const sockaddr&>(internet), G_NETWORK_CONNECTIVITY_FULL);
-    if (!facts.routed) return std::nullopt;
-    switch (facts.kind) {
-      case InterfaceKind::WiFi:
-        return 5;
-      case InterfaceKind::WWAN:
-        return 3;  // The kernel does not know a mobile network's generation.
-      default:
-        return std::nullopt;
-    }
-  }
+  std::optional<int> statusBarDataNetworkType() override { return std::nullopt; }
 
  private:
   const MachineInfo machine_;

@@ -16,8 +16,6 @@ namespace vemora::gtk {
 
 namespace {
 
-using OwnedText = std::unique_ptr<char, GFree<g_free>>;
-
 constexpr std::size_t kMachineIdBytes = 16;
 
 /// What board makers leave in place of a name.
@@ -36,14 +34,14 @@ bool isPlaceholder(const std::string& name) {
                                                "invalid",
                                                "undefined",
                                                "n/a"};
-  const OwnedText lower(g_ascii_strdown(name.c_str(), -1));
+  const GStringPtr lower(g_ascii_strdown(name.c_str(), -1));
   return std::any_of(kPlaceholders.begin(), kPlaceholders.end(),
                      [&](const char* placeholder) { return std::string_view(placeholder) == lower.get(); });
 }
 
 /// Up to the first line or string end, in UTF-8, without blanks around it.
 std::string trimmedLine(const std::string& text) {
-  const OwnedText line(g_utf8_make_valid(text.c_str(), -1));
+  const GStringPtr line(g_utf8_make_valid(text.c_str(), -1));
   line.get()[strcspn(line.get(), "\n")] = '\0';
   return g_strstrip(line.get());
 }
@@ -90,7 +88,7 @@ std::optional<std::string> MachineInfo::assignment(std::string_view path, std::s
   const std::string prefix = std::string(variable) + "=";
   for (std::string entry; std::getline(text, entry);) {
     if (!entry.starts_with(prefix)) continue;
-    const OwnedText value(g_shell_unquote(entry.c_str() + prefix.size(), nullptr));
+    const GStringPtr value(g_shell_unquote(entry.c_str() + prefix.size(), nullptr));
     if (value && *value && g_utf8_validate(value.get(), -1, nullptr)) return value.get();
   }
   return std::nullopt;
@@ -168,7 +166,7 @@ std::optional<std::string> MachineInfo::identifierForVendor(std::string_view ven
 
 std::optional<std::string> vendorOfApplication(std::string_view applicationId) {
   if (applicationId.empty()) return std::nullopt;
-  const OwnedText lower(g_ascii_strdown(applicationId.data(), static_cast<gssize>(applicationId.size())));
+  const GStringPtr lower(g_ascii_strdown(applicationId.data(), static_cast<gssize>(applicationId.size())));
   const std::string_view name = lower.get();
   const std::size_t lastDot = name.rfind('.');
   if (lastDot == std::string_view::npos) return std::string(name);

@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <array>
+#include <initializer_list>
 
 namespace vemora::gtk {
 
@@ -28,6 +29,13 @@ bool isTag(std::string_view tag) {
 
 bool isRegionCode(std::string_view code) {
   return code.size() == 2 && std::all_of(code.begin(), code.end(), [](char c) { return g_ascii_isupper(c); });
+}
+
+std::string firstSet(std::initializer_list<const char*> variables) {
+  for (const char* variable : variables) {
+    if (const char* value = g_getenv(variable); value && *value) return value;
+  }
+  return "C";
 }
 
 std::string utf8From(const UChar* text, int length) {
@@ -55,10 +63,11 @@ std::vector<std::string> languageTags(const char* const* localeNames) {
 }
 
 std::string messagesLocale() {
-  for (const char* variable : {"LC_ALL", "LC_MESSAGES", "LANG"}) {
-    if (const char* value = g_getenv(variable); value && *value) return value;
-  }
-  return "C";
+  return firstSet({"LC_ALL", "LC_MESSAGES", "LANG"});
+}
+
+std::string formatsLocale() {
+  return firstSet({"LC_ALL", "LC_TIME", "LC_MONETARY", "LC_MEASUREMENT", "LC_NUMERIC", "LANG"});
 }
 
 std::optional<std::string> regionOfLocale(const std::string& localeName) {
@@ -80,7 +89,7 @@ std::optional<std::string> displayNameOfRegion(std::string_view code, const std:
   UErrorCode status = U_ZERO_ERROR;
   const int length =
       uloc_getDisplayCountry(region.c_str(), language.c_str(), name.data(), name.size(), &status);
-  // Without data for the region, ICU answers with the code itself.
+  // Without data for the region, ICU returns the code itself.
   if (U_FAILURE(status) || status == U_USING_DEFAULT_WARNING) return std::nullopt;
   return utf8From(name.data(), length);
 }

@@ -5,19 +5,23 @@
 #include <string_view>
 #include <vector>
 
-/// Reads the locale names of POSIX, such as "pt_BR.UTF-8@euro".
+/// Reads POSIX locale names, such as "pt_BR.UTF-8@euro".
 namespace vemora::gtk {
 
 /// Language tags such as "pt-BR" and "pt", in the order of the names and each once; "en" when there is none.
 std::vector<std::string> languageTags(const char* const* localeNames);
 
-/// The name that the environment gives for messages; "C" when it gives none.
+/// The locale that the environment sets for messages; "C" when it sets none.
 std::string messagesLocale();
+
+/// The locale that the environment sets for formats, such as dates and money; "C" when it sets none. Desktops
+/// let the user choose it apart from the language, and it tells the country better.
+std::string formatsLocale();
 
 /// ISO 3166-1 alpha-2 code of the locale's region.
 std::optional<std::string> regionOfLocale(const std::string& localeName);
 
-/// What the region is called in the language of the locale.
+/// The region's name in the language of the locale.
 std::optional<std::string> displayNameOfRegion(std::string_view code, const std::string& localeName);
 
 }  // namespace vemora::gtk

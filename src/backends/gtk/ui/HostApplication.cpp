@@ -51,11 +51,8 @@ void HostApplication::showAlert(std::string_view title, std::string_view message
 
 std::optional<std::string> HostApplication::webViewUserAgent() {
   assertMainThread();
-  static const std::string agent = [] {
-    const auto settings = GObjectPtr<WebKitSettings>::adopt(webkit_settings_new());
-    return std::string(webkit_settings_get_user_agent(settings.get()));
-  }();
-  return agent;
+  const auto settings = GObjectPtr<WebKitSettings>::adopt(webkit_settings_new());
+  return webkit_settings_get_user_agent(settings.get());
 }
 
 }  // namespace vemora::gtk
