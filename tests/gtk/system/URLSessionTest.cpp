@@ -262,6 +262,29 @@ TEST(URLSessionTest, ASilentServerDoesNotHoldUpOtherHosts) {
   }));
 }
 
+TEST(URLSessionTest, SendsABurstOverTLS) {
+  std::string problem;
+  const auto pem = makeLoopbackCertificate(problem);
+  ASSERT_TRUE(pem) << problem;
+  const std::string text = pem->certificatePem + pem->privateKeyPem;
+  const auto certificate =
+      GObjectPtr<GTlsCertificate>::adopt(g_tls_certificate_new_from_pem(text.c_str(), -1, nullptr));
+  BackgroundServer server(certificate.get());
+  addTrustedCertificate(certificate.get(), "127.0.0.1");
+  constexpr int kBeacons = 150;
+  std::atomic<int> completed{0};
+  std::atomic<int> failed{0};
+  for (int i = 0; i < kBeacons; ++i) {
+    makeSoupURLSession()->downloadTaskWithRequest(requestFor(server.url("/")), [&](const Result& error) {
+      failed += error.has_value();
+      ++completed;
+    });
+  }
+  EXPECT_TRUE(eventually([&] { return completed == kBeacons; }));
+  EXPECT_EQ(failed, 0);
+  EXPECT_EQ(server.requests().size(), static_cast<std::size_t>(kBeacons));
+}
+
 TEST(URLSessionTest, KeepsNoCredentialsForLaterRequests) {
   BackgroundServer server;
   server.on("/", [](SoupServerMessage* message) {
