@@ -22,7 +22,8 @@
 #include <string>
 
 // The cost of a beacon for the host app, over http and https, beside one libsoup session that sends the same
-// requests and beside the curl program. All beacons are asked for at once. The server is a process of its own.
+// requests and beside the curl program. All beacons are asked for at once. The server is a process of its
+// own.
 
 namespace {
 
@@ -201,8 +202,8 @@ double peakMemory(Work work) {
 }
 
 void compare(Report& report, const std::string& scheme, const std::string& address) {
-  // First, before memory that an earlier burst has released is used again. With https it includes the TLS library
-  // and the authorities of the system.
+  // First, before memory that an earlier burst has released is used again. With https it includes the TLS
+  // library and the authorities of the system.
   report.value("300 beacons over " + scheme + " at once, memory of the first time", "KB",
                peakMemory([&] { sendByVemora(address); }), {});
   gtk::ContextThread thread("one-session");

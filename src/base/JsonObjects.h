@@ -9,8 +9,8 @@
 #include <string_view>
 #include <vector>
 
-// The shared objects behind a JsonValue. Strings, arrays and objects hold their own reference counts, so that a
-// value is two words and a copy is one atomic addition.
+// The shared objects behind a JsonValue. Strings, arrays and objects hold their own reference counts, so that
+// a value is two words and a copy is one atomic addition.
 
 namespace vemora {
 

@@ -104,8 +104,8 @@ std::string decimalText(double number) {
 
 }  // namespace
 
-/// The interned strings of the process, held weakly: a string is in the table while it is referenced. Divided by
-/// hash, so that threads that read messages at the same time seldom contend for a lock.
+/// The interned strings of the process, held weakly: a string is in the table while it is referenced. Divided
+/// by hash, so that threads that read messages at the same time seldom contend for a lock.
 struct JsonValue::StringObject::Interned {
   static constexpr std::size_t kShards = 32;
 
@@ -170,8 +170,8 @@ struct JsonValue::StringObject::Interned {
   }
 };
 
-/// The short strings that a thread has read last, held by it. The names in every message are then neither looked
-/// up under a lock nor allocated again each time.
+/// The short strings that a thread has read last, held by it. The names in every message are then neither
+/// looked up under a lock nor allocated again each time.
 class JsonValue::StringObject::Recent {
  public:
   static constexpr std::size_t kLongest = 32;

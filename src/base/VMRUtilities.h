@@ -8,8 +8,8 @@ namespace vemora {
 
 class VMRUtilities {
  public:
-  /// The value at a path of keys separated by "/"; null when a step does not reach an object. Every path has at
-  /// least one component, which may be empty. Arrays are not indexed.
+  /// The value at a path of keys separated by "/"; null when a step does not reach an object. Every path has
+  /// at least one component, which may be empty. Arrays are not indexed.
   static JsonValue jsonValueFrom(const JsonValue& root, std::string_view path);
 };
 

@@ -5,8 +5,8 @@
 
 namespace vemora {
 
-/// Posted on the default notification centre when the audio output changes, on a background thread of its own,
-/// so that observers may block. The user info holds the reason.
+/// Posted on the default notification centre when the audio output changes, on a background thread of its
+/// own, so that observers may block. The user info holds the reason.
 inline constexpr char AVAudioSessionRouteChangeNotification[] = "AVAudioSessionRouteChangeNotification";
 inline constexpr char AVAudioSessionRouteChangeReasonKey[] = "AVAudioSessionRouteChangeReasonKey";
 
@@ -18,16 +18,16 @@ enum AVAudioSessionRouteChangeReason : int {
   AVAudioSessionRouteChangeReasonRouteConfigurationChange = 8,
 };
 
-/// The audio output of the process. The first call of `category` starts the session; route changes before that
-/// are not posted.
+/// The audio output of the process. The first call of `category` starts the session; route changes before
+/// that are not posted.
 ///
-/// **Lifetime.** As long as the platform.
+/// Lifetime: As long as the platform.
 ///
-/// **Threads.** Thread-safe.
+/// Threads: Thread-safe.
 ///
-/// **Completion.** `category` returns at once, with or without an audio server.
+/// Completion: `category` returns at once, with or without an audio server.
 ///
-/// **Errors.** Without an audio server nothing is posted and nothing is logged.
+/// Errors: Without an audio server nothing is posted and nothing is logged.
 class AudioSession {
  public:
   virtual ~AudioSession() = default;

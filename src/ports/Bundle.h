@@ -9,18 +9,19 @@ namespace vemora {
 
 /// The metadata of the application and of this library, and the user's language and country.
 ///
-/// **Lifetime.** As long as the platform.
+/// Lifetime: As long as the platform.
 ///
-/// **Threads.** Thread-safe.
+/// Threads: Thread-safe.
 ///
-/// **Completion.** Every call returns its result at once.
+/// Completion: Every call returns its result at once.
 ///
-/// **Errors.** Unknown values are absent or empty.
+/// Errors: Unknown values are absent or empty.
 class Bundle {
  public:
   virtual ~Bundle() = default;
 
-  /// The main bundle's information dictionary: "CFBundleIdentifier", "CFBundleName", and the entries that the host adds.
+  /// The main bundle's information dictionary: "CFBundleIdentifier", "CFBundleName", and the entries that the
+  /// host adds.
   virtual std::optional<std::string> mainInfo(std::string_view key) = 0;
   /// This library's own information dictionary: "CFBundleShortVersionString".
   virtual std::optional<std::string> libraryInfo(std::string_view key) = 0;

@@ -17,16 +17,16 @@ class ExternalObject;
 using ExternalValue = std::variant<std::monostate, bool, std::int64_t, double, std::string, JsonValue,
                                    std::shared_ptr<View>, std::shared_ptr<ExternalObject>>;
 
-/// An object or a class of a library that this one was not built with. Messages are addressed by selector, such
-/// as "initWithType:withPlayheadMillis:"; the receiver decides which selectors it supports.
+/// An object or a class of a library that this one was not built with. Messages are addressed by selector,
+/// such as "initWithType:withPlayheadMillis:"; the receiver decides which selectors it supports.
 ///
-/// **Lifetime.** Shared. The last reference releases the external object.
+/// Lifetime: Shared. The last reference releases the external object.
 ///
-/// **Threads.** Main thread; the last reference may be dropped on any thread.
+/// Threads: Main thread; the last reference may be dropped on any thread.
 ///
-/// **Completion.** `send` and `create` return the result.
+/// Completion: `send` and `create` return the result.
 ///
-/// **Errors.** A selector that the receiver does not support gives no value.
+/// Errors: A selector that the receiver does not support gives no value.
 class ExternalObject {
  public:
   virtual ~ExternalObject() = default;

@@ -9,13 +9,13 @@ enum class UserInterfaceIdiom { Unspecified = -1, Phone = 0, Pad = 1, TV = 2 };
 
 /// The machine, and the identifiers that the platform provides for advertising.
 ///
-/// **Lifetime.** As long as the platform.
+/// Lifetime: As long as the platform.
 ///
-/// **Threads.** Thread-safe, except for `statusBarDataNetworkType`.
+/// Threads: Thread-safe, except for `statusBarDataNetworkType`.
 ///
-/// **Completion.** Every call returns its result at once.
+/// Completion: Every call returns its result at once.
 ///
-/// **Errors.** Unknown values are absent.
+/// Errors: Unknown values are absent.
 class Device {
  public:
   virtual ~Device() = default;

@@ -29,16 +29,16 @@ class DispatchBlock {
 
 /// All queues, timers, threads and the clock.
 ///
-/// **Lifetime.** As long as the platform. When the process ends, queued work is dropped, and waits end as if
+/// Lifetime: As long as the platform. When the process ends, queued work is dropped, and waits end as if
 /// their deadline had passed.
 ///
-/// **Threads.** Thread-safe. Every operation except `waitUntil` returns at once.
+/// Threads: Thread-safe. Every operation except `waitUntil` returns at once.
 ///
-/// **Completion.** The main queue runs its blocks one at a time on the main thread, in the order of the calls.
+/// Completion: The main queue runs its blocks one at a time on the main thread, in the order of the calls.
 /// The global queue runs blocks concurrently on background threads; a block that waits never keeps another
 /// from starting. A block is destroyed on the thread that ran it, soon after it has run.
 ///
-/// **Errors.** None. A block must not throw.
+/// Errors: None. A block must not throw.
 class Dispatch {
  public:
   using Work = std::function<void()>;

@@ -35,15 +35,15 @@ class LocationManager {
 
 /// The location of the device, for applications that already have permission. Never asks the user.
 ///
-/// **Lifetime.** As long as the platform. Managers belong to the caller.
+/// Lifetime: As long as the platform. Managers belong to the caller.
 ///
-/// **Threads.** Thread-safe. A manager may be made and destroyed on any thread. Its delegate is called on the
+/// Threads: Thread-safe. A manager may be made and destroyed on any thread. Its delegate is called on the
 /// main thread if the manager was made there, otherwise on a background thread.
 ///
-/// **Completion.** Results come from what is known. The first call may wait up to a quarter of a second for it,
+/// Completion: Results come from what is known. The first call may wait up to a quarter of a second for it,
 /// and later ones may be out of date for a moment after a change.
 ///
-/// **Errors.** Without a location service `locationServicesEnabled` is false.
+/// Errors: Without a location service `locationServicesEnabled` is false.
 class LocationServices {
  public:
   virtual ~LocationServices() = default;

@@ -26,14 +26,14 @@ enum NetworkReachabilityFlags : std::uint32_t {
 
 /// A handle for one network target.
 ///
-/// **Lifetime.** Belongs to the caller. No callback runs after it has been unscheduled or destroyed.
+/// Lifetime: Belongs to the caller. No callback runs after it has been unscheduled or destroyed.
 ///
-/// **Threads.** `flags` is thread-safe. Scheduling applies to the run loop of the calling thread, and
+/// Threads: `flags` is thread-safe. Scheduling applies to the run loop of the calling thread, and
 /// unscheduling belongs to the same thread.
 ///
-/// **Completion.** After each change of the flags the callback runs on the run loop that it is scheduled with.
+/// Completion: After each change of the flags the callback runs on the run loop that it is scheduled with.
 ///
-/// **Errors.** `flags` is absent when the flags cannot be read. Scheduling returns false when it is not
+/// Errors: `flags` is absent when the flags cannot be read. Scheduling returns false when it is not
 /// possible.
 class NetworkReachability {
  public:

@@ -17,13 +17,13 @@ namespace vemora {
 
 /// The ports of the backend that is built in.
 ///
-/// **Lifetime.** Made at first use and kept until the process ends.
+/// Lifetime: Made at first use and kept until the process ends.
 ///
-/// **Threads.** `shared` and the accessors are thread-safe. Each port states its own rules.
+/// Threads: `shared` and the accessors are thread-safe. Each port states its own rules.
 ///
-/// **Completion.** Accessors return at once, except that the first use of a port sets it up.
+/// Completion: Accessors return at once, except that the first use of a port sets it up.
 ///
-/// **Errors.** Every port exists. It states what it returns for facilities that the machine lacks.
+/// Errors: Every port exists. It states what it returns for facilities that the machine lacks.
 class Platform {
  public:
   static Platform& shared();

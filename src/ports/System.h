@@ -15,13 +15,13 @@ enum class LogLevel { Default, Error };
 
 /// The log, random numbers, digests, addresses and URL sessions.
 ///
-/// **Lifetime.** As long as the platform.
+/// Lifetime: As long as the platform.
 ///
-/// **Threads.** Thread-safe.
+/// Threads: Thread-safe.
 ///
-/// **Completion.** Every call takes effect before it returns.
+/// Completion: Every call takes effect before it returns.
 ///
-/// **Errors.** None. A machine without a source of random numbers aborts the process.
+/// Errors: None. A machine without a source of random numbers aborts the process.
 class System {
  public:
   using SHA1Digest = std::array<std::uint8_t, 20>;

@@ -33,15 +33,15 @@ struct URLRequest {
 
 /// A session without cookies, cache and stored credentials, for one or more downloads.
 ///
-/// **Lifetime.** A started download keeps alive what it needs until it completes. The session object may be
+/// Lifetime: A started download keeps alive what it needs until it completes. The session object may be
 /// destroyed before.
 ///
-/// **Threads.** Thread-safe. The completion runs on a background thread, never inside the call.
+/// Threads: Thread-safe. The completion runs on a background thread, never inside the call.
 ///
-/// **Completion.** Runs exactly once for each download, with an error when there was no answer. An HTTP error
+/// Completion: Runs exactly once for each download, with an error when there was no answer. An HTTP error
 /// status is an answer.
 ///
-/// **Errors.** Domain and code are those of the platform.
+/// Errors: Domain and code are those of the platform.
 class URLSession {
  public:
   using Completion = std::function<void(const std::optional<VMRError>&)>;

@@ -16,12 +16,12 @@
 ///
 /// **Files.** The SDK keeps its state in the folder "vemora" of the user's configuration folder
 /// (`$XDG_CONFIG_HOME`, usually `~/.config`). NAME is the application's "CFBundleIdentifier" (see
-/// `setInfoDictionaryEntry`) or, without one, the name of the executable. Give each application an id, so that
-/// no two of them share a name.
+/// `setInfoDictionaryEntry`) or, without one, the name of the executable. Give each application an id, so
+/// that no two of them share a name.
 ///
 /// `NAME.ini` holds the settings: the identifier of the installation and the consent. It is a key file with
-/// a group "Defaults" of keys and text values, and a group "Types" that names the types of values that are not
-/// text. Other programs, such as a consent dialog in its own process, may write to it at any time:
+/// a group "Defaults" of keys and text values, and a group "Types" that names the types of values that are
+/// not text. Other programs, such as a consent dialog in its own process, may write to it at any time:
 ///
 ///     [Defaults]
 ///     IABConsent_SubjectToGDPR=1

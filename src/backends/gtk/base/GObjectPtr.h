@@ -22,8 +22,8 @@ using glib::GUriPtr;
 using glib::GVariantPtr;
 
 /// Owns one reference to a GObject. C types do not tell who owns a reference, so each factory names the case:
-/// `adopt` takes over the caller's reference ("transfer full"), `retain` adds a reference to a borrowed object
-/// ("transfer none"), and `sink` takes over a floating reference.
+/// `adopt` takes over the caller's reference ("transfer full"), `retain` adds a reference to a borrowed
+/// object ("transfer none"), and `sink` takes over a floating reference.
 template <typename T>
 class GObjectPtr {
  public:

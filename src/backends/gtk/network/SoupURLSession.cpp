@@ -46,9 +46,9 @@ GObjectPtr<SoupMessage> makeMessage(const URLRequest& request) {
   return message;
 }
 
-/// The thread of all downloads. They wait for the network most of the time, so one thread serves any number of
-/// them, and neither the main thread nor a worker is held up. Started at first use and stopped when the process
-/// ends, which does not wait for downloads.
+/// The thread of all downloads. They wait for the network most of the time, so one thread serves any number
+/// of them, and neither the main thread nor a worker is held up. Started at first use and stopped when the
+/// process ends, which does not wait for downloads.
 ContextThread& networkThread() {
   static ContextThread* const thread = [] {
     std::atexit([] { networkThread().stop(std::chrono::steady_clock::now() + std::chrono::seconds(1)); });
@@ -57,8 +57,8 @@ ContextThread& networkThread() {
   return *thread;
 }
 
-/// The pool of connections; network thread only. A libsoup session has no cookies and no cache unless they are
-/// added, but it keeps the credentials of URLs, so that feature goes.
+/// The pool of connections; network thread only. A libsoup session has no cookies and no cache unless they
+/// are added, but it keeps the credentials of URLs, so that feature goes.
 SoupSession* sharedSession() {
   static SoupSession* const session = [] {
     constexpr int kIdleConnectionSeconds = 10;

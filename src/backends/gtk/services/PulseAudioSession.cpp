@@ -38,8 +38,8 @@ AudioOutput outputFromSink(const pa_sink_info& sink) {
   return output;
 }
 
-/// libpulse makes a folder below the user's runtime or home folder. Where it cannot, it prints an error at each
-/// attempt to connect.
+/// libpulse makes a folder below the user's runtime or home folder. Where it cannot, it prints an error at
+/// each attempt to connect.
 bool canConnectQuietly() {
   const char* runtime = g_getenv("PULSE_RUNTIME_PATH");
   if (!runtime) runtime = g_getenv("XDG_RUNTIME_DIR");
