@@ -1,13 +1,14 @@
 #include "backends/gtk/ui/GtkWebView.h"
 
 #include "backends/gtk/base/GErrorConversion.h"
+#include "backends/gtk/base/HttpFields.h"
 #include "backends/gtk/base/MainThreadObject.h"
 #include "backends/gtk/ui/GtkUserContentController.h"
 #include "backends/gtk/ui/NetworkSessions.h"
+#include "base/Utf8.h"
 
 #include <libsoup/soup.h>
 
-#include <algorithm>
 #include <utility>
 
 namespace vemora::gtk {
@@ -51,21 +52,12 @@ GObjectPtr<WebKitWebView> newWebKitWebView(const WebViewConfiguration& configura
       policies.get(), "user-content-manager", contentController.manager(), nullptr)));
 }
 
-bool isHeaderName(std::string_view name) {
-  return !name.empty() && std::all_of(name.begin(), name.end(),
-                                      [](unsigned char c) { return g_ascii_isgraph(c) && c != ':'; });
-}
-
-bool isHeaderValue(std::string_view value) {
-  return std::none_of(value.begin(), value.end(), [](char c) { return c == '\r' || c == '\n' || c == '\0'; });
-}
-
 GObjectPtr<WebKitURIRequest> toolkitRequest(const URLRequest& request) {
   auto result = GObjectPtr<WebKitURIRequest>::adopt(webkit_uri_request_new(request.url.c_str()));
   SoupMessageHeaders* headers = webkit_uri_request_get_http_headers(result.get());
   if (!headers) return result;
   for (const auto& [name, value] : request.headers) {
-    if (isHeaderName(name) && isHeaderValue(value)) {
+    if (isHttpToken(name) && isHttpFieldValue(value)) {
       soup_message_headers_append(headers, name.c_str(), value.c_str());
     }
   }
@@ -73,16 +65,6 @@ GObjectPtr<WebKitURIRequest> toolkitRequest(const URLRequest& request) {
     soup_message_headers_replace(headers, "Cache-Control", "no-cache");
   }
   return result;
-}
-
-/// As g_utf8_validate, which takes a NUL for an error.
-bool isUtf8(std::string_view text) {
-  for (std::size_t start = 0;;) {
-    const std::size_t end = std::min(text.find('\0', start), text.size());
-    if (!g_utf8_validate_len(text.data() + start, end - start, nullptr)) return false;
-    if (end == text.size()) return true;
-    start = end + 1;
-  }
 }
 
 VMRError scriptError(const char* description) {
