@@ -1,6 +1,7 @@
 #include "backends/gtk/ui/BrowserViewController.h"
 
 #include "backends/gtk/base/MainThreadObject.h"
+#include "backends/gtk/ui/GLContextKeeper.h"
 #include "backends/gtk/ui/GtkView.h"
 #include "backends/gtk/ui/NetworkSessions.h"
 
@@ -31,6 +32,7 @@ bool mayGoTo(const char* address) {
 }
 
 GObjectPtr<WebKitWebView> newBrowserWebView() {
+  const GLContextKeeper keeper;
   const auto session = newNetworkSession();
   const auto settings = GObjectPtr<WebKitSettings>::adopt(webkit_settings_new());
   webkit_settings_set_enable_back_forward_navigation_gestures(settings.get(), TRUE);

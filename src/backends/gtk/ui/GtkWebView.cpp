@@ -3,6 +3,7 @@
 #include "backends/gtk/base/GErrorConversion.h"
 #include "backends/gtk/base/HttpFields.h"
 #include "backends/gtk/base/MainThreadObject.h"
+#include "backends/gtk/ui/GLContextKeeper.h"
 #include "backends/gtk/ui/GtkUserContentController.h"
 #include "backends/gtk/ui/NetworkSessions.h"
 #include "base/Utf8.h"
@@ -42,6 +43,7 @@ GObjectPtr<WebKitSettings> settingsFor(const WebViewConfiguration& configuration
 
 GObjectPtr<WebKitWebView> newWebKitWebView(const WebViewConfiguration& configuration,
                                            const GtkUserContentController& contentController) {
+  const GLContextKeeper keeper;
   const auto session = adNetworkSession();
   const auto settings = settingsFor(configuration);
   const auto policies = GObjectPtr<WebKitWebsitePolicies>::adopt(webkit_website_policies_new_with_policies(

@@ -4,6 +4,7 @@
 #include "backends/gtk/base/MainThreadObject.h"
 #include "backends/gtk/ui/AlertWindow.h"
 #include "backends/gtk/ui/BrowserViewController.h"
+#include "backends/gtk/ui/GLContextKeeper.h"
 #include "backends/gtk/ui/GtkUserContentController.h"
 #include "backends/gtk/ui/GtkViewController.h"
 #include "backends/gtk/ui/GtkWebView.h"
@@ -51,6 +52,7 @@ void HostApplication::showAlert(std::string_view title, std::string_view message
 
 std::optional<std::string> HostApplication::webViewUserAgent() {
   assertMainThread();
+  const GLContextKeeper keeper;
   const auto settings = GObjectPtr<WebKitSettings>::adopt(webkit_settings_new());
   return webkit_settings_get_user_agent(settings.get());
 }
