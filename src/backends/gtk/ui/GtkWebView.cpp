@@ -320,12 +320,20 @@ bool GtkWebView::runScriptDialog(WebKitScriptDialog* dialog) {
   // Questions are answered with no, and with no text.
   const auto delegate = uiDelegate_.lock();
   if (!delegate || webkit_script_dialog_get_dialog_type(dialog) != WEBKIT_SCRIPT_DIALOG_ALERT) return true;
-  // The page goes on when the completion is called, or dropped.
-  const std::shared_ptr<WebKitScriptDialog> held(webkit_script_dialog_ref(dialog),
-                                                 webkit_script_dialog_unref);
+  // WebKit closes a dialog after the signal unless somebody holds it. One that is closed inside the signal is
+  // only released here: WebKit would release it a second time.
+  struct OpenDialog {
+    std::shared_ptr<WebKitScriptDialog> held;
+    bool isInSignal = true;
+  };
+  const auto open = std::make_shared<OpenDialog>();
+  open->held = {webkit_script_dialog_ref(dialog), webkit_script_dialog_unref};
   const char* message = webkit_script_dialog_get_message(dialog);
-  delegate->webViewRunJavaScriptAlertPanel(message ? message : "",
-                                           [held] { webkit_script_dialog_close(held.get()); });
+  delegate->webViewRunJavaScriptAlertPanel(message ? message : "", [open] {
+    const auto held = std::exchange(open->held, nullptr);
+    if (held && !open->isInSignal) webkit_script_dialog_close(held.get());
+  });
+  open->isInSignal = false;
   return true;
 }
 
