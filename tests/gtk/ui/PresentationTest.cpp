@@ -243,6 +243,28 @@ TEST_F(PresentationTest, BrowsesWithinTheWeb) {
   EXPECT_EQ(headerTexts(browser).at(1), server.url("/third"));
 }
 
+TEST_F(PresentationTest, StopsThePageOfABrowserThatWasClosedOrDismissed) {
+  LoopbackServer server;
+  server.serve("/page", "<title>Page</title><script>setInterval(() => fetch('/tick'), 20)</script>");
+  server.serve("/tick", "");
+  for (const bool byUser : {true, false}) {
+    const auto browser = newBrowser(server.url("/page"));
+    ASSERT_TRUE(present(root_, browser));
+    const int before = server.requests("/tick");
+    ASSERT_TRUE(waitUntil([&] { return server.requests("/tick") > before + 2; }));
+    if (byUser) {
+      gtk_window_close(windowOf(browser));
+    } else {
+      root_->dismissViewController(true);
+    }
+    // The browser is still held here, as a player holds it.
+    runFrames();
+    const int stopped = server.requests("/tick");
+    runFor(0.3);
+    EXPECT_EQ(server.requests("/tick"), stopped) << (byUser ? "closed" : "dismissed");
+  }
+}
+
 TEST_F(PresentationTest, KeepsTheBrowsersSessionApartFromTheAds) {
   LoopbackServer server;
   server.serve("/set", "<title>Set</title><script>document.cookie = 'a=b'; localStorage.x = 1</script>");

@@ -84,6 +84,13 @@ void BrowserViewController::setDelegate(std::weak_ptr<SFSafariViewControllerDele
   delegate_ = std::move(delegate);
 }
 
+/// The controller may live on, but its page must not: it would go on playing and fetching unseen. Ending its
+/// process takes effect at once, while a blank page would have to be loaded first.
+void BrowserViewController::didLeave() {
+  webkit_web_view_stop_loading(webView_.get());
+  webkit_web_view_terminate_web_process(webView_.get());
+}
+
 void BrowserViewController::didCloseByUser() {
   const auto self = std::static_pointer_cast<BrowserViewController>(shared_from_this());
   if (const auto delegate = delegate_.lock()) delegate->safariViewControllerDidFinish(self);
@@ -103,7 +110,7 @@ void BrowserViewController::prepareWindow(GtkWindow* window, GtkWindow* parent) 
   gtk_window_set_child(window, GTK_WIDGET(webView_.get()));
   addShortcuts(GTK_WIDGET(window));
   updateHeader();
-  if (!webkit_web_view_get_uri(webView_.get())) webkit_web_view_load_uri(webView_.get(), address_.c_str());
+  webkit_web_view_load_uri(webView_.get(), address_.c_str());
   gtk_widget_grab_focus(GTK_WIDGET(webView_.get()));
 }
 

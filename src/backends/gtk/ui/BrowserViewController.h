@@ -36,6 +36,7 @@ class BrowserViewController final : public PresentableViewController, public SFS
 
   void prepareWindow(GtkWindow* window, GtkWindow* parent) override;
   void didCloseByUser() override;
+  void didLeave() override;
 
   GtkWidget* makeHeaderBar();
   void addShortcuts(GtkWidget* window);

@@ -124,6 +124,7 @@ void PresentableViewController::leave() {
   if (const auto window = std::exchange(window_, nullptr)) {
     gtk_window_set_child(window.get(), nullptr);
     gtk_window_destroy(window.get());
+    didLeave();
   }
 }
 

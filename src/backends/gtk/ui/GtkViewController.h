@@ -71,6 +71,8 @@ class PresentableViewController : public GtkViewController {
   GObjectPtr<GtkWindow> hostWindow() const override { return window_; }
   /// Fills the new window and says how large it is to be.
   virtual void prepareWindow(GtkWindow* window, GtkWindow* parent) = 0;
+  /// Called after its window has gone, for whatever reason.
+  virtual void didLeave() {}
   /// The user closed it; called after it has left the screen. Notifies the presentation delegate.
   virtual void didCloseByUser();
   void closeByUser();
