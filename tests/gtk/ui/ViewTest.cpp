@@ -1,7 +1,12 @@
 #include "gtk/GtkTest.h"
 
+#include <malloc.h>
+
+#include <algorithm>
 #include <cmath>
+#include <cstdio>
 #include <limits>
+#include <tuple>
 
 namespace vemora::test {
 
@@ -43,11 +48,12 @@ int minimumWidth(GtkWindow* window) {
   return minimum;
 }
 
+/// Children of a window, without the windows that the toolkit adds, for tooltips for example.
 int childCount(GtkWindow* window) {
   int count = 0;
   for (GtkWidget* child = gtk_widget_get_first_child(GTK_WIDGET(window)); child;
        child = gtk_widget_get_next_sibling(child)) {
-    ++count;
+    if (!GTK_IS_NATIVE(child)) ++count;
   }
   return count;
 }
@@ -180,6 +186,102 @@ TEST(Layout, CentresHalfTheSizeAndReplacesConstraints) {
     ad->removeConstraint(width);
     ad->removeConstraint(height);
   }
+}
+
+/// Replaced constraints leave nothing behind: neither memory nor work for the layouts that follow.
+TEST(Layout, CostsTheSameAfterAThousandSizesAndTwoHundredViews) {
+  HostWindow host(600, 400);
+  const auto ad = host.adView();
+  const auto heap = [] { return static_cast<double>(mallinfo2().uordblks); };
+  const auto setSize = [&](const std::shared_ptr<View>& view, double size) {
+    static std::shared_ptr<LayoutConstraint> width, height;
+    for (auto* old : {&width, &height}) {
+      if (*old) ad->removeConstraint(std::exchange(*old, nullptr));
+    }
+    width = constrain(view, ad, LayoutAttribute::Width, size);
+    height = constrain(view, ad, LayoutAttribute::Height, size);
+    ad->setNeedsLayout();
+    gtk_widget_allocate(host.adWidget(), 600, 300, -1, nullptr);
+  };
+  // The median of the times of ten equal parts does not depend on what else the machine does.
+  const auto measure = [&](int parts, const std::function<void()>& part) {
+    std::vector<double> times;
+    double before = 0;
+    for (int i = 0; i < parts; ++i) {
+      if (i == parts / 2) before = heap();
+      const gint64 start = g_get_monotonic_time();
+      part();
+      times.push_back(static_cast<double>(g_get_monotonic_time() - start));
+    }
+    const auto middle = [](auto first, auto last) {
+      std::sort(first, last);
+      return first[(last - first) / 2];
+    };
+    const auto half = times.begin() + parts / 2;
+    return std::tuple(middle(times.begin(), half), middle(half, times.end()), heap() - before);
+  };
+  constexpr double kHeapTolerance = 64 * 1024;
+  constexpr double kTimeTolerance = 3;
+
+  const auto inner = GObjectPtr<GtkWidget>::sink(gtk::newAdView());
+  const auto view = gtk::viewForWidget(inner.get());
+  addWithSize(view, ad);
+  const auto [firstSizes, lastSizes, sizesHeap] = measure(20, [&] {
+    for (int i = 0; i < 50; ++i) setSize(view, 0.3 + i * 0.01);
+  });
+  EXPECT_LT(lastSizes, firstSizes * kTimeTolerance + 1000);
+  EXPECT_LT(sizesHeap, kHeapTolerance);
+  EXPECT_EQ(view->frame().width, std::round(600 * 0.79));
+  view->removeFromSuperview();
+
+  const auto [firstViews, lastViews, viewsHeap] = measure(20, [&] {
+    for (int i = 0; i < 10; ++i) {
+      const auto widget = GObjectPtr<GtkWidget>::sink(gtk::newAdView());
+      const auto added = gtk::viewForWidget(widget.get());
+      addWithSize(added, ad);
+      setSize(added, 0.5);
+      added->removeFromSuperview();
+    }
+  });
+  EXPECT_LT(lastViews, firstViews * kTimeTolerance + 1000);
+  EXPECT_LT(viewsHeap, kHeapTolerance);
+  std::printf("a size: %.1f us, then %.1f us, %.0f bytes; a view: %.1f us, then %.1f us, %.0f bytes\n",
+              firstSizes / 50, lastSizes / 50, sizesHeap / 500, firstViews / 10, lastViews / 10,
+              viewsHeap / 100);
+}
+
+TEST(Layout, SolvesEachPairOfAttributesInBothDirections) {
+  HostWindow host(600, 400);
+  const auto ad = host.adView();
+  const auto inner = GObjectPtr<GtkWidget>::sink(gtk::newAdView());
+  const auto view = gtk::viewForWidget(inner.get());
+  const auto add = [&](LayoutAttribute first, LayoutAttribute second, double multiplier, double constant) {
+    auto constraint = std::make_shared<LayoutConstraint>();
+    *constraint = {view, first, ad, second, multiplier, constant, false};
+    ad->addConstraint(constraint);
+    return constraint;
+  };
+  using A = LayoutAttribute;
+  const auto solve = [&](A first, double firstConstant, A second, double secondMultiplier) {
+    ad->addSubview(view);
+    view->setTranslatesAutoresizingMaskIntoConstraints(false);
+    add(first, first, 1, firstConstant);
+    add(second, second, secondMultiplier, 0);
+    gtk_widget_allocate(host.adWidget(), 400, 300, -1, nullptr);
+    const Rect frame = view->frame();
+    view->removeFromSuperview();
+    return std::pair(frame.x, frame.width);
+  };
+  using Span = std::pair<double, double>;
+  EXPECT_EQ(solve(A::Leading, 10, A::Trailing, 1), Span(10, 390));
+  EXPECT_EQ(solve(A::Leading, 10, A::Width, 0.5), Span(10, 200));
+  EXPECT_EQ(solve(A::Trailing, -10, A::Width, 0.5), Span(190, 200));
+  EXPECT_EQ(solve(A::CenterX, 10, A::Width, 0.5), Span(110, 200));
+  EXPECT_EQ(solve(A::Leading, 100, A::CenterX, 1), Span(100, 200));
+  EXPECT_EQ(solve(A::Trailing, -100, A::CenterX, 1), Span(100, 200));
+  gtk_widget_set_direction(host.adWidget(), GTK_TEXT_DIR_RTL);
+  EXPECT_EQ(solve(A::Leading, -10, A::Width, 0.5), Span(190, 200));
+  EXPECT_EQ(solve(A::Trailing, 10, A::Width, 0.5), Span(10, 200));
 }
 
 TEST(Layout, SurvivesEverySize) {

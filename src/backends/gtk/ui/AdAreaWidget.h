@@ -2,26 +2,26 @@
 
 #include <gtk/gtk.h>
 
+#include <functional>
+
 namespace vemora::gtk {
 
-/// The widget that holds views of ours: in the host's window, over a GtkOverlay, in an interstitial, or,
-/// unseen, for the web views that wait in a window.
+/// The widget that holds the SDK's views: in the host's window, over a GtkOverlay, in an interstitial, or,
+/// never drawn, as the parking place of a window.
 ///
-/// It asks for no room whatever its children would like, so that an ad never changes the layout around it,
-/// and it clips them. Children live in an inner widget that is always as large as the area itself:
-/// GtkConstraintLayout derives a minimum size from constraints, and only a parent that does not pass it on
-/// keeps it from the host's layout. Where no child is, the area lets the pointer through.
+/// It requests no size, whatever its children request, so that an ad never changes the host's layout, and it
+/// clips its children. Where it has no child, it lets pointer events through.
 GType adAreaWidgetGetType();
 
 /// Floating.
 GtkWidget* adAreaWidgetNew();
 bool isAdAreaWidget(GtkWidget* widget);
 
-/// The inner widget, whose layout manager is a GtkConstraintLayout; null once the area has been disposed of.
-GtkWidget* adAreaContent(GtkWidget* area);
+/// Sets what allocates the children each time the area is laid out; it is given the area's size.
+void adAreaSetLayout(GtkWidget* area, std::function<void(int width, int height)> layout);
 void adAreaSetBlack(GtkWidget* area);
 
-/// For an area that is a stowaway in a window: it is never drawn.
+/// For the parking place of a window: it is never drawn.
 void adAreaSetParked(GtkWidget* area);
 bool adAreaIsParked(GtkWidget* area);
 

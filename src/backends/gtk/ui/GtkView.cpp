@@ -2,6 +2,7 @@
 
 #include "backends/gtk/base/MainThreadObject.h"
 #include "backends/gtk/ui/AdAreaWidget.h"
+#include "backends/gtk/ui/ConstraintSolver.h"
 #include "backends/gtk/ui/GtkAreaView.h"
 #include "backends/gtk/ui/GtkWindowView.h"
 
@@ -31,17 +32,11 @@ Rect fromGraphene(const graphene_rect_t& rect) {
   return {rect.origin.x, rect.origin.y, rect.size.width, rect.size.height};
 }
 
-/// The nearest ancestor that is a view of its own: neither the inside of an area nor a parking place.
+/// The widget of the superview: a parking place counts as part of its window.
 GtkWidget* superviewWidget(GtkWidget* widget) {
   GtkWidget* parent = gtk_widget_get_parent(widget);
-  while (parent) {
-    GtkWidget* outer = gtk_widget_get_parent(parent);
-    const bool isContent = outer && isAdAreaWidget(outer) && adAreaContent(outer) == parent;
-    const bool isParking = isAdAreaWidget(parent) && adAreaIsParked(parent);
-    if (!isContent && !isParking) break;
-    parent = outer;
-  }
-  return parent;
+  const bool isParked = parent && isAdAreaWidget(parent) && adAreaIsParked(parent);
+  return isParked ? gtk_widget_get_parent(parent) : parent;
 }
 
 const GtkView* asGtkView(const View& view) {
@@ -174,7 +169,7 @@ void GtkView::removeFromSuperview() {
 
 void GtkView::setFrame(const Rect& frame) {
   assertMainThread();
-  frame_ = GtkAreaView::sanitized(frame);
+  frame_ = sanitizedFrame(frame);
   setNeedsLayout();
 }
 
@@ -194,7 +189,7 @@ void GtkView::setTranslatesAutoresizingMaskIntoConstraints(bool translates) {
   assertMainThread();
   if (translates == translates_) return;
   // What the constraints made of the view is where the frame takes over.
-  if (translates && container_.lock()) frame_ = GtkAreaView::sanitized(frame());
+  if (translates && container_.lock()) frame_ = sanitizedFrame(frame());
   translates_ = translates;
   setNeedsLayout();
 }
