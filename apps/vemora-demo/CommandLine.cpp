@@ -41,6 +41,8 @@ constexpr Option kOptions[] = {
     {"api-key", Kind::Text, "Publisher's key", "KEY"},
     {"channel", Kind::Text, "Channel number (default: 1)", "N"},
     {"param", Kind::Text, "Request parameter (repeatable)", "KEY=VALUE"},
+    {"gdpr", Kind::Text, "Whether the GDPR applies: yes or no", "yes|no"},
+    {"consent", Kind::Text, "The viewer's IAB consent string", "STRING"},
     {"do", Kind::Text, "Give the player a command (repeatable)", "COMMAND@WHEN"},
     {"events", Kind::File, "Write each callback as a line of JSON", "FILE|-"},
     {"beacons", Kind::File, "At the end, write the server's beacons as JSON", "FILE"},
@@ -140,6 +142,14 @@ void readVast(const std::string& text, CommandLine& into) {
   }
 }
 
+void readConsentOptions(const Options& options, CommandLine& into) {
+  into.consent = options.value("consent");
+  const auto gdpr = options.value("gdpr");
+  if (gdpr && *gdpr != "yes" && *gdpr != "no")
+    throw BadArguments("--gdpr: '" + *gdpr + "' is neither yes nor no");
+  if (gdpr) into.subjectToGDPR = *gdpr == "yes";
+}
+
 void readRequestOptions(const Options& options, CommandLine& into) {
   if (const auto vast = options.value("vast")) readVast(*vast, into);
   into.apiKey = options.value("api-key");
@@ -185,6 +195,7 @@ CommandLine readCommandLine(int argc, char** argv) {
   CommandLine result;
   readPlacementOptions(options, result);
   readServerOptions(options, result);
+  readConsentOptions(options, result);
   readRequestOptions(options, result);
   readOutputOptions(options, result);
   return result;

@@ -34,6 +34,8 @@ struct CommandLine {
   std::optional<std::string> apiKey;
   std::string channel = "1";
   std::vector<std::pair<std::string, std::string>> params;
+  std::optional<bool> subjectToGDPR;
+  std::optional<std::string> consent;  ///< Of the IAB framework.
 
   std::optional<std::string> events;  ///< "-" is the standard output.
   std::optional<std::filesystem::path> beacons;

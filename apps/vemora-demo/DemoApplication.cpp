@@ -75,6 +75,9 @@ void DemoApplication::activate() {
   g_application_hold(G_APPLICATION(application_.get()));
   Vemora::debugMode(commandLine_.debug);
   if (commandLine_.apiKey) Vemora::setAPIKey(commandLine_.apiKey);
+  if (commandLine_.subjectToGDPR || commandLine_.consent) {
+    gtk::setConsent(commandLine_.subjectToGDPR, commandLine_.consent);
+  }
   window_ = std::make_unique<DemoWindow>(
       application_.get(), commandLine_.placement,
       DemoWindow::Handlers{[this](Command command) { perform(command); },

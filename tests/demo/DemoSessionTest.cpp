@@ -237,6 +237,7 @@ TEST_F(DemoSessionTest, BadArgumentsEndWithTwoAndSayWhich) {
                         Case{{"--vast", "https://127.0.0.1:1/tag"}, "cannot reach 'https://127.0.0.1:1/tag'"},
                         Case{{"--vast", "https://"}, "not a web address"},
                         Case{{"--channel", "abc"}, "abc"},
+                        Case{{"--gdpr", "maybe"}, "maybe"},
                         Case{{"--controller-host", "host", "--ca", single}, "no certificate"},
                         Case{{"--screenshot", "shot.jpg"}, ".png"},
                         Case{{"--events", ""}, "--events"},
