@@ -1,6 +1,6 @@
 #pragma once
 
-#include "backends/glib/GLibHandles.h"
+#include "../../glib/GLibHandles.h"  // Relative: the programs include this header without the folder src.
 
 #include <glib-object.h>
 
