@@ -220,7 +220,8 @@ class Soak {
   GtkWidget* place_ = nullptr;
   std::vector<std::weak_ptr<VemoraAdPlayerBase>> players_;
   std::vector<std::unique_ptr<GWeakRef, void (*)(GWeakRef*)>> views_;
-  // What is allowed is far below what one leaked page costs. WebKit's caches and the load of the machine vary.
+  // What is allowed is far below what one leaked page costs. WebKit's caches and the load of the machine
+  // vary.
   std::vector<Figure> figures_ = {{"resident memory", "kB", 20, 4096},
                                   {"heap", "kB", 10, 2048},
                                   {"threads", "", 0.01, 4},

@@ -2,10 +2,12 @@
 
 #include <mutex>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
-/// Every warning that GLib's log carries is a failure of the test that caused it.
+/// Every warning in GLib's log, and every error that the SDK logs, is a failure of the test that caused it.
+/// The SDK logs errors as messages with the priority of warnings, since warnings can be fatal to hosts.
 namespace {
 
 std::mutex warningsMutex;
@@ -14,8 +16,22 @@ std::vector<std::string>& warnings() {
   return lines;
 }
 
+bool isErrorOfTheSDK(const GLogField* fields, gsize count) {
+  bool ours = false;
+  bool error = false;
+  for (gsize i = 0; i < count; ++i) {
+    const std::string_view key = fields[i].key;
+    if (key != "GLIB_DOMAIN" && key != "PRIORITY") continue;
+    const std::string_view value = static_cast<const char*>(fields[i].value);
+    ours = ours || (key == "GLIB_DOMAIN" && value == "Vemora");
+    error = error || (key == "PRIORITY" && value == "4");
+  }
+  return ours && error;
+}
+
 GLogWriterOutput recordWarnings(GLogLevelFlags level, const GLogField* fields, gsize count, gpointer data) {
-  if (level & (G_LOG_LEVEL_WARNING | G_LOG_LEVEL_CRITICAL | G_LOG_LEVEL_ERROR)) {
+  if ((level & (G_LOG_LEVEL_WARNING | G_LOG_LEVEL_CRITICAL | G_LOG_LEVEL_ERROR)) ||
+      isErrorOfTheSDK(fields, count)) {
     const std::lock_guard lock(warningsMutex);
     char* text = g_log_writer_format_fields(level, fields, count, FALSE);
     warnings().emplace_back(text);

@@ -45,6 +45,8 @@ LoopbackServer::~LoopbackServer() {
 
 void LoopbackServer::serve(const std::string& path, const std::string& body, const char* type) {
   serve(path, [body, type](SoupServerMessage* message) {
+    // libsoup notices late that a client has left an idle connection, and tests count descriptors.
+    soup_message_headers_append(soup_server_message_get_response_headers(message), "Connection", "close");
     soup_server_message_set_status(message, SOUP_STATUS_OK, nullptr);
     soup_server_message_set_response(message, type, SOUP_MEMORY_COPY, body.data(), body.size());
   });

@@ -222,7 +222,8 @@ void Session::keepPromises(const std::string& entry, const std::string& name) {
   if (!dispatch().isMainThread()) breakPromise(entry + " came off the main thread");
   // Each load is reported, also one that was shut down; only the release of the player silences the report.
   const bool isLateReport = name == "didLoadAds" && player_;
-  // `requestForPlayer` hands the player to the host on another thread: until it has returned, the host holds it.
+  // `requestForPlayer` hands the player to the host on another thread: until it has returned, the host holds
+  // it.
   const bool isHeldByHost = !player_ && requestIsUnderWay_;
   if (!over_.empty() && !isLateReport && !isHeldByHost) breakPromise(entry + " came " + over_);
   if (name == "didLoadAds" && ++loadReports_ > pages_.size()) breakPromise("two reports of one load");

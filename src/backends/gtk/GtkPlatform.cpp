@@ -1,5 +1,4 @@
 #include "backends/gtk/GtkPorts.h"
-#include "backends/gtk/dispatch/MainQueue.h"
 #include "core/settings/StallWatch.h"
 
 namespace vemora {
@@ -39,7 +38,7 @@ class GtkPlatform final : public Platform {
 }  // namespace
 
 std::unique_ptr<Platform> createPlatform() {
-  MainQueue::setBlockRunner([](const MainQueue::Work& block) {
+  setMainQueueBlockRunner([](const std::function<void()>& block) {
     const StallWatch watch("main queue");
     block();
   });

@@ -2,11 +2,15 @@
 
 #include "ports/Platform.h"
 
+#include <functional>
 #include <memory>
 
-/// The makers of this backend's ports; each is defined beside the class that it makes.
 namespace vemora::gtk {
 
+/// Sets what calls each block of the main queue, such as a watch around it. Call it before the first block.
+void setMainQueueBlockRunner(void (*runner)(const std::function<void()>& block));
+
+// The makers of this backend's ports. Each is defined in the file of the class that it makes.
 std::unique_ptr<Dispatch> makeDispatch();
 std::unique_ptr<System> makeSystem();
 std::unique_ptr<Application> makeApplication();

@@ -12,8 +12,8 @@
 
 namespace vemora {
 
-/// Posted once for each future, by the thread that completed it, with the future as object. Nothing in the SDK
-/// observes it.
+/// Posted once for each future, by the thread that completed it, with the future as object. Nothing in the
+/// SDK observes it.
 inline constexpr char kVMRFutureCompleteNotification[] = "kVMRFutureCompleteNotification";
 
 /// A result that comes once: a value, an error, or a cancellation. The first completion wins and later ones

@@ -117,6 +117,10 @@ void GtkDispatch::stopWithProcess() {
   if (processDispatch.compare_exchange_strong(none, this)) std::atexit(stopProcessDispatch);
 }
 
+void setMainQueueBlockRunner(void (*runner)(const std::function<void()>& block)) {
+  MainQueue::setBlockRunner(runner);
+}
+
 std::unique_ptr<Dispatch> makeDispatch() {
   auto dispatch = std::make_unique<GtkDispatch>();
   dispatch->stopWithProcess();
