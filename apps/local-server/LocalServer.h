@@ -20,7 +20,7 @@ namespace vemora {
 /// Where the controller page lives on every origin that serves one.
 inline constexpr std::string_view kControllerPagePath = "/mobile/sdk/v4/native/VMRWebViewRuntime.html";
 
-/// What a LocalServer serves. Files are read anew for every request, so that an edit shows on the next load.
+/// What a LocalServer serves. Files are read again for every request, so that an edit shows on the next load.
 struct LocalServerOptions {
   std::uint16_t port = 0;                            ///< 0: any free one.
   std::filesystem::path page;                        ///< The controller page.

@@ -5,7 +5,7 @@
 
 namespace vemora {
 
-/// A certificate that vouches for itself, with the key that belongs to it, both as PEM.
+/// A self-signed certificate with its private key, both as PEM.
 struct SelfSignedCertificate {
   std::string certificatePem;
   std::string privateKeyPem;

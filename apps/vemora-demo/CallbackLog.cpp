@@ -106,7 +106,7 @@ std::optional<std::string> CallbackLog::problem() {
 void CallbackLog::writeForPeople(const PlayerCallback& callback) {
   const std::string line = lineOf(callback);
   if (isTerminal_ && callback.kind == CallbackKind::AdTimeUpdate) {
-    // One line that changes in place: back to its start, and away with what was longer.
+    // One line that is updated in place: carriage return, then clear the rest of a longer one.
     std::fprintf(people_, "\r%s\x1b[K", line.c_str());
     inProgressLine_ = true;
   } else {

@@ -13,7 +13,7 @@ namespace vemora {
 /// Writes callbacks: for people on a terminal, and as lines of JSON for programs. Any thread.
 class CallbackLog {
  public:
-  /// With "-" the JSON goes to the standard output, and what is for people to the standard error.
+  /// With "-" the JSON is written to the standard output, and text for people to the standard error.
   /// Absent when the file cannot be written; `problem` then says why.
   static std::unique_ptr<CallbackLog> open(const std::optional<std::string>& eventsFile,
                                            std::string& problem);

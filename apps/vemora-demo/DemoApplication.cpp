@@ -60,7 +60,7 @@ int DemoApplication::run() {
     return 1;
   }
   g_set_application_name("Vemora Demo");
-  // Several may run at once, each with a window of its own.
+  // Several may run at once, each with its own window.
   application_ =
       GObjectPtr<GtkApplication>::adopt(gtk_application_new(kApplicationId, G_APPLICATION_NON_UNIQUE));
   g_signal_connect(application_.get(), "activate", G_CALLBACK(+[](GtkApplication*, gpointer self) {

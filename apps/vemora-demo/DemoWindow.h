@@ -21,7 +21,7 @@ class DemoWindow {
  public:
   struct Handlers {
     std::function<void(Command)> command;
-    std::function<void()> closed;  ///< The user wants the window gone; it is left to the owner to do it.
+    std::function<void()> closed;  ///< The user requested to close the window; the owner closes it.
   };
 
   DemoWindow(GtkApplication* application, Placement placement, Handlers handlers);
@@ -32,7 +32,7 @@ class DemoWindow {
   void present();
   void hide();
 
-  /// Where ads go; null for an interstitial, which has no place in the window.
+  /// The view for ads; null for an interstitial, which has no place in the window.
   [[nodiscard]] std::shared_ptr<View> adView() const;
   /// The window that shows the ad: this one, or what was presented over it.
   [[nodiscard]] GtkWindow* windowOfAd() const;

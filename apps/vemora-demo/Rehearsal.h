@@ -16,7 +16,7 @@ enum class Command { Play, Pause, Resume, Skip, Stop, Close, Smaller, Larger };
 /// "pause" for Command::Pause, and so on.
 std::optional<Command> commandNamed(std::string_view name);
 
-/// One thing to do without hands: `command`, once the running ad has played so many seconds, or at the first
+/// One automated step: `command`, once the running ad has played so many seconds, or at the first
 /// callback of this kind.
 struct RehearsedStep {
   Command command = Command::Play;

@@ -15,7 +15,7 @@ using GskRenderNodePtr = std::unique_ptr<GskRenderNode, gtk::GFree<gsk_render_no
 
 using Done = std::function<void(ScreenshotResult, const std::string&)>;
 
-/// Pixels at the edge of an area that what lies around it may shine into.
+/// Pixels at the edge of an area that may blend with its surroundings.
 constexpr float kEdge = 2;
 
 struct PendingScreenshot {

@@ -17,8 +17,8 @@ enum class ScreenshotResult {
 /// Saves the next frame of what `window` shows as a PNG. `subject` says which part of it the picture is
 /// about, in the window's coordinates.
 ///
-/// Threads: the main one. Completion: `done` is called once, unless the window goes before its next frame.
-/// `problem` says why there is no file.
+/// Threads: the main one. Completion: `done` is called once, unless the window is destroyed before its next
+/// frame. `problem` says why there is no file.
 void saveScreenshot(GtkWindow* window, const graphene_rect_t& subject, const std::filesystem::path& file,
                     std::function<void(ScreenshotResult result, const std::string& problem)> done);
 

@@ -21,7 +21,7 @@ int run(int argc, char** argv) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  // The reader of the output may have gone: the write fails then, and the program goes on.
+  // The reader of the output may have exited: the write then fails, and the program continues.
   std::signal(SIGPIPE, SIG_IGN);
   try {
     return run(argc, argv);

@@ -23,7 +23,7 @@ std::optional<SoakPlacement> placementNamed(std::string_view name) {
   return std::nullopt;
 }
 
-/// Absent, with a message on the standard error, when the arguments make no sense.
+/// Absent, with a message on the standard error, when the arguments are invalid.
 std::optional<SoakOptions> readCommandLine(int& argc, char**& argv) {
   SoakOptions options;
   gboolean usesFeatures = FALSE;

@@ -12,10 +12,10 @@
 #include <thread>
 #include <vector>
 
-// From the completion of a future to its waiter awake, beside a condition variable with a mutex, a flag and a
-// deadline. Two threads hand the turn back and forth, so every completion wakes a thread that sleeps. Both
-// run on one processor: rousing another one costs several times as much, and in one round twice as much as in
-// the next, on any thread.
+// From the completion of a future to its waiter awake, compared with a condition variable with a mutex, a
+// flag and a deadline. Two threads hand the turn back and forth, so every completion wakes a thread that
+// sleeps. Both run on one processor: waking another one costs several times as much, and in one round twice
+// as much as in the next, on any thread.
 
 namespace {
 

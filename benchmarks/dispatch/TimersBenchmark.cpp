@@ -12,7 +12,7 @@
 #include <vector>
 
 // The time-out of a call: what arming and cancelling one costs while a thousand are outstanding, and how late
-// one of five seconds comes, beside GLib's time-outs and a thread that sleeps until the very moment.
+// one of five seconds fires, compared with GLib's time-outs and a thread that sleeps until then.
 
 namespace {
 

@@ -17,9 +17,9 @@
 #include <string>
 #include <vector>
 
-// Reads a message into a JsonValue and writes it, beside two libraries. Reading includes releasing the value.
-// Nothing else holds the strings of a message meanwhile. This is the most expensive case: every long string
-// is interned and removed each time.
+// Reads a message into a JsonValue and writes it, compared with two libraries. Reading includes releasing the
+// value. Nothing else holds the strings of a message meanwhile. This is the most expensive case: every long
+// string is interned and removed each time.
 
 namespace {
 
@@ -85,7 +85,7 @@ void compareWriting(Report& report, const NamedMessage& message) {
                takeTurns(report.rounds(21), rapid, ours), {});
 }
 
-/// The cost of an interned string beside a plain one.
+/// The cost of an interned string compared with a plain one.
 void measureInterning(Report& report) {
   std::vector<std::string> texts;
   for (int i = 0; i < 64; ++i) texts.push_back("a string of the usual length " + std::to_string(i));

@@ -21,9 +21,9 @@
 #include <sstream>
 #include <string>
 
-// The cost of a beacon for the host app, over http and https, beside one libsoup session that sends the same
-// requests and beside the curl program. All beacons are asked for at once. The server is a process of its
-// own.
+// The cost of a beacon for the host app, over http and https, compared with one libsoup session that sends
+// the same requests and with the curl program. All beacons are requested at once. The server is a separate
+// process.
 
 namespace {
 

@@ -13,7 +13,7 @@
 #include <string>
 #include <vector>
 
-// Whether a message costs the same however much else goes on. No web views: the page's part is played by the
+// Whether the cost of a message is independent of other load. No web views: the page's part is played by the
 // testing backend, so that nothing but our own work is measured.
 
 namespace {
@@ -22,7 +22,7 @@ using namespace vemora;
 using namespace vemora::bench;
 using vemora::testing::TestingPlatform;
 
-/// A channel that posts nowhere.
+/// A channel without a receiver.
 class SilentRuntime final : public VMRRuntime {
  public:
   void postMessage(const std::shared_ptr<VMRRpc>&, ErrorHandler) override {}

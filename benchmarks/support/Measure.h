@@ -6,11 +6,11 @@
 #include <utility>
 #include <vector>
 
-/// What a piece of work costs, and how to hold two pieces against each other on a machine that does other
-/// things as well.
+/// What a piece of work costs, and how to compare two pieces on a machine with other
+/// load.
 namespace vemora::bench {
 
-/// What has been used up so far. Work costs the difference of two looks.
+/// What has been used up so far. The cost of work is the difference of two samples.
 struct Usage {
   double cpu = 0;  ///< Seconds in user and system mode.
   double switches = 0;

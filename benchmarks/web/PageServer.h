@@ -11,7 +11,7 @@ namespace vemora::bench {
 /// It is a fork: to be started first of all in `main`, before anything has made a thread.
 class PageServer {
  public:
-  /// Ends the program with a word when it cannot start.
+  /// Ends the program with a message when it cannot start.
   PageServer(const std::filesystem::path& page, const std::optional<std::filesystem::path>& ads);
   /// One that another process has started.
   static PageServer runningAt(std::string host, std::string certificatePem);

@@ -81,7 +81,7 @@ class Contestants {
   std::shared_ptr<VMRWebViewRuntime> runtime_;
 };
 
-/// Who goes to sleep in a call: WebKit's thread that receives from the web process does in any case.
+/// Which threads sleep during a call: WebKit's thread that receives from the web process always does.
 void addSleepers(Report& report, Contestants& contestants) {
   const std::string kReceiver = "ReceiveQueue", kWorker = "vemora-worker";
   const double receivers = sleepsOfThreads(kReceiver), workers = sleepsOfThreads(kWorker);

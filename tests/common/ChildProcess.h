@@ -63,8 +63,7 @@ class ChildProcess {
   std::string output() { return restOf(output_.get()); }
   std::string errors() { return restOf(errors_.get()); }
 
-  /// Reads both outputs to their end, however much they are: for programs that get no input
-  /// before.
+  /// Reads both outputs to their end, of any size: for programs that got no input before.
   struct Outputs {
     std::string output;
     std::string errors;

@@ -10,7 +10,7 @@
 
 namespace vemora::test {
 
-/// A fresh folder that goes away with all that is in it.
+/// A new folder that is deleted with its contents.
 class TestFolder {
  public:
   TestFolder() {
@@ -26,7 +26,7 @@ class TestFolder {
 
   [[nodiscard]] const std::filesystem::path& path() const { return path_; }
 
-  /// Of what is in it, or may come to be; a leading slash is the folder itself.
+  /// The path of a file in the folder, which need not exist; a leading slash is the folder itself.
   [[nodiscard]] std::string path(const std::filesystem::path& name) const {
     return (path_ / name.relative_path()).string();
   }
@@ -38,7 +38,7 @@ class TestFolder {
     std::ofstream(file, std::ios::binary) << content;
     return file;
   }
-  /// All of a file; nothing when it is not there.
+  /// The contents of a file; empty when it does not exist.
   [[nodiscard]] std::string read(const std::filesystem::path& name) const {
     std::ifstream file(path(name), std::ios::binary);
     return {std::istreambuf_iterator<char>(file), {}};

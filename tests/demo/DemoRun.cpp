@@ -11,7 +11,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-/// Longer than any session of the tests takes, so that nothing runs for ever.
+/// Longer than any session of the tests takes, so that no run is endless.
 constexpr const char* kTimeout = "45";
 
 std::vector<std::string> commandLine(const fs::path& folder, const std::vector<std::string>& arguments) {

@@ -51,8 +51,8 @@ class DemoRun {
   std::vector<JsonValue> events_;
 };
 
-/// Whether these beacons have come, each once, and in this order except for near neighbours: each travels on
-/// a connection of its own, so that beacons of one moment may overtake each other.
+/// Whether these beacons have arrived, each once, and in this order except for close neighbours: each uses a
+/// separate connection, so that beacons sent together may overtake each other.
 testing::AssertionResult haveArrived(const std::vector<std::string>& beacons,
                                      std::vector<std::string> expected);
 

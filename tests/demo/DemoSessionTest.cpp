@@ -191,7 +191,7 @@ TEST_F(DemoSessionTest, PlaysOverTheWholeScreen) {
   EXPECT_GT(colouredShareOf(shot), 0.4) << "the video fills the picture";
 }
 
-TEST_F(DemoSessionTest, EndsItsServerHoweverItEnds) {
+TEST_F(DemoSessionTest, TerminatesItsServerOnEveryExit) {
   for (const int signal : {SIGTERM, SIGKILL}) {
     DemoRun run({});
     const std::string origin = originOf(run);

@@ -48,7 +48,7 @@ void roundTrip(const VMRRpc& message) {
   const std::string text = message.jsonString();
   if (text.empty()) return;
   const auto again = VMRRpc::messageWithString(text);
-  // What has an empty result or params beside nothing else is a message that is none once written.
+  // A message with nothing but an empty result or empty params is no longer a message once written.
   if (!again) return require(!message.method().isString() || message.method().asString()->empty());
   require(again->ID() == message.ID());
   require(again->jsonString() == text);

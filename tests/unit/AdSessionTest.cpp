@@ -38,7 +38,7 @@ class AdSessionTest : public PlayerTest {
   std::shared_ptr<VemoraInlineAdPlayer> player_ = VemoraInlineAdPlayer::initWithAdPlayerDelegate(delegate_);
 };
 
-// Loads that were abandoned.
+// Abandoned loads.
 
 TEST_F(AdSessionTest, ALoadThatWasShutDownLeavesTheNextSessionAlone) {
   player_->load();
@@ -288,7 +288,7 @@ TEST_F(AdSessionTest, ReportsAStartThatDidNotTake) {
   page_->answer("control.start", R"("result":{"ok":1})");
   player_->start();
   settle();
-  EXPECT_EQ(delegate_->take(), Callbacks{}) << "the session goes on, and may be started again";
+  EXPECT_EQ(delegate_->take(), Callbacks{}) << "the session continues and may be started again";
 }
 
 TEST_F(AdSessionTest, ReportsADeferredStartThatDidNotTakeUnlessTheSessionHasEnded) {
@@ -413,7 +413,7 @@ TEST_F(AdSessionTest, AtMostSixteenCommandsWaitForAPageAtATime) {
   EXPECT_EQ(page_->calls().size(), before + 32);
   player_ = nullptr;
   advance(20);
-  EXPECT_EQ(page_->calls().size(), before + 32) << "what had not begun goes with the player";
+  EXPECT_EQ(page_->calls().size(), before + 32) << "commands that had not begun are dropped with the player";
   EXPECT_FALSE(page_->view());
 }
 

@@ -45,7 +45,7 @@ TEST_F(DeliveryLineTest, KeepsTheOrderOfABurst) {
   EXPECT_EQ(order(), expected);
 }
 
-TEST_F(DeliveryLineTest, GoesOnBesideAPieceThatBlocks) {
+TEST_F(DeliveryLineTest, ContinuesWhileAPieceBlocks) {
   const auto first = VMRFuture::init();
   const auto second = VMRFuture::init();
   deliverBlocking(1, first);

@@ -193,7 +193,7 @@ TEST(Utf8, AcceptsExactlyTheTextsOfTheStandard) {
 }
 
 TEST(JsonValue, InternsOnManyThreadsAtOnce) {
-  // Few texts, short lives and many threads: strings die in one thread while another asks for them.
+  // Few texts, short lifetimes and many threads: one thread releases a string while another looks it up.
   const auto text = [](int i) { return "shared text number " + std::to_string(i % 7); };
   std::vector<std::thread> threads;
   for (int seed = 0; seed < 4; ++seed) {

@@ -25,7 +25,7 @@ TEST(NotificationCenter, CallsInOrderAndOnlyForTheName) {
   EXPECT_FALSE(center.hasObservers("sport"));
 }
 
-TEST(NotificationCenter, TokensCarryTheObservationWithThem) {
+TEST(NotificationCenter, MovingATokenMovesTheObservation) {
   NotificationCenter center;
   int heard = 0;
   const auto count = [&](const Notification&) { ++heard; };

@@ -25,7 +25,7 @@ class PlacementTest : public PlayerTest {
     delegate_->take();
     return player;
   }
-  /// What the next frame, and the second after it, bring.
+  /// Runs the next frame and the second after it.
   void frame() {
     settle();
     application().window()->layoutIfNeeded();
@@ -65,7 +65,7 @@ TEST_F(PlacementTest, InlineFillsItsHostAndStartsOnceVisible) {
   EXPECT_TRUE(host_->constraints().empty());
 }
 
-TEST_F(PlacementTest, WithoutAHostTheStartIsSentAllTheSame) {
+TEST_F(PlacementTest, TheStartIsSentEvenWithoutAHost) {
   const auto player = loaded(VemoraResizableAdPlayer::initWithAdPlayerDelegate(delegate_));
   player->setSize(0.5F);
   player->start();
@@ -299,7 +299,7 @@ TEST_F(PlacementTest, AViewerWhoClosesTheStageEndsTheSession) {
   }
 }
 
-TEST_F(PlacementTest, InterstitialGoesWithItsPlayer) {
+TEST_F(PlacementTest, InterstitialIsDismissedWithItsPlayer) {
   auto player = loaded(VemoraInterstitialAdPlayer::initWithAdPlayerDelegate(delegate_));
   player->start();
   frame();
@@ -313,7 +313,7 @@ TEST_F(PlacementTest, InterstitialGoesWithItsPlayer) {
 
 TEST_F(PlacementTest, NoStageStaysBehindWhenAStartCrossesTheShutdown) {
   const auto player = loaded(VemoraInterstitialAdPlayer::initWithAdPlayerDelegate(delegate_));
-  // The session ends on a background thread; when that has queued the dismissal and goes on to end the
+  // The session ends on a background thread; when that has queued the dismissal and continues to end the
   // session, the main thread overtakes it with the presentation.
   std::atomic<bool> isShuttingDown{false}, mayGoOn{false};
   system().setOnLog([&](std::string_view line) {

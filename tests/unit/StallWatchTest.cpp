@@ -6,7 +6,7 @@ namespace {
 
 class StallWatchTest : public CoreTest {};
 
-TEST_F(StallWatchTest, ReportsWhatHoldsTheMainThread) {
+TEST_F(StallWatchTest, ReportsOperationsThatBlockTheMainThread) {
   {
     StallWatch watch("load");
     advance(0.063);
@@ -14,7 +14,7 @@ TEST_F(StallWatchTest, ReportsWhatHoldsTheMainThread) {
   EXPECT_TRUE(logged("Main thread held for 63 ms: load"));
 }
 
-TEST_F(StallWatchTest, SaysNothingOfShortOperations) {
+TEST_F(StallWatchTest, DoesNotReportShortOperations) {
   {
     StallWatch watch("load");
     advance(0.049);
@@ -48,7 +48,7 @@ TEST_F(StallWatchTest, DoesNotCountTheHost) {
   EXPECT_TRUE(logged("Main thread held for 60 ms: main queue"));
 }
 
-TEST_F(StallWatchTest, IsOnlyForTheMainThread) {
+TEST_F(StallWatchTest, IgnoresOtherThreads) {
   dispatch().detachNewThread([] {
     StallWatch watch("shutdown");
     const StallWatch::HostCall call;

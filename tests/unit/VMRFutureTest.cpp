@@ -67,7 +67,7 @@ TEST_F(VMRFutureTest, IsAnnouncedInsideTheCompletion) {
   EXPECT_FALSE(future->isCancelled());
 }
 
-TEST_F(VMRFutureTest, WaitTellsDoneFromTimedOut) {
+TEST_F(VMRFutureTest, WaitDistinguishesDoneFromTimedOut) {
   const auto done = VMRFuture::init();
   done->cancel();
   EXPECT_TRUE(done->wait(0));
@@ -83,7 +83,7 @@ TEST_F(VMRFutureTest, WaitTellsDoneFromTimedOut) {
   EXPECT_EQ(outcome, 0);
 }
 
-TEST_F(VMRFutureTest, WakesEveryWaiterWhateverTheOutcome) {
+TEST_F(VMRFutureTest, WakesEveryWaiterForEveryOutcome) {
   const auto future = VMRFuture::init();
   std::atomic<int> woken{0};
   for (int i = 0; i < 3; ++i) dispatch().detachNewThread([&] { woken += future->wait(5); });
@@ -99,8 +99,7 @@ TEST_F(VMRFutureTest, CompletionsThatRaceLeaveOneOutcome) {
   constexpr int kRounds = 5000;
   std::vector<std::shared_ptr<VMRFuture>> futures;
   for (int i = 0; i < kRounds; ++i) futures.push_back(VMRFuture::init());
-  // Passing over a future that is done is quicker than completing one, so that whoever lags behind catches
-  // up.
+  // Skipping a future that is done is quicker than completing one, so that a slower thread catches up.
   const auto race = [&](const auto& complete) {
     for (const auto& future : futures) complete(*future);
   };

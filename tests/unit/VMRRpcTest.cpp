@@ -18,7 +18,7 @@ TEST_F(VMRRpcTest, AcceptsExactlyTheTextsThatHoldAMessage) {
   for (const char* text :
        {R"({"method":"ping"})", R"({"id":"7","result":{}})", R"({"params":{"a":1}})", R"({"params":[0]})",
         R"({"error":{"code":1}})", R"({"result":0})", R"({"id":null,"method":"x","params":null})",
-        // What stands behind a good method is not looked at.
+        // Members after a valid method are not checked.
         R"({"method":"x","params":"text","error":5})"}) {
     EXPECT_TRUE(VMRRpc::messageWithString(text)) << text;
   }
@@ -32,7 +32,7 @@ TEST_F(VMRRpcTest, AcceptsExactlyTheTextsThatHoldAMessage) {
   }
 }
 
-TEST_F(VMRRpcTest, TellsResponsesFromRequests) {
+TEST_F(VMRRpcTest, DistinguishesResponsesFromRequests) {
   const auto is = [](const char* text) { return VMRRpc::messageWithString(text)->isResponse(); };
   EXPECT_TRUE(is(R"({"id":"7","result":{}})"));
   EXPECT_TRUE(is(R"({"id":"7","method":"get.ads","result":{}})"));

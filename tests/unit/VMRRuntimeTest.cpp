@@ -11,7 +11,7 @@
 namespace vemora {
 namespace {
 
-/// A channel to nowhere: keeps what is posted, and fails it when told to.
+/// A channel without a receiver: records what is posted, and fails on request.
 class RecordingRuntime : public VMRRuntime {
  public:
   static std::shared_ptr<RecordingRuntime> make(bool isLoaded) {
@@ -343,7 +343,7 @@ TEST_F(VMRRuntimeTest, ATaskEndsWithItsTimeoutAndLeavesTheRuntime) {
     task->complete(replyTo(*task->message()), std::nullopt);
   }
   advance(1.9);
-  EXPECT_FALSE(weak.expired()) << "a cancelled time-out lets go at its own time";
+  EXPECT_FALSE(weak.expired()) << "a cancelled time-out releases its block when it would have been due";
   EXPECT_EQ(runtime_->observers().size(), 1u);
   advance(0.2);
   EXPECT_TRUE(weak.expired());

@@ -102,8 +102,7 @@ TEST_F(VMRWebViewRuntimeTest, EvaluatesMessagesOnTheMainThread) {
   settle();
   EXPECT_EQ(view_->scripts()[0],
             "window.VemoraProxy.bridge.onMessage(JSON.stringify(" + message->jsonString() + "));");
-  EXPECT_EQ(page.calls()[0].params["text"], JsonValue(text))
-      << "posted before the page has loaded, all the same";
+  EXPECT_EQ(page.calls()[0].params["text"], JsonValue(text)) << "posted even before the page has loaded";
 }
 
 TEST_F(VMRWebViewRuntimeTest, SendsAKeyThatLiteralsTakeForThePrototypeAsData) {
@@ -136,7 +135,7 @@ TEST_F(VMRWebViewRuntimeTest, HandsPageMessagesToTheObserversInTheBackground) {
   const auto messages = seen_->messages();
   ASSERT_EQ(messages.size(), 2u);
   EXPECT_EQ((messages[0] == nullptr) + (messages[1] == nullptr), 1)
-      << "what is no message is dispatched all the same";
+      << "text that is not a message is dispatched as well";
   EXPECT_FALSE(seen_->wasOnMainThread());
 }
 
@@ -178,7 +177,7 @@ TEST_F(VMRWebViewRuntimeTest, NeedsHalfOfItsAreaInsideEverySuperview) {
   const auto inner = addTo(outer, {0, 0, 300, 300});
   EXPECT_TRUE(isVisibleAt(inner, {0, 0, 100, 100}));
   EXPECT_FALSE(isVisibleAt(inner, {-40, 0, 100, 100}));
-  // An ancestor beyond a generous superview cuts, too.
+  // An ancestor of a large superview clips, too.
   const auto strip = addTo(window(), {0, 0, 300, 49});
   EXPECT_FALSE(isVisibleAt(addTo(strip, {0, 0, 300, 300}), {0, 0, 100, 100}));
 }
@@ -267,7 +266,7 @@ TEST_F(VMRWebViewRuntimeTest, ClosesInSevenStepsAndKeepsTheLogHandler) {
   EXPECT_EQ(late->error()->failureReason, "Timeout was reached") << "a closed page does not answer";
 }
 
-TEST_F(VMRWebViewRuntimeTest, GoesWhileItsPageGoesOn) {
+TEST_F(VMRWebViewRuntimeTest, IsDestroyedWhileItsPageKeepsPosting) {
   const std::weak_ptr<VMRWebViewRuntime> weak = runtime_;
   runtime_ = nullptr;
   EXPECT_TRUE(weak.expired());
@@ -280,7 +279,7 @@ TEST_F(VMRWebViewRuntimeTest, GoesWhileItsPageGoesOn) {
   EXPECT_EQ(platform().fakeDispatch().pendingTimers(), 0u) << "the visibility poll has ended";
 }
 
-TEST_F(VMRWebViewRuntimeTest, MayEndOnAnyThread) {
+TEST_F(VMRWebViewRuntimeTest, MayBeDestroyedOnAnyThread) {
   window()->addSubview(view_);
   view_ = nullptr;
   dispatch().detachNewThread([runtime = std::move(runtime_)]() mutable { runtime = nullptr; });

@@ -105,7 +105,7 @@ TEST_F(VemoraAdPlayerTest, LoadsNothingWithoutADelegate) {
   player_->setDelegate({});
   page_->view()->finishNavigation();
   settle();
-  // The load thread may have asked before the delegate left: its answer is reported to no one.
+  // The load thread may have asked before the delegate left: its result is not reported.
   EXPECT_EQ(delegate_->take(), Callbacks{});
   const auto orphan = VemoraInlineAdPlayer::initInView(nullptr);
   orphan->load();
@@ -159,7 +159,7 @@ TEST_F(VemoraAdPlayerTest, HoldsTheTrackerThatTheConfigurationAsksFor) {
 
 // Commands.
 
-TEST_F(VemoraAdPlayerTest, SendsEachCommandFromAThreadOfItsOwn) {
+TEST_F(VemoraAdPlayerTest, SendsEachCommandFromASeparateThread) {
   loadQuietly();
   for (const auto& [command, sent] : std::vector<std::pair<void (VemoraAdPlayerBase::*)(), std::string>>{
            {&VemoraAdPlayerBase::play, "control.play"},
@@ -281,7 +281,7 @@ TEST_F(VemoraAdPlayerTest, EndsWithAnErrorBeforeTheDelegateIsCalled) {
   }
 }
 
-TEST_F(VemoraAdPlayerTest, LeavesOtherMessagesToOthers) {
+TEST_F(VemoraAdPlayerTest, LeavesUnknownMessagesToOtherObservers) {
   loadQuietly();
   EXPECT_FALSE(inner(*player_).onMessage(nullptr));
   EXPECT_FALSE(inner(*player_).onMessage(VMRRpc::initWithMethod("Ping", nullptr)));
@@ -346,7 +346,7 @@ TEST_F(VemoraAdPlayerTest, OpensNothingForBadWindowMessages) {
   EXPECT_EQ(depth(), 0);
 }
 
-TEST_F(VemoraAdPlayerTest, FiresEachBeaconInASessionOfItsOwn) {
+TEST_F(VemoraAdPlayerTest, FiresEachBeaconInASeparateSession) {
   loadQuietly();
   post(R"({"method":"window","params":{"event":"beacon","url":"https://example.com/b?n=1"}})");
   post(R"({"method":"window","params":{"event":"beacon","url":"https://example.com/b?n=1"}})");
@@ -369,7 +369,7 @@ TEST_F(VemoraAdPlayerTest, FiresEachBeaconInASessionOfItsOwn) {
 
 // Heartbeat.
 
-TEST_F(VemoraAdPlayerTest, APageThatPingsLivesAndOneThatStopsEnds) {
+TEST_F(VemoraAdPlayerTest, PingsKeepTheSessionAliveAndSilenceEndsIt) {
   loadQuietly();
   for (int i = 0; i < 10; ++i) {
     advance(4);
@@ -402,7 +402,7 @@ TEST_F(VemoraAdPlayerTest, ACheckThatWasForgottenCannotBeCancelled) {
   EXPECT_EQ(delegate_->take(), Callbacks{});
   pingFor(1);
   EXPECT_EQ(delegate_->take(), Callbacks{"adError - 5005"})
-      << "five seconds after the load, whatever came in between";
+      << "five seconds after the load, regardless of what came in between";
 }
 
 TEST_F(VemoraAdPlayerTest, APingCanEndTheSession) {
@@ -633,7 +633,7 @@ TEST_F(VemoraAdPlayerTest, SurvivesEverythingAtOnce) {
   EXPECT_FALSE(application().lastWebView());
 }
 
-TEST_F(VemoraAdPlayerTest, EventsInTheirHundredsReachTheDelegateAllTheSame) {
+TEST_F(VemoraAdPlayerTest, HundredsOfEventsReachTheDelegate) {
   loadQuietly();
   for (int i = 0; i < 300; ++i) {
     page_->event("AdTimeChange", "a", std::to_string(i));

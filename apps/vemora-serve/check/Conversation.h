@@ -16,7 +16,7 @@ class Conversation;
 
 /// One thing to do in a session, and what to wait for afterwards.
 struct Step {
-  std::string phase;                                ///< See Phase; empty goes on with the one before.
+  std::string phase;                                ///< See Phase; empty: the previous one.
   std::function<void(Conversation&)> act;           ///< May be empty.
   std::function<bool(const Transcript&)> done;      ///< Empty: nothing but time.
   std::function<double(const Transcript&)> atMost;  ///< Seconds to wait; asked after the act.

@@ -13,7 +13,7 @@ namespace {
 
 /// Without any size a page would wait for a frame that is never drawn.
 constexpr int kParked = 1;
-/// The word that a certificate is trusted goes to another process, and a load on its heels may overtake it.
+/// The certificate exception is sent to another process, and a load that follows at once may overtake it.
 constexpr int kMostRetries = 20;
 constexpr double kRetryDelay = 0.05;
 constexpr unsigned kFirstErrorStatus = 400;
@@ -152,7 +152,7 @@ void PageView::finishLoading() {
   const unsigned status = response ? webkit_uri_response_get_status_code(response) : 0;
   if (status != 0 && status < kFirstErrorStatus) return listener_.loaded();
   isOver_ = true;
-  // An address that WebKit does not even ask for is reported as finished, and nothing else is said of it.
+  // An address that WebKit does not request is reported as finished, without an error.
   listener_.loadFailed(status == 0 ? "the web view refuses this address"
                                    : "the server answered with the status " + std::to_string(status));
 }

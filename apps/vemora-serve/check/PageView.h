@@ -14,8 +14,9 @@
 
 namespace vemora::check {
 
-/// A web view with one controller page, set up as a host sets it up: media play in line and unasked, and the
-/// page reaches the message handlers "Vemora" and "VemoraLog". Nothing is kept between two of them.
+/// A web view with one controller page, set up as a host sets it up: media play inline and without a user
+/// gesture, and the page reaches the message handlers "Vemora" and "VemoraLog". Nothing is kept between two
+/// of them.
 ///
 /// Threads: the main thread. Lifetime: nothing is reported after the destructor; the widget has to be out of
 /// its container by then.

@@ -7,7 +7,7 @@
 
 namespace vemora::check {
 
-/// Calls once, after a time, in the default main context; not at all once it is gone or started anew.
+/// Calls once, after a time, in the default main context; not at all once it is destroyed or restarted.
 class Timer {
  public:
   Timer() = default;
@@ -28,7 +28,7 @@ class Timer {
   static gboolean fire(gpointer data) {
     auto* const self = static_cast<Timer*>(data);
     self->source_ = 0;
-    // The call may start this anew, or end it.
+    // The callback may restart or destroy this.
     const std::function<void()> call = std::move(self->call_);
     call();
     return G_SOURCE_REMOVE;

@@ -209,7 +209,7 @@ ScheduledDispatch::Thread& ScheduledDispatch::nextThread(const char* place) {
   Thread& main = *threads_[0];
   if (mainIsInLoop_ && !main.blockedOn) return main;
   while (ready_.empty()) {
-    // The main thread sits in a wait or on a mutex, and no other thread can go on.
+    // The main thread waits or blocks on a mutex, and no other thread can run.
     if (!moveClock(std::numeric_limits<double>::max())) reportDeadlock();
   }
   const auto chosen = ready_.begin() + static_cast<std::ptrdiff_t>(choose(ready_.size()));
@@ -275,7 +275,7 @@ void ScheduledDispatch::advance(double seconds) {
   now_ = limit;
 }
 
-/// To the next moment at which something comes due; false when there is none up to the limit.
+/// Advances to the next moment at which something is due; false when there is none up to the limit.
 bool ScheduledDispatch::moveClock(double limit) {
   double next = std::numeric_limits<double>::max();
   if (!timers_.empty()) next = timers_.begin()->first;

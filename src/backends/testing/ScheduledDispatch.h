@@ -13,13 +13,13 @@
 
 namespace vemora::testing {
 
-/// A dispatch port that runs every thread of a session one at a time and chooses which one goes on.
+/// A dispatch port that runs every thread of a session one at a time and chooses which one continues.
 ///
 /// Real threads execute the work, but only the one that holds the turn runs. The turn can change at every
 /// scheduling point: each operation of this port, each lock of a mutex and each wait. (A program that links
 /// `vemora-scheduling` has its mutexes, condition variables and static initialisers report to the scheduler.)
 /// The choice comes from a seeded generator, so that a schedule is repeated exactly by its seed. Without a
-/// seed, the turn changes only when a thread ends or blocks, and goes round in order.
+/// seed, the turn changes only when a thread ends or blocks, in round-robin order.
 ///
 ///     scheduler.restart({.seed = 7, .preemption = 0.1});
 ///     player->load();

@@ -9,7 +9,7 @@
 
 namespace vemora::testing {
 
-/// No classes at first. `installMoat` brings a viewability library whose four classes write down every
+/// No classes at first. `installMoat` adds a viewability library whose four classes record every
 /// message that they and their objects are sent, one line each, such as
 ///
 ///     VEMORAMoatReactiveVideoTracker dispatchEvent: event(1, 0)
@@ -24,7 +24,7 @@ class FakeClassRegistry final : public ClassRegistry {
   /// What the library's trackers answer when they are asked to track a view; true at first.
   void setAcceptsViews(bool accepts) { acceptsViews_ = accepts; }
 
-  /// The lines since the last call, save those about the start of the library.
+  /// The lines since the last call, except those about the start of the library.
   std::vector<std::string> takeLines();
   /// The lines about the start of the library since the process began: it starts once in a process.
   static std::vector<std::string> startLines();

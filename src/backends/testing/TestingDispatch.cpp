@@ -136,7 +136,7 @@ void TestingDispatch::awaitBackground() {
   native.release();
 }
 
-/// Lets every waiting thread look at its condition once more, and says how much has happened up to then.
+/// Makes every waiting thread test its condition once more, and returns the number of changes up to then.
 std::uint64_t TestingDispatch::awaitRound() {
   MutexLock lock(mutex_);
   const std::uint64_t round = ++round_;
@@ -182,7 +182,7 @@ std::optional<TestingDispatch::Timer> TestingDispatch::takeDueTimer() {
   return timer;
 }
 
-/// Lets go of cancelled blocks that are due, all of them on one background thread: there may be thousands.
+/// Releases cancelled blocks that are due, all of them on one background thread: there may be thousands.
 bool TestingDispatch::dropDueCancelled() {
   std::vector<std::shared_ptr<DispatchBlock>> dropped;
   {
@@ -225,7 +225,7 @@ std::size_t TestingDispatch::pendingTimers() const {
   return timers_.size();
 }
 
-/// What is dropped may queue more as it goes, so this goes on until there is nothing left.
+/// Destroying a block may queue further blocks, so this repeats until the queues are empty.
 void TestingDispatch::dropEverything() {
   for (;;) {
     std::deque<Work> main;

@@ -19,14 +19,14 @@ class FakeDispatch : public Dispatch {
   virtual void reset() = 0;
 };
 
-/// A dispatch port whose clock and main queue stand still until the test moves them.
+/// A dispatch port whose clock and main queue stop until the test advances them.
 ///
 /// The thread that makes it is the main thread. Main-queue blocks run when the test calls `runMain` or
 /// `settle`; delayed ones, and waits with a deadline, come due when it calls `advance`. Background blocks run
 /// at once on real threads.
 ///
-/// `settle` is the workhorse: it runs main-queue blocks until there are none and every background thread has
-/// ended or sits in a wait, so that what a test looks at next does not depend on timing. `advance` settles
+/// `settle` runs main-queue blocks until there are none and every background thread has ended or is waiting,
+/// so that what a test checks next does not depend on timing. `advance` settles
 /// before and after each step of the clock, and stops at every moment at which something comes due, in order.
 class TestingDispatch final : public FakeDispatch {
  public:
@@ -56,7 +56,7 @@ class TestingDispatch final : public FakeDispatch {
     bool onMain;
     std::shared_ptr<DispatchBlock> block;
   };
-  /// The last wait of a background thread. The thread looks at its condition anew every millisecond or so.
+  /// The last wait of a background thread. The thread tests its condition again about every millisecond.
   struct Wait {
     const std::condition_variable* condition = nullptr;
     double deadline = 0;
@@ -82,7 +82,7 @@ class TestingDispatch final : public FakeDispatch {
   bool stopping_ VMR_GUARDED_BY(mutex_) = false;
   std::uint64_t round_ VMR_GUARDED_BY(mutex_) = 0;
   std::uint64_t activity_ VMR_GUARDED_BY(mutex_) =
-      0;  ///< Counts whatever may have made a waiter's condition true.
+      0;  ///< Counts changes that may have made a waiter's condition true.
   std::deque<Work> main_ VMR_GUARDED_BY(mutex_);
   std::multimap<double, Timer> timers_ VMR_GUARDED_BY(mutex_);
   std::map<std::thread::id, std::thread> threads_ VMR_GUARDED_BY(mutex_);

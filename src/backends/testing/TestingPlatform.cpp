@@ -17,7 +17,7 @@ TestingPlatform& TestingPlatform::current() {
 void TestingPlatform::reset() {
   inUse_->reset();
   application_ = nullptr;
-  inUse_->reset();  // What the windows held may have queued work as it went.
+  inUse_->reset();  // Destroying the windows may have queued work.
   fakes_ = std::make_unique<Fakes>();
   application_ = std::make_unique<FakeApplication>();
 }

@@ -10,8 +10,8 @@
 
 namespace vemora::testing {
 
-/// The platform of the tests: every port is a fake that the test scripts and looks into, and time stands
-/// still until the test moves it.
+/// The platform of the tests: every port is a fake that the test scripts and inspects, and time stops
+/// until the test advances it.
 ///
 ///     TestingPlatform& platform = TestingPlatform::current();
 ///     platform.reset();                          // fresh fakes, time 0, no threads
@@ -26,7 +26,7 @@ class TestingPlatform final : public Platform {
   /// Ends all threads and drops all queued work, then replaces every fake. Main thread.
   void reset();
 
-  /// Replaces the dispatch port, also for `reset`; null brings `fakeDispatch` back. Between two tests only.
+  /// Replaces the dispatch port, also for `reset`; null restores `fakeDispatch`. Between two tests only.
   void useDispatch(FakeDispatch* other) { inUse_ = other ? other : &dispatch_; }
 
   Dispatch& dispatch() override { return *inUse_; }

@@ -26,8 +26,8 @@ struct LogLine {
 /// Real digests, UUIDs and addresses; a log that is kept; random numbers that the test chooses; beacons that
 /// never leave.
 ///
-/// A download goes: recorded by the session's `downloadTaskWithRequest`, then answered by `completeDownload`
-/// on a thread of its own, once.
+/// A download is recorded by the session's `downloadTaskWithRequest`, then answered once by
+/// `completeDownload` on a separate thread.
 class FakeSystem final : public System {
  public:
   struct Download {
@@ -124,7 +124,7 @@ class FakeDevice final : public Device {
   std::optional<int> networkType;
 };
 
-/// No permission at first. With one, a manager goes: created, started, then told of each `report` until it is
+/// No permission at first. With one, a manager that was started is notified of each `report` until it is
 /// destroyed.
 class FakeLocationServices final : public LocationServices {
  public:
@@ -134,7 +134,7 @@ class FakeLocationServices final : public LocationServices {
 
   void allow(LocationAuthorizationStatus status);
   void setEnabled(bool enabled);
-  /// Tells the delegates of all managers that have been started.
+  /// Notifies the delegates of all managers that have been started.
   void report(const std::vector<Location>& locations);
   std::size_t managerCount() const;
 
@@ -147,8 +147,8 @@ class FakeLocationServices final : public LocationServices {
   std::map<const Manager*, std::weak_ptr<LocationManagerDelegate>> managers_ VMR_GUARDED_BY(mutex_);
 };
 
-/// Handles that all show the same flags. `change` tells those that are scheduled; none of them is told once
-/// it was unscheduled or destroyed.
+/// Handles that all show the same flags. `change` notifies those that are scheduled, never one that was
+/// unscheduled or destroyed.
 class FakeNetworkReachability final : public NetworkReachabilityFactory {
  public:
   std::unique_ptr<NetworkReachability> createWithName(std::string_view hostName) override;
@@ -167,11 +167,11 @@ class FakeNetworkReachability final : public NetworkReachabilityFactory {
   std::vector<Handle*> handles_;
 };
 
-/// No route change before somebody has asked for the category.
+/// No route change before the category has been read.
 class FakeAudioSession final : public AudioSession {
  public:
   std::string category() override;
-  /// Posts the notification on a background thread. False when nobody has asked for the category yet.
+  /// Posts the notification on a background thread. False when the category has not been read yet.
   bool changeRoute(int reason);
 
  private:

@@ -11,7 +11,7 @@ namespace vemora::testing {
 
 namespace {
 
-std::size_t aliveViews = 0;  // The main thread's alone, as the views are.
+std::size_t aliveViews = 0;  // Main thread only, as the views are.
 
 double sane(double extent) {
   return std::isfinite(extent) && extent > 0 ? extent : 0;

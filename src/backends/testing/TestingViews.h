@@ -18,10 +18,10 @@ namespace vemora::testing {
 class FakeWindow;
 
 /// A view in a tree. Frames are what was set, or, once the view no longer translates its autoresizing mask,
-/// what `layoutIfNeeded` makes of the constraints between a view and its superview. Observers hear of
-/// "window" for every view of a subtree that enters or leaves a window, and of "hidden" from `setHidden`.
-/// Layout observers are called by `setFrame` and `layoutIfNeeded`, for the view that was given another frame
-/// and for its subviews.
+/// what `layoutIfNeeded` computes from the constraints between a view and its superview. Observers are
+/// notified of "window" for every view of a subtree that enters or leaves a window, and of "hidden" by
+/// `setHidden`. Layout observers are called by `setFrame` and `layoutIfNeeded`, for the view that was given
+/// another frame and for its subviews.
 class FakeView : public virtual View, public std::enable_shared_from_this<FakeView> {
  public:
   FakeView();
@@ -86,7 +86,7 @@ class FakeView : public virtual View, public std::enable_shared_from_this<FakeVi
   bool black_ = false;
   bool translates_ = true;
   std::size_t layoutRequests_ = 0;
-  FakeView* superview_ = nullptr;  ///< Holds this one, and clears the field when it goes.
+  FakeView* superview_ = nullptr;  ///< Holds this one, and clears the field when it is destroyed.
   std::vector<std::shared_ptr<FakeView>> subviews_;
   std::vector<std::shared_ptr<LayoutConstraint>> constraints_;
   std::vector<Observation> observers_;
@@ -107,7 +107,7 @@ class FakeWindow final : public FakeView, public Window {
   std::shared_ptr<ViewController> root_;
 };
 
-/// A controller. Its presentation goes: `presentViewController` puts the presented view into the presenter's
+/// A controller. To present one, `presentViewController` puts the presented view into the presenter's
 /// window at once; the completion follows on the main queue, or, with
 /// `FakeApplication::setHoldsPresentations`, when the test calls `finishPresentation`. Presenting over
 /// something presented, or from outside a window, does nothing. `userCloses` is the viewer closing it: it is
@@ -138,7 +138,7 @@ class FakeViewController : public virtual ViewController {
   const ViewControllerTraits traits_;
   const std::shared_ptr<FakeView> view_ = std::make_shared<FakeView>();
   std::shared_ptr<FakeViewController> presented_;
-  FakeViewController* presenter_ = nullptr;  ///< Holds this one, and clears the field when it lets go.
+  FakeViewController* presenter_ = nullptr;  ///< Holds this one, and clears the field when it releases it.
   std::function<void()> completion_;
   std::weak_ptr<PresentationControllerDelegate> delegate_;
 };
@@ -179,7 +179,7 @@ class FakeUserContentController final : public UserContentController {
 ///     any of these --terminateProcess--> without a process: every script fails from then on
 ///
 /// Scripts are recorded and answered on the main queue, without an error or with the one that `onEvaluate`
-/// returns. A view that goes first never answers.
+/// returns. A view that is destroyed first never answers.
 class FakeWebView final : public FakeView, public WebView {
  public:
   FakeWebView(const Rect& frame, WebViewConfiguration configuration);
@@ -200,7 +200,7 @@ class FakeWebView final : public FakeView, public WebView {
   void failNavigation(const VMRError& error);
   void terminateProcess();
   void requestWindow(const std::optional<std::string>& url);
-  /// True when the page was let go on before this returned.
+  /// True when the page was allowed to continue before this returned.
   bool alert(std::string_view text);
   /// What `webkit.messageHandlers[name].postMessage(body)` does; false when there is no such handler.
   bool post(std::string_view name, const JsonValue& body);

@@ -21,7 +21,7 @@ int reason(const AudioOutputs& before, const AudioOutputs& after) {
   return found ? *found : kNothing;
 }
 
-TEST(AudioOutputsTest, TellsWhyTheRouteChanged) {
+TEST(AudioOutputsTest, ReportsWhyTheRouteChanged) {
   const AudioOutputs onUsb{{kSpeakers, kUsb}, "usb"};
   const AudioOutputs onSpeakers{{kSpeakers, kUsb}, "speakers"};
   const AudioOutputs onlySpeakers{{kSpeakers}, "speakers"};
@@ -43,18 +43,18 @@ TEST(AudioOutputsTest, FollowsTheSocketsOfOneCard) {
   const AudioOutputs unplugged{{card("speaker", false)}, "card"};
   EXPECT_EQ(reason(plugged, unplugged), 2);
   EXPECT_EQ(reason(plugged, {{card("headphones", false)}, "card"}), 2) << "before the server has switched";
-  EXPECT_EQ(reason({{card("headphones", false)}, "card"}, unplugged), 8) << "and it is told once";
+  EXPECT_EQ(reason({{card("headphones", false)}, "card"}, unplugged), 8) << "and it is reported once";
   EXPECT_EQ(reason(unplugged, plugged), 1);
   EXPECT_EQ(reason(plugged, {{card("speaker", true)}, "card"}), 8);
 }
 
-TEST(AudioOutputsTest, TakesTheStandInForNoOutput) {
+TEST(AudioOutputsTest, CountsTheNullOutputAsNone) {
   const AudioOutputs nothing{{kDummy}, "auto_null"};
   EXPECT_EQ(reason({{kUsb}, "usb"}, nothing), 2);
   EXPECT_EQ(reason(nothing, {{kUsb}, "usb"}), 1);
   EXPECT_EQ(reason({{}, ""}, nothing), kNothing);
   EXPECT_EQ(reason({{kSpeakers, kUsb}, "gone"}, {{kSpeakers, kUsb}, "usb"}), kNothing)
-      << "the rest of a loss that was told already";
+      << "the rest of a loss that was already reported";
 }
 
 }  // namespace

@@ -83,7 +83,7 @@ class DynamicClassRegistryTest : public testing::Test {
   const std::unique_ptr<ClassRegistry> registry_ = makeClassRegistry();
 };
 
-TEST_F(DynamicClassRegistryTest, SendsALibraryEverythingItIsSent) {
+TEST_F(DynamicClassRegistryTest, ForwardsEveryMessageToTheLibrary) {
   recording<RecordingViewabilityLibraryClearFunction>(kRecordingViewabilityLibraryClear)();
   const auto options = registry_->classNamed("VEMORAMoatOptions");
   const auto analytics = registry_->classNamed("VEMORAMoatAnalytics");
@@ -125,7 +125,7 @@ TEST_F(DynamicClassRegistryTest, SendsALibraryEverythingItIsSent) {
             0);
 }
 
-TEST_F(DynamicClassRegistryTest, LetsGoOfObjectsOnTheMainThread) {
+TEST_F(DynamicClassRegistryTest, ReleasesObjectsOnTheMainThread) {
   const auto live =
       recording<RecordingViewabilityLibraryLiveInstancesFunction>(kRecordingViewabilityLibraryLiveInstances);
   auto made = registry_->classNamed("VEMORAMoatOptions")->create("init", {});
@@ -181,7 +181,7 @@ TEST_F(DynamicClassRegistryTest, RefusesRegistrationsThatCannotWork) {
   EXPECT_EQ(std::count(lines.begin(), lines.end(), '\n'), 3) << lines;
 }
 
-TEST_F(DynamicClassRegistryTest, CarriesEveryKindOfValueThereAndBack) {
+TEST_F(DynamicClassRegistryTest, ConvertsEveryKindOfValueBothWays) {
   void* library = dlopen(ODD_VIEWABILITY_LIBRARY, RTLD_NOW | RTLD_LOCAL);
   const auto* isa = static_cast<const VemoraExternalClass*>(dlsym(library, "OddEcho"));
   ASSERT_TRUE(VemoraRegisterExternalClass(isa));

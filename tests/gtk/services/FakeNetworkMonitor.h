@@ -6,7 +6,7 @@
 
 namespace vemora::gtk::test {
 
-/// A network monitor that says what it is told to.
+/// A network monitor whose state the test sets.
 GObjectPtr<GNetworkMonitor> makeFakeNetworkMonitor();
 /// Sets the connectivity and emits "network-changed".
 void changeNetwork(GNetworkMonitor* monitor, GNetworkConnectivity connectivity);

@@ -21,7 +21,7 @@ using Status = LocationAuthorizationStatus;
 
 constexpr char kApp[] = "com.example.App";
 
-/// Keeps what it is told, and on which thread.
+/// Records each callback and its thread.
 class Fixes final : public LocationManagerDelegate {
  public:
   void locationManagerDidUpdateLocations(const std::vector<Location>& locations) override {
@@ -57,7 +57,7 @@ class GeoClueLocationServicesTest : public testing::Test {
     bus_.start();
     geoclue_.emplace(bus_.address());
   }
-  /// The administrator's word about the application.
+  /// The administrator's setting for the application.
   void configure(const std::string& entry) { folder_.write("geoclue.conf", "[com.example.App]\n" + entry); }
 
   std::unique_ptr<LocationServices> makeServices() {
@@ -100,7 +100,7 @@ TEST_F(GeoClueLocationServicesTest, IsAbsentWithoutABusOrAService) {
   EXPECT_FALSE(services->locationServicesEnabled());
 }
 
-TEST_F(GeoClueLocationServicesTest, KnowsAServiceThatIsYetToBeStartedAndDoesNotStartItForAQuestion) {
+TEST_F(GeoClueLocationServicesTest, DetectsAnActivatableServiceWithoutStartingIt) {
   bus_.installService("org.freedesktop.GeoClue2", "/bin/sh -c 'touch " + bus_.path("started") + "; exit 1'");
   startBus();
   {
@@ -138,7 +138,7 @@ TEST_F(GeoClueLocationServicesTest, StartsNoClientWithoutAnApprovalOnRecord) {
   EXPECT_EQ(geoclue_->count("Start"), 0);
 }
 
-TEST_F(GeoClueLocationServicesTest, DeliversFixesOnTheMainThreadUntilTheManagerGoes) {
+TEST_F(GeoClueLocationServicesTest, DeliversFixesOnTheMainThreadUntilTheManagerIsDestroyed) {
   configure("allowed=true\n");
   startBus();
   geoclue_->appear();
@@ -160,7 +160,7 @@ TEST_F(GeoClueLocationServicesTest, DeliversFixesOnTheMainThreadUntilTheManagerG
   geoclue_->report(90.5, 7);
   geoclue_->report(INFINITY, 7);
   geoclue_->report(-33, 151);
-  EXPECT_TRUE(has({48.5, 0, -33})) << "what is nowhere on Earth is dropped";
+  EXPECT_TRUE(has({48.5, 0, -33})) << "coordinates that are not on Earth are dropped";
 
   const auto second = startedManager(*services);
   EXPECT_TRUE(has({48.5, 0, -33, -33})) << "a later manager hears what is known";
@@ -188,7 +188,7 @@ TEST_F(GeoClueLocationServicesTest, StopsTheClientWithTheLastManager) {
   EXPECT_TRUE(fixes_->latitudes().empty());
 }
 
-TEST_F(GeoClueLocationServicesTest, TakesARefusalAsAnAnswer) {
+TEST_F(GeoClueLocationServicesTest, TreatsARefusalAsDenied) {
   configure("allowed=true\n");
   startBus();
   geoclue_->appear();
@@ -201,7 +201,7 @@ TEST_F(GeoClueLocationServicesTest, TakesARefusalAsAnAnswer) {
   EXPECT_EQ(geoclue_->count("Start"), 1);
 }
 
-TEST_F(GeoClueLocationServicesTest, CarriesOnAfterTheServiceVanished) {
+TEST_F(GeoClueLocationServicesTest, ReconnectsAfterTheServiceVanished) {
   configure("allowed=true\n");
   startBus();
   geoclue_->appear();
@@ -237,7 +237,7 @@ TEST_F(GeoClueLocationServicesTest, FollowsTheUsersDecision) {
   EXPECT_TRUE(sees("Stop", 2));
 }
 
-TEST_F(GeoClueLocationServicesTest, IsRestrictedWhileThereIsNothingToLocateWith) {
+TEST_F(GeoClueLocationServicesTest, IsRestrictedWithoutALocationSource) {
   configure("allowed=true\n");
   startBus();
   geoclue_->setAvailableAccuracy(0);
@@ -248,7 +248,7 @@ TEST_F(GeoClueLocationServicesTest, IsRestrictedWhileThereIsNothingToLocateWith)
   EXPECT_TRUE(becomes(*services, Status::AuthorizedAlways));
 }
 
-TEST_F(GeoClueLocationServicesTest, CallsTheDelegateOfABackgroundManagerElsewhere) {
+TEST_F(GeoClueLocationServicesTest, CallsTheDelegateOfABackgroundManagerOffTheMainThread) {
   configure("allowed=true\n");
   startBus();
   geoclue_->appear();
@@ -261,7 +261,7 @@ TEST_F(GeoClueLocationServicesTest, CallsTheDelegateOfABackgroundManagerElsewher
   EXPECT_FALSE(fixes_->onMainThread());
 }
 
-TEST_F(GeoClueLocationServicesTest, LeavesNothingBehind) {
+TEST_F(GeoClueLocationServicesTest, ReleasesItsConnectionsAndThreads) {
   configure("allowed=true\n");
   startBus();
   geoclue_->appear();
@@ -286,9 +286,9 @@ TEST_F(GeoClueLocationServicesTest, LeavesNothingBehind) {
       << " threads";
 }
 
-TEST_F(GeoClueLocationServicesTest, NeverHoldsUpTheMainThread) {
+TEST_F(GeoClueLocationServicesTest, NeverBlocksTheMainThread) {
   configure("allowed=true\n");
-  // A bus that accepts and never says a word.
+  // A bus that accepts connections and never answers.
   const auto listener = GObjectPtr<GSocketListener>::adopt(g_socket_listener_new());
   const auto address =
       GObjectPtr<GSocketAddress>::adopt(g_unix_socket_address_new(folder_.path("mute").c_str()));
@@ -300,7 +300,7 @@ TEST_F(GeoClueLocationServicesTest, NeverHoldsUpTheMainThread) {
   EXPECT_FALSE(services->locationServicesEnabled());
   EXPECT_EQ(services->authorizationStatus(), Status::NotDetermined);
   const auto manager = startedManager(*services);
-  // Generous, for a busy machine; a wait for the bus would have no end.
+  // Generous, for a busy machine; a wait for the bus would never end.
   EXPECT_LT(std::chrono::steady_clock::now() - begun, std::chrono::milliseconds(200));
 }
 

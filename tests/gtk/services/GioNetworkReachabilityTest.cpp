@@ -30,7 +30,7 @@ class GioNetworkReachabilityTest : public testing::Test {
   std::atomic<int> calls_ = 0;
 };
 
-TEST_F(GioNetworkReachabilityTest, ResolvesNamesAndTellsWhenItHas) {
+TEST_F(GioNetworkReachabilityTest, ResolvesNamesAndNotifiesOnceResolved) {
   const auto handle = factory_->createWithName("localhost");
   ASSERT_TRUE(handle);
   ASSERT_TRUE(handle->setCallback([this] { ++calls_; }));
@@ -43,7 +43,7 @@ TEST_F(GioNetworkReachabilityTest, ResolvesNamesAndTellsWhenItHas) {
   EXPECT_TRUE(vemora::test::waitUntil([&] { return unknown->flags() == 0u; }));
 }
 
-TEST_F(GioNetworkReachabilityTest, TakesLiteralAddressesAtOnceAndRefusesWhatIsNone) {
+TEST_F(GioNetworkReachabilityTest, TakesLiteralAddressesAtOnceAndRejectsInvalidOnes) {
   EXPECT_EQ(factory_->createWithName("127.0.0.1")->flags(), kOwnMachine);
   const sockaddr_in address = loopback();
   EXPECT_EQ(factory_->createWithAddress(reinterpret_cast<const sockaddr&>(address))->flags(), kOwnMachine);
@@ -56,7 +56,7 @@ TEST_F(GioNetworkReachabilityTest, TakesLiteralAddressesAtOnceAndRefusesWhatIsNo
   EXPECT_FALSE(factory_->createWithAddress(local));
 }
 
-TEST_F(GioNetworkReachabilityTest, KeepsQuietWhenAChangeIsNoneForTheTarget) {
+TEST_F(GioNetworkReachabilityTest, DoesNotNotifyWhenTheTargetIsUnaffected) {
   const auto handle = factory_->createWithName("127.0.0.1");
   handle->setCallback([this] { ++calls_; });
   handle->scheduleWithRunLoop();
@@ -65,7 +65,7 @@ TEST_F(GioNetworkReachabilityTest, KeepsQuietWhenAChangeIsNoneForTheTarget) {
   EXPECT_EQ(calls_, 0);
 }
 
-TEST_F(GioNetworkReachabilityTest, MakesTheRealMonitorOnWhateverThread) {
+TEST_F(GioNetworkReachabilityTest, CreatesTheRealMonitorOnAnyThread) {
   std::unique_ptr<NetworkReachabilityFactory> factory;
   std::thread([&factory] {
     GMainContext* own = g_main_context_new();

@@ -1,6 +1,6 @@
 #include <Vemora/VemoraViewability.h>
 
-// One class, in a library that is only ever opened for its opener alone.
+// One class, in a library that is opened with RTLD_LOCAL only.
 
 namespace {
 

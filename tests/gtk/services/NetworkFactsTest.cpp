@@ -80,7 +80,7 @@ TEST(NetworkFactsTest, KnowTheKindOfAnInterface) {
   EXPECT_EQ(kindOf("gone0"), InterfaceKind::Wired);
 }
 
-TEST(NetworkFactsTest, FindTheWayToThisMachine) {
+TEST(NetworkFactsTest, FindTheRouteToThisMachine) {
   sockaddr_in address{};
   address.sin_family = AF_INET;
   address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);

@@ -14,8 +14,8 @@
 #include <cstdlib>
 #include <thread>
 
-// Reachability in a network of the test's own, whose interfaces and routes it makes and takes away. Needs the
-// right to make one; the mapping from facts to flags is tested without it elsewhere.
+// Reachability in a separate network namespace, whose interfaces and routes the test adds and removes. Needs
+// the right to create one; the mapping from facts to flags is tested without it elsewhere.
 
 namespace vemora::gtk {
 
@@ -122,7 +122,7 @@ TEST_F(NetworkNamespaceTest, KnowsModemsAndTheirPortals) {
   test::changeNetwork(monitor.get(), G_NETWORK_CONNECTIVITY_FULL);
   internet->unscheduleFromRunLoop();
   vemora::test::runPending();
-  EXPECT_EQ(calls_, 1) << "a report that was under way when the handle was unscheduled";
+  EXPECT_EQ(calls_, 1) << "a report that was in flight when the handle was unscheduled";
 }
 
 TEST_F(NetworkNamespaceTest, CallsBackOnTheRunLoopThatItWasScheduledWith) {
@@ -143,7 +143,7 @@ TEST_F(NetworkNamespaceTest, CallsBackOnTheRunLoopThatItWasScheduledWith) {
   });
   ASSERT_TRUE(vemora::test::waitUntil([&] { return scheduled.load(); }));
 
-  internet->unscheduleFromRunLoop();  // Of another run loop: nothing to undo.
+  internet->unscheduleFromRunLoop();  // A handle of another run loop: no-op.
   ASSERT_TRUE(ip("route add default via 198.51.100.1"));
   test::changeNetwork(monitor.get(), G_NETWORK_CONNECTIVITY_FULL);
   EXPECT_TRUE(vemora::test::waitUntil([this] { return calls_ == 1; }));

@@ -1,6 +1,6 @@
 #include <Vemora/VemoraViewability.h>
 
-// Symbols that are no usable classes, each in a way of its own, and one that is.
+// Symbols that are not usable classes, each for a different reason, and one that is.
 
 namespace {
 

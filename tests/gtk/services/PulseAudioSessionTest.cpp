@@ -52,7 +52,7 @@ class RouteChanges {
       [this](const Notification& notification) { note(notification); });
 };
 
-/// A real server with null sinks, in a folder of its own.
+/// A real server with null sinks, in a separate folder.
 class PulseAudioSessionTest : public testing::Test {
  protected:
   void startServer() {
@@ -69,7 +69,7 @@ class PulseAudioSessionTest : public testing::Test {
     words.insert(words.begin(), {"pactl", "--server", address()});
     return ChildProcess(words, environment()).wait() == 0;
   }
-  /// The first line that pactl has to say.
+  /// The first line of pactl's output.
   std::string answer(const std::string& question) {
     const std::string command = "pactl --server " + address() + " " + question;
     return ChildProcess({"sh", "-c", command}, environment()).line().value_or("");
@@ -94,7 +94,7 @@ class PulseAudioSessionTest : public testing::Test {
     EXPECT_EQ(session->category(), "AVAudioSessionCategorySoloAmbient");
     return session;
   }
-  /// Adds outputs until one is told of: from then on the session knows what there is, and misses nothing.
+  /// Adds outputs until one is reported: from then on the session has its baseline and misses no change.
   bool becomesAttentive() {
     vemora::test::waitUntil([this] { return !answer("list short clients | grep gtk-services").empty(); });
     for (int probe = 0; changes_.reasons().empty() && probe < 5; ++probe) {
@@ -123,7 +123,7 @@ class PulseAudioSessionTest : public testing::Test {
   std::optional<ChildProcess> server_;
 };
 
-TEST_F(PulseAudioSessionTest, TellsOnceOfEachChangeOfTheRoute) {
+TEST_F(PulseAudioSessionTest, ReportsEachChangeOfTheRouteOnce) {
   startServer();
   plug("speakers");
   plug("headphones");
@@ -157,7 +157,7 @@ TEST_F(PulseAudioSessionTest, WaitsQuietlyForAServer) {
   EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
 }
 
-TEST_F(PulseAudioSessionTest, StartsNothingBeforeItIsAskedAndLeavesNothing) {
+TEST_F(PulseAudioSessionTest, StartsOnFirstUseAndStopsWhenReleased) {
   startServer();
   plug("speakers");
   connectedSession();

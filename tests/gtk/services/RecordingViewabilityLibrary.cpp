@@ -6,8 +6,8 @@
 #include <string>
 #include <string_view>
 
-// A viewability library that measures nothing and remembers everything. Opened with dlopen; it links nothing
-// of Vemora's.
+// A viewability library that measures nothing and records every call. Opened with dlopen; it does not link
+// Vemora.
 
 namespace {
 

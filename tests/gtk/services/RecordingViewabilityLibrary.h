@@ -1,6 +1,7 @@
 #pragma once
 
-/// What RecordingViewabilityLibrary exports beside its four classes; look them up with dlsym. Main thread.
+/// What RecordingViewabilityLibrary exports in addition to its four classes; look them up with dlsym. Main
+/// thread.
 extern "C" {
 
 /// What the classes were sent since the last clear, one JSON object per line:
@@ -23,7 +24,7 @@ typedef void RecordingViewabilityLibrarySetAcceptsAdsFunction(bool accepts);
 inline constexpr char kRecordingViewabilityLibrarySetAcceptsAds[] =
     "RecordingViewabilityLibrarySetAcceptsAds";
 
-/// Instances that somebody still holds.
+/// Instances that have not been released.
 typedef int RecordingViewabilityLibraryLiveInstancesFunction(void);
 inline constexpr char kRecordingViewabilityLibraryLiveInstances[] =
     "RecordingViewabilityLibraryLiveInstances";

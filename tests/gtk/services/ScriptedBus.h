@@ -10,7 +10,7 @@ namespace vemora::gtk::test {
 
 using vemora::test::ChildProcess;
 
-/// A private message bus that stands for both the system's and the session's. Services can be made
+/// A private message bus that replaces both the system bus and the session bus. Services can be made
 /// activatable with `installService` before the bus starts.
 class ScriptedBus {
  public:

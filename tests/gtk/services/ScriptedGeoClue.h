@@ -12,10 +12,10 @@
 
 namespace vemora::gtk::test {
 
-/// A location service and a permission store that do as they are told, on a thread of their own.
+/// A location service and a permission store that the test scripts, on a separate thread.
 ///
-/// The service is not on the bus until `appear`. It takes one client, writes down every call, and reports a
-/// fix only when told to. Every operation has had its effect on the bus when it returns.
+/// The service is not on the bus until `appear`. It takes one client, records every call, and reports a
+/// fix only when the test requests it. Every operation has had its effect on the bus when it returns.
 class ScriptedGeoClue {
  public:
   explicit ScriptedGeoClue(const std::string& busAddress);
@@ -28,14 +28,14 @@ class ScriptedGeoClue {
   void setAvailableAccuracy(guint32 level);
   void report(double latitude, double longitude);
 
-  /// The permission store, on the bus until the end. An empty accuracy takes the entry away.
+  /// The permission store, on the bus until the end. An empty accuracy removes the entry.
   void serveStore(const std::string& desktopId, const std::string& accuracy);
   void changePermission(const std::string& desktopId, const std::string& accuracy);
 
   /// "GetClient", "DesktopId=...", "RequestedAccuracyLevel=...", "Start", "Stop", "DeleteClient" and so on.
   std::vector<std::string> calls();
   int count(const std::string& call);
-  /// Connections of whomever to the bus.
+  /// All connections to the bus.
   std::size_t peers();
 
  private:

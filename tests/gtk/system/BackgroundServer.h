@@ -13,7 +13,7 @@
 
 namespace vemora::test {
 
-/// A web server on a loopback port and a thread of its own, for tests that block their main thread.
+/// A web server on a loopback port and a separate thread, for tests that block their main thread.
 class BackgroundServer {
  public:
   struct Request {

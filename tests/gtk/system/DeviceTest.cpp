@@ -20,7 +20,7 @@ class MachineInfoTest : public testing::Test {
   const MachineInfo machine_{root_.path()};
 };
 
-TEST_F(MachineInfoTest, TakesTheModelFromWhoeverKnowsIt) {
+TEST_F(MachineInfoTest, TakesTheModelFromTheFirstSourceThatHasIt) {
   EXPECT_EQ(machine_.model(), "Linux");
   root_.write("/proc/device-tree/model", std::string("Small Board 4\0", 14));
   EXPECT_EQ(machine_.model(), "Small Board 4");
@@ -42,7 +42,7 @@ TEST_F(MachineInfoTest, ReadsTheSystemsNameAndVersion) {
   EXPECT_EQ(machine_.systemVersion(), "12");
 }
 
-TEST_F(MachineInfoTest, TellsPhonesAndTabletsByTheirCase) {
+TEST_F(MachineInfoTest, DetectsPhonesAndTabletsByTheirChassis) {
   EXPECT_EQ(machine_.userInterfaceIdiom(), UserInterfaceIdiom::Unspecified);
   root_.write("/proc/device-tree/chassis-type", std::string("handset\0", 8));
   EXPECT_EQ(machine_.userInterfaceIdiom(), UserInterfaceIdiom::Phone);
@@ -62,7 +62,7 @@ TEST_F(MachineInfoTest, DerivesTheVendorsIdentifier) {
   EXPECT_NE(machine_.identifierForVendor("com.example"), machine_.identifierForVendor("com.example2"));
 }
 
-TEST(VendorTest, IsWhatAVendorsApplicationsShare) {
+TEST(VendorTest, IsTheSharedPrefixOfAVendorsApplications) {
   EXPECT_EQ(vendorOfApplication("com.example.Player"), "com.example");
   EXPECT_EQ(vendorOfApplication("com.example.games.Player"), "com.example");
   EXPECT_EQ(vendorOfApplication("COM.Example.Other"), "com.example");

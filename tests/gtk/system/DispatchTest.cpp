@@ -66,7 +66,7 @@ TEST(MainQueueTest, KeepsTheOrderOfAllThreads) {
       for (std::size_t block = 0; block < kBlocks; ++block) post();
     });
   }
-  // While some run already, and with the main thread among the givers.
+  // While some already run, and with the main thread among those that queue.
   for (std::size_t block = 0; block < kBlocks; ++block) {
     post();
     g_main_context_iteration(nullptr, FALSE);
@@ -76,7 +76,7 @@ TEST(MainQueueTest, KeepsTheOrderOfAllThreads) {
   EXPECT_TRUE(std::is_sorted(order.begin(), order.end()));
 }
 
-TEST(MainQueueTest, QueuesWhatTheMainThreadGives) {
+TEST(MainQueueTest, QueuesBlocksOfTheMainThread) {
   std::string order;
   GtkDispatch dispatch;
   dispatch.mainAsync([&] {
@@ -114,7 +114,7 @@ TEST(MainQueueTest, WakesASleepingLoop) {
   giver.join();
 }
 
-TEST(MainQueueTest, LetsSourcesOfLowerPriorityRun) {
+TEST(MainQueueTest, DoesNotStarveSourcesOfLowerPriority) {
   bool idleRan = false;
   GtkDispatch dispatch;
   std::function<void()> chain = [&] {
@@ -144,7 +144,7 @@ TEST(DispatchTest, KnowsTheMainThread) {
   EXPECT_EQ(answer, 0);
 }
 
-TEST(DispatchTest, BlockedWorkKeepsNothingFromStarting) {
+TEST(DispatchTest, BlockedWorkDoesNotDelayOtherWork) {
   constexpr int kBlocked = 64;
   std::mutex mutex;
   std::condition_variable condition;
@@ -206,7 +206,7 @@ TEST(DispatchTest, WaitsUntilItsDeadline) {
   EXPECT_TRUE(done);
 }
 
-TEST(TimerTest, HandsBlocksOnInTheOrderOfTheirTimes) {
+TEST(TimerTest, QueuesBlocksInTheOrderOfTheirTimes) {
   std::mutex mutex;
   std::string order;
   std::atomic<bool> isHeldUp{false};
@@ -258,7 +258,7 @@ TEST(TimerTest, IsNotEarlyAndWakesForAnEarlierTime) {
   EXPECT_LT(ranAt, begin + 10);
 }
 
-TEST(TimerTest, KeepsACancelledBlockUntilItsTimeAndNotMuchLonger) {
+TEST(TimerTest, ReleasesACancelledBlockShortlyAfterItsTime) {
   std::atomic<int> destroyed{0};
   std::atomic<bool> ran{false};
   GtkDispatch dispatch;
@@ -307,7 +307,7 @@ TEST(WorkerPoolTest, IdleWorkersExit) {
   }
 }
 
-TEST(WorkerPoolTest, TakesAnIdleWorkerBeforeANewThread) {
+TEST(WorkerPoolTest, PrefersAnIdleWorkerToANewThread) {
   std::atomic<int> done{0};
   WorkerPool pool;
   const auto giveAndAwait = [&] {

@@ -19,14 +19,14 @@ namespace {
 /// Older than the dispatch, so destroyed after its stop.
 struct StaticObject {
   std::atomic<bool> isDestroyed{false};
-  std::atomic<int> waits{0};  ///< Under way.
+  std::atomic<int> waits{0};  ///< In progress.
   std::atomic<std::chrono::steady_clock::time_point> exitLimit{std::chrono::steady_clock::time_point::max()};
   ~StaticObject() {
     isDestroyed = true;
     if (waits != 0) std::abort();
-    // Only work that does not end may hold it up.
+    // Only work that does not end may delay it.
     if (std::chrono::steady_clock::now() > exitLimit.load()) std::abort();
-    // Time for whatever still runs to be noticed.
+    // Leaves time to detect work that still runs.
     std::this_thread::sleep_for(std::chrono::milliseconds(30));
   }
   void use() {

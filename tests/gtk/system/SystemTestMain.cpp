@@ -8,7 +8,7 @@
 
 namespace {
 
-/// Folders of its own, one language, no proxy, and no warning of GLib's about our calls overlooked.
+/// Separate folders, a fixed language, no proxy; a GLib warning about our calls is a failure.
 void pinEnvironment(const std::string& home) {
   for (const char* variable : {"LC_ALL", "LC_MESSAGES", "LANGUAGE"}) g_unsetenv(variable);
   for (const char* variable : {"HOME", "XDG_CONFIG_HOME", "XDG_CACHE_HOME", "XDG_DATA_HOME"}) {

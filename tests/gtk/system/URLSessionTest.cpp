@@ -243,7 +243,7 @@ TEST(URLSessionTest, LimitsTheDownloadsFromOneHostAndUsesOneThread) {
   EXPECT_EQ(threads.size(), 1u);
 }
 
-TEST(URLSessionTest, ASilentServerDoesNotHoldUpOtherHosts) {
+TEST(URLSessionTest, ASilentServerDoesNotDelayOtherHosts) {
   BackgroundServer silent;
   silent.on("/", [&](SoupServerMessage* message) { silent.pause(message); });
   BackgroundServer other;
@@ -301,7 +301,7 @@ TEST(URLSessionTest, KeepsNoCredentialsForLaterRequests) {
 
 class URLSessionEndTest : public testing::TestWithParam<const char*> {};
 
-TEST_P(URLSessionEndTest, LetsTheProcessEndPromptly) {
+TEST_P(URLSessionEndTest, DoesNotDelayTheEndOfTheProcess) {
   BackgroundServer server;
   server.on("/", [&](SoupServerMessage* message) { server.pause(message); });
   std::string program = "/proc/self/exe", option = "--end-process", way = GetParam(), url = server.url("/");

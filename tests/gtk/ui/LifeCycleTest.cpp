@@ -26,7 +26,7 @@ class LifeCycleTest : public testing::Test {
           name, [this](const Notification& notification) { heard_.push_back(notification.name); }));
     }
     ASSERT_TRUE(waitUntil([this] { return gtk_window_is_active(host_.window()); }));
-    // What an earlier test left pending is over.
+    // Events left pending by an earlier test have been handled.
     runFor(gtk::HostWindows::kLeaveDelay * 1.5);
     heard_.clear();
   }

@@ -108,7 +108,7 @@ TEST_F(PlayerLifetimeTest, TwoPlayAtOnce) {
   second->shutdown();
 }
 
-TEST_F(PlayerLifetimeTest, ASecondLoadLetsGoOfTheFirst) {
+TEST_F(PlayerLifetimeTest, ASecondLoadReleasesTheFirst) {
   host_->startsAtOnce = false;
   auto player = inlinePlayer();
   player->load();
@@ -122,7 +122,7 @@ TEST_F(PlayerLifetimeTest, ASecondLoadLetsGoOfTheFirst) {
   EXPECT_TRUE(waitUntil([&] { return second.expired(); }));
 }
 
-TEST_F(PlayerLifetimeTest, MayBeLetGoOfAtAnyTimeWithoutALeak) {
+TEST_F(PlayerLifetimeTest, MayBeReleasedAtAnyTimeWithoutALeak) {
   const auto live = [this](bool interstitial, auto until) {
     std::shared_ptr<VemoraAdPlayerBase> player =
         interstitial ? VemoraInterstitialAdPlayer::initWithAdPlayerDelegate(host_) : inlinePlayer();

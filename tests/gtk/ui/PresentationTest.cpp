@@ -114,7 +114,7 @@ TEST_F(PresentationTest, FillsTheScreenAndCompletesOnceItIsThere) {
   root_->dismissViewController(true);
 }
 
-TEST_F(PresentationTest, PresentsNothingTwiceAndNothingFromNowhere) {
+TEST_F(PresentationTest, IgnoresASecondPresentationAndOneWithoutAWindow) {
   const auto first = newController();
   const auto second = newController();
   bool completed = false;
@@ -186,7 +186,7 @@ TEST_F(PresentationTest, IsDismissedWhenTheUserClosesItsWindow) {
   EXPECT_TRUE(present(root_, newController()));
 }
 
-TEST_F(PresentationTest, ClosesBrowsersUnderTheUsersHandOnce) {
+TEST_F(PresentationTest, NotifiesOnceWhenTheUserClosesABrowser) {
   const auto lower = newBrowser("http://127.0.0.1:1/");
   const auto upper = newBrowser("http://127.0.0.1:1/");
   ASSERT_TRUE(present(root_, lower));

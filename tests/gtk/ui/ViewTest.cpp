@@ -347,7 +347,7 @@ TEST(Layout, NotifiesOfEachNewFrameAndPlace) {
   EXPECT_EQ(counter->layouts, 0);
 }
 
-TEST(Layout, NeverAsksTheHostForRoom) {
+TEST(Layout, NeverAsksTheHostForSpace) {
   HostWindow host(600, 400);
   const int minimum = minimumWidth(host.window());
   const auto page = Page::create();

@@ -126,10 +126,10 @@ TEST_F(WebViewTest, SendsTheRequestsHeadersAndTakesErrorPagesForPages) {
   EXPECT_EQ(page->outcome(), "finished");
 }
 
-TEST_F(WebViewTest, TellsFailuresBeforeContentFromLaterOnes) {
+TEST_F(WebViewTest, DistinguishesFailuresBeforeContentFromLaterOnes) {
   const auto page = Page::create();
   application().keyWindow()->addSubview(page->view);
-  // A port that nobody listens on any more, and one that web pages may not use.
+  // A port without a listener, and one that web pages may not use.
   const std::string closed = LoopbackServer().url("/");
   for (const std::string& address : {closed, std::string("http://127.0.0.1:1/"), std::string(),
                                      std::string("no address"), std::string("vemora-unknown://host/"),
@@ -167,7 +167,7 @@ TEST_F(WebViewTest, FailsOnceForALoadThatIsReplacedOrStopped) {
   LoopbackServer server;
   const auto page = Page::create();
   application().keyWindow()->addSubview(page->view);
-  // The request may reach the server before the news that the load began reaches the view, and what has not
+  // The request may reach the server before the view is notified that the load began, and a load that has not
   // begun for the view cannot fail.
   int started = 0;
   g_signal_connect(webKitOf(page->view), "load-changed",
@@ -205,7 +205,7 @@ TEST_F(WebViewTest, TrustsACertificateForItsHostOnly) {
   page->load(server.url("/page"));
   EXPECT_EQ(page->outcome(), "provisional");
   gtk::allowTLSCertificateForHost(server.certificate(), "127.0.0.1");
-  // A process that has loaded before hears of it a little later.
+  // A process that has already loaded a page is notified a little later.
   EXPECT_TRUE(waitUntil([&] {
     page->load(server.url("/page"));
     return page->outcome() == "finished";
@@ -236,14 +236,14 @@ TEST_F(WebViewTest, HandsAlertsToTheDelegateAndAnswersQuestionsWithNo) {
   EXPECT_EQ(page->alerts[0], "first");
   std::exchange(page->alertCompletion, nullptr)();
   EXPECT_EQ(page->ask("done"), JsonValue(true));
-  // A completion that is dropped lets the page go on as well.
+  // A completion that is dropped also lets the page continue.
   page->view->evaluateJavaScript("alert('second')", {});
   ASSERT_TRUE(waitUntil([&] { return page->alerts.size() == 2; }));
   page->alertCompletion = nullptr;
   EXPECT_EQ(page->ask("[confirm('?'), prompt('?', 'x')]"), JsonValue::parse("[false,null]"));
 }
 
-TEST_F(WebViewTest, MayGoInsideItsOwnDelegateCall) {
+TEST_F(WebViewTest, MayBeDestroyedInsideItsOwnDelegateCall) {
   auto page = Page::create();
   application().keyWindow()->addSubview(page->view);
   page->whenFinished = [raw = page.get()] {
@@ -311,7 +311,7 @@ TEST_F(WebViewTest, AnimatesAgainAfterHavingHadNoSize) {
   EXPECT_TRUE(isAnimated());
 }
 
-TEST_F(WebViewTest, LeaksNothingOverManyLives) {
+TEST_F(WebViewTest, LeaksNothingWhenCreatedAndDestroyedRepeatedly) {
   constexpr int kLives = 12;
   int gone = 0;
   const auto countGone = [](gpointer count, GObject*) { ++*static_cast<int*>(count); };
