@@ -246,7 +246,7 @@ TEST(Rules, HoldForSessionsThatKeepTheProtocol) {
   }
 }
 
-TEST(Rules, AreSkippedWhereThereIsNothingToJudge) {
+TEST(Rules, AreSkippedWithoutEvidence) {
   Transcript nothing = transcriptOf("0.2 loaded function\n0.5 end");
   const std::vector<Rule> rules = allRules();
   for (const Finding& finding : judge(rules, std::span(&nothing, 1))) {
@@ -470,7 +470,7 @@ TEST(Rules, JudgeTheRestOfAPageWhoseDurationsAreText) {
   EXPECT_EQ(findingOf("time-rises", t).outcome, Outcome::Fail);
 }
 
-TEST(Rules, DoNotPassUnjudged) {
+TEST(Rules, DoNotPassWithoutEvidence) {
   // The session that sends the commands was run, and the page came to no ad.
   Transcript t = transcriptOf("0.2 loaded function\n0.5 end");
   t.session = "controls";

@@ -203,7 +203,7 @@ TEST_F(DemoSessionTest, TerminatesItsServerOnEveryExit) {
   }
 }
 
-TEST_F(DemoSessionTest, BadArgumentsEndWithTwoAndSayWhich) {
+TEST_F(DemoSessionTest, BadArgumentsExitWithTwoAndAreNamed) {
   const std::string broken = folder.write("broken.json", "{").string();
   const std::string misspelt = folder.write("misspelt.json", R"({"stallTimeot":3})").string();
   const std::string cut = folder.write("cut.xml", "<VAST>").string();

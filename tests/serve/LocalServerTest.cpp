@@ -64,7 +64,7 @@ class LocalServerTest : public testing::Test {
   std::unique_ptr<HttpsClient> client;
 };
 
-TEST_F(LocalServerTest, ServesThePageToAnyOriginAndForbidsKeepingIt) {
+TEST_F(LocalServerTest, ServesThePageToAnyOriginAndDisablesCaching) {
   start();
   const Reply reply = get(std::string(kControllerPagePath));
   EXPECT_EQ(reply.status, 200u) << reply.error;
@@ -94,7 +94,7 @@ TEST_F(LocalServerTest, PutsItsOriginIntoListsButNotIntoPagesOrVideos) {
   EXPECT_EQ(get("/page.html").body, "{{origin}}");
 }
 
-TEST_F(LocalServerTest, AnswersNotFoundForWhatWasNotGiven) {
+TEST_F(LocalServerTest, AnswersNotFoundForUnknownPaths) {
   options.mediaFolder.reset();
   options.rootFolder.reset();
   start();
@@ -171,7 +171,7 @@ TEST_F(LocalServerTest, AnswersHeadWithTheLengthAlone) {
   EXPECT_EQ(get("/media/ad.mp4").status, 200u) << "the connection is still in step";
 }
 
-TEST_F(LocalServerTest, StreamsFilesOfManyPieces) {
+TEST_F(LocalServerTest, StreamsFilesInChunks) {
   const std::string video = noise(3'000'001);
   folder.write("media/video.mp4", video);
   start();
@@ -180,7 +180,7 @@ TEST_F(LocalServerTest, StreamsFilesOfManyPieces) {
               video.substr(1'000'003, 1'999'997));
 }
 
-TEST_F(LocalServerTest, BreaksTheConnectionWhenAFileShrinksUnderIt) {
+TEST_F(LocalServerTest, ClosesTheConnectionWhenAFileShrinksWhileServed) {
   const fs::path video = folder.write("media/video.mp4", noise(64'000'000));
   start();
   const auto message = GObjectPtr<SoupMessage>::adopt(
@@ -228,7 +228,7 @@ TEST_F(LocalServerTest, NeverLeavesItsFolders) {
   }
 }
 
-TEST_F(LocalServerTest, SharesADocumentWithWhatItNamesAndNothingElse) {
+TEST_F(LocalServerTest, SharesOnlyTheDocumentAndTheFilesItNames) {
   options.document =
       folder.write("tag/ad.xml", R"(<VAST a="wrapped/inner.xml"><![CDATA[{{origin}}/video.mp4?x=1]]>
       {{origin}}/beacon/i?x=1 ../page.html /page.html https://other.example/key.pem <b>sp%20ace.vtt</b></VAST>)");

@@ -55,7 +55,7 @@ TEST_F(ServeProgramTest, HelpAndVersionGoToTheStandardOutput) {
   }
 }
 
-TEST_F(ServeProgramTest, BadArgumentsEndWithTwoAndSayWhich) {
+TEST_F(ServeProgramTest, BadArgumentsExitWithTwoAndAreNamed) {
   struct Case {
     std::vector<std::string> arguments;
     const char* named;
@@ -76,7 +76,7 @@ TEST_F(ServeProgramTest, BadArgumentsEndWithTwoAndSayWhich) {
   }
 }
 
-TEST_F(ServeProgramTest, FilesThatCannotBeUsedEndWithTwoAndSayWhy) {
+TEST_F(ServeProgramTest, UnusableFilesExitWithTwoAndAReason) {
   const std::string folderPath = folder.path().string();
   const std::string missing = folderPath + "/missing";
   const std::string broken = folder.write("broken.json", R"({"a":1,})");
@@ -134,7 +134,7 @@ TEST_F(ServeProgramTest, KnowsEveryMemberOfTheConfigurationThatThePageHas) {
   EXPECT_NE(originOf(process), "") << process.errors();
 }
 
-TEST_F(ServeProgramTest, APortInUseEndsWithOne) {
+TEST_F(ServeProgramTest, APortInUseExitsWithOne) {
   ServeProcess first({"--page", page});
   const std::string origin = originOf(first);
   const std::string port = origin.substr(origin.rfind(':') + 1);
@@ -167,7 +167,7 @@ TEST_F(ServeProgramTest, ServesFromTheReadyLineUntilASignalAndListsTheBeacons) {
   EXPECT_NE(process.errors().find("GET /beacon/x?n=1 204"), std::string::npos);
 }
 
-TEST_F(ServeProgramTest, EndsWithItsParentWhenAskedTo) {
+TEST_F(ServeProgramTest, ExitsWithItsParentOnRequest) {
   ServeProcess process({"--page", page, "--exit-with-parent"});
   EXPECT_NE(originOf(process), "");
   process.closeInput();

@@ -274,7 +274,7 @@ TEST_F(AdSessionTest, ACheckOfAnEarlierSessionDoesNotEndTheNext) {
 
 // Starts.
 
-TEST_F(AdSessionTest, ReportsAStartThatDidNotTake) {
+TEST_F(AdSessionTest, ReportsAStartWithoutEffect) {
   loadQuietly();
   page_->answer("control.start", R"("error":{"code":9,"message":"no player"})");
   page_->view()->setFrame({0, 0, 100, 100});
@@ -291,7 +291,7 @@ TEST_F(AdSessionTest, ReportsAStartThatDidNotTake) {
   EXPECT_EQ(delegate_->take(), Callbacks{}) << "the session continues and may be started again";
 }
 
-TEST_F(AdSessionTest, ReportsADeferredStartThatDidNotTakeUnlessTheSessionHasEnded) {
+TEST_F(AdSessionTest, ReportsADeferredStartWithoutEffectUnlessTheSessionHasEnded) {
   loadQuietly();
   page_->answer("control.start", "");
   player_->start();

@@ -193,7 +193,7 @@ TEST_F(VMRAdDumperTest, ConfigTakesAnyData) {
   EXPECT_FALSE(dumper_->lastError());
 }
 
-TEST_F(VMRAdDumperTest, AdsWithoutAdsComeWithAnError) {
+TEST_F(VMRAdDumperTest, AnEmptyAdListIsAnError) {
   const VMRError noAds{VMRErrorDomain, 5003, "No ads available", "No ads available", {}, nullptr};
   page_.answer("get.ads", R"("result":{"data":{"adgroup":{"ads":[]}}})");
   const auto empty = loadAds();
@@ -251,7 +251,7 @@ TEST_F(VMRAdDumperTest, ShutdownClosesTheRuntimeAndClearsTheError) {
   EXPECT_FALSE(control(&VMRAdDumper::play)) << "a closed page does not answer";
 }
 
-TEST_F(VMRAdDumperTest, EndsWithItsPageOnAnyThread) {
+TEST_F(VMRAdDumperTest, MayBeDestroyedWithItsPageOnAnyThread) {
   dispatch().detachNewThread([dumper = std::move(dumper_)]() mutable { dumper = nullptr; });
   settle();
   EXPECT_FALSE(runtime_->getWebView());
@@ -263,7 +263,7 @@ TEST_F(VMRAdDumperTest, InitIsNotValid) {
 
 // The payload.
 
-TEST_F(VMRAdDumperTest, CarriesExactlyThePayload) {
+TEST_F(VMRAdDumperTest, SendsExactlyThePayload) {
   request_->setPlacementType("inline");
   request_->setParam("VPAID", "js");
   request_->setParam("channel_id", "mine");
@@ -290,7 +290,7 @@ TEST_F(VMRAdDumperTest, CarriesExactlyThePayload) {
   EXPECT_EQ(page_.calls()[1].params, payload());
 }
 
-TEST_F(VMRAdDumperTest, CarriesNullForWhatIsNotKnown) {
+TEST_F(VMRAdDumperTest, SendsNullForUnknownValues) {
   platform().fakeDevice().advertisingId = std::nullopt;
   platform().fakeDevice().modelName = std::nullopt;
   platform().fakeDevice().trackingEnabled = false;
@@ -311,7 +311,7 @@ TEST_F(VMRAdDumperTest, CarriesNullForWhatIsNotKnown) {
                                     "regs[gdpr]":"1","user[consent]":"BOEFEAyO"})"));
 }
 
-TEST_F(VMRAdDumperTest, CarriesNullForAContextThatHasGone) {
+TEST_F(VMRAdDumperTest, SendsNullForAReleasedContext) {
   request_->setPlacementType("inline");
   context_ = nullptr;
   EXPECT_EQ(payload(), json(R"({

@@ -40,7 +40,7 @@ export interface DriverOptions {
   height?: number;
   /** Runs in the page before its own script. */
   prepare?: () => void;
-  /** Time stands still until the clock of the page is moved. */
+  /** Time stops until the clock of the page is advanced. */
   manualClock?: boolean;
 }
 
@@ -124,8 +124,8 @@ export class PageDriver {
   }
 
   /**
-   * Calls at the moment when the page posts an event, however busy the machine is. Several calls are made in the order in
-   * which they were planned. Returns the id of the reply.
+   * Calls at the moment when the page posts an event, regardless of the load of the machine. Several calls are made in
+   * the order in which they were planned. Returns the id of the reply.
    */
   async planCall(after: string, method: string): Promise<string> {
     const id = String(this.nextId++);

@@ -99,7 +99,7 @@ describe("failures", () => {
     await page.page.getByText("This ad cannot be shown").waitFor();
   });
 
-  it("of a video that never arrives are reported after the limit, while the page goes on pinging", async () => {
+  it("of a video that never arrives are reported after the limit, while the page continues to ping", async () => {
     const never = { "/media/ad-1.mp4": { status: 200, delay: 60_000 } };
     const page = await opened({ answers: { ...adList(listedAd(1)), ...never }, manualClock: true });
     await page.loadAds();

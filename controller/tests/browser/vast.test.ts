@@ -33,7 +33,7 @@ async function playToEnd(driver: PageDriver, expected: Expected): Promise<void> 
   await driver.waitForEvent(expected.events.at(-1) ?? "", 30);
 }
 
-/** One case for each fixture; each runs in a page of its own, so they may run side by side. */
+/** One case for each fixture; each runs in a separate page, so they may run in parallel. */
 it.concurrent.each(names)("%s", async (name) => {
   const expected = expectedOf(name);
   const unanswered = (expected.unanswered ?? []).map((path): [string, Answer] => [

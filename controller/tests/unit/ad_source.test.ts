@@ -80,7 +80,7 @@ describe("the choice of the source", () => {
     expect(fetched[0]).toMatch(/tag\?cb=\d{8}&gdpr=1$/);
   });
 
-  it("tries http addresses over https, for the page loads nothing over http", async () => {
+  it("tries http addresses over https, because the page loads nothing over http", async () => {
     documents = { "/tag": vast(inline("a", { src: "http://media.example/a.mp4" })) };
     const [ad] = await load({ vast_url: "http://ads.test/tag" });
     expect(fetched).toEqual([`${origin}/tag`]);

@@ -213,7 +213,7 @@ describe("the next ad", () => {
     expect(news().slice(-3)).toEqual(["AdVideoComplete", "AdStopped", "AdLoaded"]);
     expect([first.src, video.paused]).toEqual(["", false]);
     expect(second.sources).toEqual(["https://m/b.mp4"]);
-    // Ten seconds before the end it is loaded whatever has arrived of this one.
+    // Ten seconds before the end it is loaded regardless of how much of this one has arrived.
     video.begin(20);
     playTo(9.75);
     expect(first.src).toBe("");
@@ -290,7 +290,7 @@ describe("icons", () => {
     ...parts,
   });
 
-  it("come and go with their time, in the version for this screen, and are counted once they can be seen", () => {
+  it("appear and disappear at their times, in the version for this screen, and are counted once visible", () => {
     const about = icon({ clickthru: "https://choices.example/" });
     const sharp = icon({ pixelRatio: 2 });
     const later = icon({ program: "other", offset: 2, duration: 3 });
@@ -545,7 +545,7 @@ describe("a failure", () => {
     expect(news()).toEqual(["error-405", "AdStopped", "AdError"]);
   });
 
-  it("to show a frame within eight seconds is one, however many files there are", () => {
+  it("to show a frame within eight seconds is reported, for any number of files", () => {
     startWith([listed("a", { media: files("one", "two", "three") }), listed("b", { media: files("four", "five") })]);
     passTime(3.25);
     // Of the first file nothing has arrived; the second one arrives too slowly.
@@ -566,7 +566,7 @@ describe("a failure", () => {
     expect(news()).toContain("AdStarted");
   });
 
-  it("to make progress is one after eight seconds, but not while paused", () => {
+  it("to make progress is reported after eight seconds, but not while paused", () => {
     startWith([listed("a")]);
     video.begin(10);
     passTime(5);
@@ -579,7 +579,7 @@ describe("a failure", () => {
     expect(news()).toEqual(["error-402", "AdStopped", "AdError"]);
   });
 
-  it("to go on with what has arrived is repaired silently, but not for want of data", () => {
+  it("to continue with buffered data is recovered silently, but not when data is missing", () => {
     startWith([listed("a")]);
     video.begin(60);
     video.isStuck = true;
@@ -591,7 +591,7 @@ describe("a failure", () => {
     expect(news()).toEqual(["AdGroupStart", "AdLoaded", ...firstFrame, "AdTimeChange"]);
   });
 
-  it("to be allowed sound starts muted; to be allowed at all is one", async () => {
+  it("to play with sound starts muted; to play muted is reported", async () => {
     video.refuses = "sound";
     startWith([listed("a")]);
     await vi.advanceTimersByTimeAsync(0);

@@ -113,7 +113,7 @@ describe("beacons", () => {
 describe("milestones", () => {
   const names = (due: Array<{ name: string }>) => due.map(({ name }) => name);
 
-  it("are reported once and in order, however the playhead jumps", () => {
+  it("are reported once and in order when the playhead jumps", () => {
     const milestones = new Milestones();
     expect(names(milestones.reached(0.9, 4))).toEqual([]);
     expect(names(milestones.reached(2.5, 4))).toEqual(["firstQuartile", "midpoint"]);

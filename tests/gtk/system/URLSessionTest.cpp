@@ -95,7 +95,7 @@ TEST(URLSessionTest, SendsARequestAgainInsteadOfUsingACache) {
   EXPECT_EQ(server.requests().size(), 2u);
 }
 
-TEST(URLSessionTest, TreatsAnErrorStatusAsAnAnswer) {
+TEST(URLSessionTest, TreatsAnErrorStatusAsAResponse) {
   BackgroundServer server;
   for (const int status : {404, 401, 500}) {
     const std::string path = "/" + std::to_string(status);
@@ -145,7 +145,7 @@ TEST(URLSessionTest, ReportsAFailedConnection) {
   EXPECT_FALSE(error->description.empty());
 }
 
-TEST(URLSessionTest, ReportsAnAnswerThatBreaksOff) {
+TEST(URLSessionTest, ReportsATruncatedResponse) {
   BackgroundServer server;
   server.on("/", [](SoupServerMessage* message) {
     SoupMessageHeaders* headers = soup_server_message_get_response_headers(message);
@@ -185,7 +185,7 @@ void writeWithoutEnd(SoupServerMessage* message, std::size_t chunk) {
   append(message, GSIZE_TO_POINTER(chunk));
 }
 
-TEST(URLSessionTest, StopsReadingAnAnswerWithoutEnd) {
+TEST(URLSessionTest, StopsReadingAnEndlessResponse) {
   BackgroundServer server;
   server.on("/", [](SoupServerMessage* message) { writeWithoutEnd(message, 100'000); });
   EXPECT_EQ(download(requestFor(server.url("/"))), std::nullopt);

@@ -381,7 +381,7 @@ TEST(Layout, KeepsAFrameThatWasSet) {
   }
 }
 
-TEST(Views, MoveWithTheirConstraintsLeftBehind) {
+TEST(Views, DropTheirConstraintsWhenMoved) {
   HostWindow host, other;
   const auto page = Page::create();
   const auto observer = std::make_shared<Observer>();
@@ -442,7 +442,7 @@ TEST(Views, RefuseImpossibleSuperviews) {
   runFrames();
 }
 
-TEST(Views, SeeWhatTheHostClips) {
+TEST(Views, RespectTheHostsClipping) {
   HostWindow host(400, 300);
   const ScrolledAd scrolled(host.window());
   const auto page = Page::create();
@@ -469,7 +469,7 @@ TEST(Views, SeeWhatTheHostClips) {
   EXPECT_TRUE(waitUntil([&] { return visibleArea() == 0; }));
 }
 
-TEST(Views, AnswerSafelyWithoutTheirWidget) {
+TEST(Views, AreSafeToUseWithoutTheirWidget) {
   const auto page = Page::create();
   std::shared_ptr<View> ad;
   std::shared_ptr<Window> window;

@@ -67,7 +67,7 @@ TEST_F(WebViewTest, FailsEvaluationsOfAProcessThatEnded) {
   EXPECT_FALSE(page->evaluate("Promise.resolve()"));
 }
 
-TEST_F(WebViewTest, CompletesNothingAfterTheViewHasGone) {
+TEST_F(WebViewTest, CompletesNothingAfterTheViewIsDestroyed) {
   auto page = parkedPage();
   bool completed = false;
   page->view->evaluateJavaScript("1", [&](const auto&) { completed = true; });
@@ -111,7 +111,7 @@ TEST_F(WebViewTest, ForgetsAHandlerThatWasRemoved) {
   EXPECT_TRUE(page->messages.empty());
 }
 
-TEST_F(WebViewTest, SendsTheRequestsHeadersAndTakesErrorPagesForPages) {
+TEST_F(WebViewTest, SendsTheRequestsHeadersAndLoadsErrorPages) {
   LoopbackServer server;
   server.serve("/page", "<p>page");
   const auto page = Page::create();
@@ -212,7 +212,7 @@ TEST_F(WebViewTest, TrustsACertificateForItsHostOnly) {
   }));
 }
 
-TEST_F(WebViewTest, AsksForNewWindowsAndGivesNone) {
+TEST_F(WebViewTest, ForwardsWindowRequestsAndOpensNone) {
   const auto page = parkedPage();
   EXPECT_EQ(page->ask("String(window.open('https://ads.example/a?b=c'))"), JsonValue("null"));
   EXPECT_EQ(page->ask("String(window.open())"), JsonValue("null"));
@@ -224,7 +224,7 @@ TEST_F(WebViewTest, AsksForNewWindowsAndGivesNone) {
   EXPECT_EQ(page->newWindows[2], "https://ads.example/d");
 }
 
-TEST_F(WebViewTest, HandsAlertsToTheDelegateAndAnswersQuestionsWithNo) {
+TEST_F(WebViewTest, ForwardsAlertsAndAnswersConfirmAndPromptWithNo) {
   const auto page = parkedPage();
   // As the SDK does it: the completion runs before the delegate returns.
   for (int i = 0; i < 3; ++i) EXPECT_FALSE(page->evaluate("alert('at once'); window.atOnce = true"));
@@ -294,7 +294,7 @@ TEST_F(WebViewTest, KeepsPlayingWhileItMoves) {
   EXPECT_TRUE(webkit_web_view_get_is_muted(webKitOf(page->view)));
 }
 
-TEST_F(WebViewTest, AnimatesAgainAfterHavingHadNoSize) {
+TEST_F(WebViewTest, AnimatesAgainAfterZeroSize) {
   const auto page = parkedPage(
       "<script>let frames = 0; (function next() { ++frames; requestAnimationFrame(next) })()</script>");
   host_.adView()->addSubview(page->view);
