@@ -18,16 +18,6 @@ class PublicTypesTest : public CoreTest {};
 
 // Settings and log.
 
-TEST_F(PublicTypesTest, KeepsTheApiKey) {
-  EXPECT_EQ(Vemora::apiKey(), std::nullopt);
-  Vemora::setAPIKey("publisher");
-  EXPECT_EQ(Vemora::apiKey(), "publisher");
-  Vemora::setAPIKey("");
-  EXPECT_EQ(Vemora::apiKey(), "");
-  Vemora::setAPIKey(std::nullopt);
-  EXPECT_EQ(Vemora::apiKey(), std::nullopt);
-}
-
 TEST_F(PublicTypesTest, PrintsErrorsAlwaysAndOtherMessagesInDebugMode) {
   Vemora::debugMode(false);
   EXPECT_FALSE(Vemora::debugMode());
@@ -59,6 +49,8 @@ TEST_F(PublicTypesTest, RequestsFallBackToTheDefaultKey) {
   Vemora::setAPIKey("publisher");
   EXPECT_EQ(VemoraAdRequest::init()->apiKey(), "publisher");
   EXPECT_EQ(VemoraAdRequest::initWithApiKey("own")->apiKey(), "own");
+  Vemora::setAPIKey(std::nullopt);
+  EXPECT_EQ(VemoraAdRequest::init()->apiKey(), "unkeyed-client");
 }
 
 TEST_F(PublicTypesTest, RequestsStoreAndRemoveEntries) {
