@@ -19,7 +19,7 @@ void require(bool condition) {
   if (!condition) std::abort();
 }
 
-/// Every accessor on every value: none may fail, whatever the type.
+/// Every accessor on every value: none may fail for any type.
 void readAll(const JsonValue& value) {
   value.stringValue();
   value.integerValue();
