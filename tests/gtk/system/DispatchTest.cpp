@@ -1,7 +1,7 @@
 #include "../../common/MainLoop.h"
 #include "../../common/ProcessResources.h"
 #include "ProcessEnd.h"
-#include "backends/gtk/dispatch/GtkDispatch.h"
+#include "backends/gtk/dispatch/GLibDispatch.h"
 
 #include <glib.h>
 #include <gtest/gtest.h>
@@ -54,7 +54,7 @@ TEST(MainQueueTest, KeepsTheOrderOfAllThreads) {
   std::mutex mutex;
   int next = 0;
   std::vector<int> order;
-  GtkDispatch dispatch;
+  GLibDispatch dispatch;
   const auto post = [&] {
     const std::lock_guard lock(mutex);
     dispatch.mainAsync([&order, number = next++] { order.push_back(number); });
@@ -78,7 +78,7 @@ TEST(MainQueueTest, KeepsTheOrderOfAllThreads) {
 
 TEST(MainQueueTest, QueuesBlocksOfTheMainThread) {
   std::string order;
-  GtkDispatch dispatch;
+  GLibDispatch dispatch;
   dispatch.mainAsync([&] {
     dispatch.mainAsync([&] { order += 'c'; });
     order += 'a';
@@ -91,7 +91,7 @@ TEST(MainQueueTest, QueuesBlocksOfTheMainThread) {
 
 TEST(MainQueueTest, RunsOneBlockAtATimeEvenInANestedLoop) {
   bool outerEnded = false, innerRan = false;
-  GtkDispatch dispatch;
+  GLibDispatch dispatch;
   dispatch.mainAsync([&] {
     dispatch.mainAsync([&] {
       EXPECT_TRUE(outerEnded);
@@ -105,7 +105,7 @@ TEST(MainQueueTest, RunsOneBlockAtATimeEvenInANestedLoop) {
 
 TEST(MainQueueTest, WakesASleepingLoop) {
   bool ran = false;
-  GtkDispatch dispatch;
+  GLibDispatch dispatch;
   std::thread giver([&] {
     std::this_thread::sleep_for(std::chrono::milliseconds(20));
     dispatch.mainAsync([&] { ran = true; });
@@ -116,7 +116,7 @@ TEST(MainQueueTest, WakesASleepingLoop) {
 
 TEST(MainQueueTest, DoesNotStarveSourcesOfLowerPriority) {
   bool idleRan = false;
-  GtkDispatch dispatch;
+  GLibDispatch dispatch;
   std::function<void()> chain = [&] {
     if (!idleRan) dispatch.mainAsync(chain);
   };
@@ -137,7 +137,7 @@ TEST(MainQueueTest, DoesNotStarveSourcesOfLowerPriority) {
 
 TEST(DispatchTest, KnowsTheMainThread) {
   std::atomic<int> answer{-1};
-  GtkDispatch dispatch;
+  GLibDispatch dispatch;
   EXPECT_TRUE(dispatch.isMainThread());
   dispatch.detachNewThread([&] { answer = dispatch.isMainThread(); });
   EXPECT_TRUE(eventually([&] { return answer != -1; }));
@@ -151,7 +151,7 @@ TEST(DispatchTest, BlockedWorkDoesNotDelayOtherWork) {
   bool release = false;
   std::atomic<int> started{0};
   std::atomic<bool> ran{false};
-  GtkDispatch dispatch;
+  GLibDispatch dispatch;
   for (int i = 0; i < kBlocked; ++i) {
     dispatch.globalAsync([&] {
       ++started;
@@ -170,7 +170,7 @@ TEST(DispatchTest, BlockedWorkDoesNotDelayOtherWork) {
 TEST(DispatchTest, DestroysWorkOnTheThreadThatRanIt) {
   std::atomic<int> destroyed{0};
   std::thread::id ranOn, destroyedOn;
-  GtkDispatch dispatch;
+  GLibDispatch dispatch;
   const auto work = [&](std::shared_ptr<Witness> witness) {
     return [&ranOn, witness = std::move(witness)] { ranOn = std::this_thread::get_id(); };
   };
@@ -186,7 +186,7 @@ TEST(DispatchTest, WaitsUntilItsDeadline) {
   Mutex mutex;
   std::condition_variable condition;
   bool done = false;
-  GtkDispatch dispatch;
+  GLibDispatch dispatch;
   {
     MutexLock lock(mutex);
     const double deadline = dispatch.now() + 0.03;
@@ -239,7 +239,7 @@ TEST(TimerTest, QueuesBlocksInTheOrderOfTheirTimes) {
 
 TEST(TimerTest, RunsBlocksOnTheMainQueue) {
   bool ran = false;
-  GtkDispatch dispatch;
+  GLibDispatch dispatch;
   dispatch.mainAfter(0.01, [&] {
     EXPECT_TRUE(dispatch.isMainThread());
     ran = true;
@@ -249,7 +249,7 @@ TEST(TimerTest, RunsBlocksOnTheMainQueue) {
 
 TEST(TimerTest, IsNotEarlyAndWakesForAnEarlierTime) {
   std::atomic<double> ranAt{0};
-  GtkDispatch dispatch;
+  GLibDispatch dispatch;
   const double begin = dispatch.now();
   dispatch.globalAfter(3600, makeBlock([] { FAIL(); }));
   dispatch.globalAfter(0.02, makeBlock([&] { ranAt = dispatch.now(); }));
@@ -261,7 +261,7 @@ TEST(TimerTest, IsNotEarlyAndWakesForAnEarlierTime) {
 TEST(TimerTest, ReleasesACancelledBlockShortlyAfterItsTime) {
   std::atomic<int> destroyed{0};
   std::atomic<bool> ran{false};
-  GtkDispatch dispatch;
+  GLibDispatch dispatch;
   const double begin = dispatch.now();
   {
     const auto witness = std::make_shared<Witness>(destroyed);
@@ -282,7 +282,7 @@ TEST(TimerTest, CancelledBlocksDoNotDelayOthers) {
   constexpr int kCancelled = 100'000;
   std::atomic<int> destroyed{0};
   std::atomic<double> ranAt{0};
-  GtkDispatch dispatch;
+  GLibDispatch dispatch;
   for (int i = 0; i < kCancelled; ++i) {
     const auto block = makeBlock([witness = std::make_shared<Witness>(destroyed)] { FAIL(); });
     dispatch.globalAfter(0.2 + i * 1e-6, block);

@@ -1,6 +1,6 @@
 #include "ProcessEnd.h"
 
-#include "backends/gtk/dispatch/GtkDispatch.h"
+#include "backends/gtk/dispatch/GLibDispatch.h"
 
 #include <glib.h>
 #include <sys/wait.h>
@@ -119,7 +119,7 @@ void endProcess(const std::string& way) {
   const bool isBlocked = way == "blockedWorker";
   const std::chrono::milliseconds stopLimit(isBlocked ? 200 : 60'000);
   // Reachable to the end, as the platform's is.
-  static gtk::GtkDispatch& dispatch = *new gtk::GtkDispatch(stopLimit);
+  static gtk::GLibDispatch& dispatch = *new gtk::GLibDispatch(stopLimit);
   dispatch.stopWithProcess();
   static Load& load = *new Load(dispatch);
   if (isBlocked) {

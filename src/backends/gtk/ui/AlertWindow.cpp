@@ -1,7 +1,7 @@
 #include "backends/gtk/ui/AlertWindow.h"
 
 #include "backends/gtk/base/GObjectPtr.h"
-#include "backends/gtk/ui/GtkViewController.h"
+#include "backends/gtk/ui/WidgetViewController.h"
 
 #include <algorithm>
 #include <memory>

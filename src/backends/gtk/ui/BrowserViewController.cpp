@@ -2,8 +2,8 @@
 
 #include "backends/gtk/base/MainThreadObject.h"
 #include "backends/gtk/ui/GLContextKeeper.h"
-#include "backends/gtk/ui/GtkView.h"
 #include "backends/gtk/ui/NetworkSessions.h"
+#include "backends/gtk/ui/WidgetView.h"
 
 #include <algorithm>
 
@@ -119,7 +119,7 @@ GtkWidget* BrowserViewController::makeHeaderBar() {
   GtkWidget* close = iconButton("window-close-symbolic", "Close");
   GtkWidget* title = headerLabel("title");
   GtkWidget* address = headerLabel("subtitle");
-  const std::weak_ptr<GtkViewController> weak = weak_from_this();
+  const std::weak_ptr<WidgetViewController> weak = weak_from_this();
   connections_.push_back(connectSignal<void()>(back, "clicked", [weak] {
     if (const auto self = weak.lock()) {
       webkit_web_view_go_back(static_cast<BrowserViewController&>(*self).webView_.get());
@@ -154,7 +154,7 @@ void BrowserViewController::addShortcuts(GtkWidget* window) {
 }
 
 void BrowserViewController::watchPage() {
-  const std::weak_ptr<GtkViewController> weak = weak_from_this();
+  const std::weak_ptr<WidgetViewController> weak = weak_from_this();
   const auto update = [weak] {
     if (const auto self = weak.lock()) static_cast<BrowserViewController&>(*self).updateHeader();
   };

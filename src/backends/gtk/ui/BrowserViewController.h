@@ -2,7 +2,7 @@
 
 #include "backends/gtk/base/GObjectPtr.h"
 #include "backends/gtk/base/GObjectSignal.h"
-#include "backends/gtk/ui/GtkViewController.h"
+#include "backends/gtk/ui/WidgetViewController.h"
 #include "ports/Application.h"
 
 #include <webkit/webkit.h>

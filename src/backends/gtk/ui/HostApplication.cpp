@@ -5,10 +5,10 @@
 #include "backends/gtk/ui/AlertWindow.h"
 #include "backends/gtk/ui/BrowserViewController.h"
 #include "backends/gtk/ui/GLContextKeeper.h"
-#include "backends/gtk/ui/GtkUserContentController.h"
-#include "backends/gtk/ui/GtkViewController.h"
-#include "backends/gtk/ui/GtkWebView.h"
-#include "backends/gtk/ui/GtkWindowView.h"
+#include "backends/gtk/ui/HostWindowView.h"
+#include "backends/gtk/ui/PageContentController.h"
+#include "backends/gtk/ui/WebPageView.h"
+#include "backends/gtk/ui/WidgetViewController.h"
 
 #include <webkit/webkit.h>
 
@@ -28,12 +28,12 @@ std::shared_ptr<Window> HostApplication::keyWindow() {
 }
 
 std::shared_ptr<UserContentController> HostApplication::createUserContentController() {
-  return makeMainThreadObject<GtkUserContentController>();
+  return makeMainThreadObject<PageContentController>();
 }
 
 std::shared_ptr<WebView> HostApplication::createWebView(const Rect& frame,
                                                         const WebViewConfiguration& configuration) {
-  return GtkWebView::create(frame, configuration);
+  return WebPageView::create(frame, configuration);
 }
 
 std::shared_ptr<ViewController> HostApplication::createViewController(const ViewControllerTraits& traits) {

@@ -1,6 +1,6 @@
 #include "backends/gtk/ui/HostWindows.h"
 
-#include "backends/gtk/ui/GtkViewController.h"
+#include "backends/gtk/ui/WidgetViewController.h"
 #include "ports/Application.h"
 #include "ports/Platform.h"
 

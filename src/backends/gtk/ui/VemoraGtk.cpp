@@ -1,8 +1,8 @@
 #include "backends/gtk/base/InfoDictionary.h"
 #include "backends/gtk/system/AdvertisingChoice.h"
 #include "backends/gtk/ui/AdAreaWidget.h"
-#include "backends/gtk/ui/GtkView.h"
 #include "backends/gtk/ui/NetworkSessions.h"
+#include "backends/gtk/ui/WidgetView.h"
 #include "base/Utf8.h"
 #include "ports/Platform.h"
 

@@ -1,4 +1,4 @@
-#include "backends/gtk/ui/GtkUserContentController.h"
+#include "backends/gtk/ui/PageContentController.h"
 
 #include "backends/gtk/ui/ScriptValue.h"
 #include "core/settings/StallWatch.h"
@@ -6,15 +6,15 @@
 
 namespace vemora::gtk {
 
-GtkUserContentController::GtkUserContentController()
+PageContentController::PageContentController()
     : manager_(GObjectPtr<WebKitUserContentManager>::adopt(webkit_user_content_manager_new())) {
   assertMainThread();
 }
 
-GtkUserContentController::~GtkUserContentController() = default;
+PageContentController::~PageContentController() = default;
 
-void GtkUserContentController::addScriptMessageHandler(std::shared_ptr<ScriptMessageHandler> handler,
-                                                       std::string_view name) {
+void PageContentController::addScriptMessageHandler(std::shared_ptr<ScriptMessageHandler> handler,
+                                                    std::string_view name) {
   assertMainThread();
   const std::string key(name);
   if (!handler || registrations_.contains(key)) return;
@@ -29,7 +29,7 @@ void GtkUserContentController::addScriptMessageHandler(std::shared_ptr<ScriptMes
   webkit_user_content_manager_register_script_message_handler(manager_.get(), key.c_str(), nullptr);
 }
 
-void GtkUserContentController::removeScriptMessageHandlerForName(std::string_view name) {
+void PageContentController::removeScriptMessageHandlerForName(std::string_view name) {
   assertMainThread();
   const auto entry = registrations_.find(name);
   if (entry == registrations_.end()) return;
@@ -38,7 +38,7 @@ void GtkUserContentController::removeScriptMessageHandlerForName(std::string_vie
   registrations_.erase(entry);
 }
 
-void GtkUserContentController::received(const std::string& name, JSCValue* body) {
+void PageContentController::received(const std::string& name, JSCValue* body) {
   const StallWatch watch("message of the page");
   const auto entry = registrations_.find(name);
   if (entry == registrations_.end()) return;

@@ -1,8 +1,8 @@
-#include "backends/gtk/ui/GtkViewController.h"
+#include "backends/gtk/ui/WidgetViewController.h"
 
 #include "backends/gtk/ui/AdAreaWidget.h"
-#include "backends/gtk/ui/GtkView.h"
-#include "backends/gtk/ui/GtkWindowView.h"
+#include "backends/gtk/ui/HostWindowView.h"
+#include "backends/gtk/ui/WidgetView.h"
 #include "ports/Platform.h"
 
 #include <vector>
@@ -32,12 +32,12 @@ GObjectPtr<GdkMonitor> monitorOfWindow(GtkWindow* window) {
       surface ? gdk_display_get_monitor_at_surface(gdk_surface_get_display(surface), surface) : nullptr);
 }
 
-std::shared_ptr<ViewController> GtkViewController::presentedViewController() const {
+std::shared_ptr<ViewController> WidgetViewController::presentedViewController() const {
   return presented_;
 }
 
-void GtkViewController::presentViewController(const std::shared_ptr<ViewController>& controller, bool,
-                                              std::function<void()> completion) {
+void WidgetViewController::presentViewController(const std::shared_ptr<ViewController>& controller, bool,
+                                                 std::function<void()> completion) {
   assertMainThread();
   const auto presentable = std::dynamic_pointer_cast<PresentableViewController>(controller);
   const auto parent = hostWindow();
@@ -46,7 +46,7 @@ void GtkViewController::presentViewController(const std::shared_ptr<ViewControll
   presentable->enter(parent.get(), weak_from_this(), std::move(completion));
 }
 
-void GtkViewController::dismissViewController(bool animated) {
+void WidgetViewController::dismissViewController(bool animated) {
   assertMainThread();
   const auto presented = std::exchange(presented_, nullptr);
   if (!presented) return;
@@ -54,12 +54,12 @@ void GtkViewController::dismissViewController(bool animated) {
   presented->leave();
 }
 
-void GtkViewController::setPresentationDelegate(std::weak_ptr<PresentationControllerDelegate> delegate) {
+void WidgetViewController::setPresentationDelegate(std::weak_ptr<PresentationControllerDelegate> delegate) {
   assertMainThread();
   presentationDelegate_ = std::move(delegate);
 }
 
-RootViewController::RootViewController(const std::shared_ptr<GtkWindowView>& window) : window_(window) {}
+RootViewController::RootViewController(const std::shared_ptr<HostWindowView>& window) : window_(window) {}
 
 std::shared_ptr<View> RootViewController::view() const {
   return window_.lock();
@@ -75,7 +75,7 @@ PresentableViewController::~PresentableViewController() {
   leave();
 }
 
-void PresentableViewController::enter(GtkWindow* parent, std::weak_ptr<GtkViewController> presenter,
+void PresentableViewController::enter(GtkWindow* parent, std::weak_ptr<WidgetViewController> presenter,
                                       std::function<void()> completion) {
   presenter_ = std::move(presenter);
   completion_ = std::move(completion);

@@ -2,7 +2,7 @@
 
 #include "backends/gtk/base/GObjectPtr.h"
 #include "backends/gtk/base/GObjectSignal.h"
-#include "backends/gtk/ui/GtkView.h"
+#include "backends/gtk/ui/WidgetView.h"
 #include "ports/WebView.h"
 
 #include <webkit/webkit.h>
@@ -15,16 +15,16 @@
 
 namespace vemora::gtk {
 
-class GtkUserContentController;
+class PageContentController;
 
 /// A WebKitWebView for ad pages. Such a page shows and plays; whatever else a page may want of a browser
 /// (menus, printing, files, permissions, downloads, the whole screen) is refused without asking anybody.
 ///
 /// A view in no window at all is muted, so that nobody hears what nobody can see or stop.
-class GtkWebView final : public GtkView, public WebView {
+class WebPageView final : public WidgetView, public WebView {
  public:
-  static std::shared_ptr<GtkWebView> create(const Rect& frame, const WebViewConfiguration& configuration);
-  ~GtkWebView() override;
+  static std::shared_ptr<WebPageView> create(const Rect& frame, const WebViewConfiguration& configuration);
+  ~WebPageView() override;
 
   const WebViewConfiguration& configuration() const override { return configuration_; }
   void setNavigationDelegate(std::weak_ptr<WebViewNavigationDelegate> delegate) override;
@@ -47,9 +47,9 @@ class GtkWebView final : public GtkView, public WebView {
   using Evaluated = std::function<void(const std::optional<VMRError>&)>;
   struct Evaluation;
 
-  GtkWebView(GObjectPtr<WebKitWebView> webView, const WebViewConfiguration& configuration);
+  WebPageView(GObjectPtr<WebKitWebView> webView, const WebViewConfiguration& configuration);
 
-  std::weak_ptr<GtkWebView> weakSelf();
+  std::weak_ptr<WebPageView> weakSelf();
   WebKitWebView* webKit() const { return webView_.get(); }
   void watchPage();
   void refuseBrowserFeatures();
@@ -70,7 +70,7 @@ class GtkWebView final : public GtkView, public WebView {
   void on(const char* signal, Handler handler);
 
   const WebViewConfiguration configuration_;
-  const std::shared_ptr<GtkUserContentController> contentController_;
+  const std::shared_ptr<PageContentController> contentController_;
   const GObjectPtr<WebKitWebView> webView_;
   std::weak_ptr<WebViewNavigationDelegate> navigationDelegate_;
   std::weak_ptr<WebViewUIDelegate> uiDelegate_;

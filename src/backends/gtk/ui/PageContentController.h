@@ -13,11 +13,11 @@
 namespace vemora::gtk {
 
 /// The named handlers of a page's `window.webkit.messageHandlers`.
-class GtkUserContentController final : public UserContentController,
-                                       public std::enable_shared_from_this<GtkUserContentController> {
+class PageContentController final : public UserContentController,
+                                    public std::enable_shared_from_this<PageContentController> {
  public:
-  GtkUserContentController();
-  ~GtkUserContentController() override;
+  PageContentController();
+  ~PageContentController() override;
 
   void addScriptMessageHandler(std::shared_ptr<ScriptMessageHandler> handler, std::string_view name) override;
   void removeScriptMessageHandlerForName(std::string_view name) override;

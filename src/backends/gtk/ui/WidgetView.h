@@ -14,25 +14,25 @@
 
 namespace vemora::gtk {
 
-class GtkAreaView;
+class AdAreaView;
 
 /// The view of any widget. The widget owns its view (see `viewOfWidget`), the view points back weakly; once
 /// the widget has gone, the view is in no window, has no size, and operations do nothing.
 ///
-/// A plain GtkView stands for a widget of the host's on the way from an ad up to its window: it can be looked
-/// at, so that whatever clips an ad counts for its visibility, but the SDK neither moves it nor puts anything
-/// into it.
+/// A plain WidgetView represents a widget of the host app between an ad and its window. The SDK reads its
+/// geometry, because a widget that clips an ad affects the ad's visibility. It neither moves the widget nor
+/// adds anything to it.
 ///
 /// A view counts as in a window only while its widget is mapped: a page of a stack that is not shown, or a
 /// window that is not, is on no screen, though it is still in the tree.
-class GtkView : public virtual View, public std::enable_shared_from_this<GtkView> {
+class WidgetView : public virtual View, public std::enable_shared_from_this<WidgetView> {
  public:
-  explicit GtkView(GtkWidget* widget);
-  ~GtkView() override;
+  explicit WidgetView(GtkWidget* widget);
+  ~WidgetView() override;
   /// To be called once by whoever made the view: handlers hold it weakly, which a constructor cannot arrange.
   virtual void watchWidget();
-  GtkView(const GtkView&) = delete;
-  GtkView& operator=(const GtkView&) = delete;
+  WidgetView(const WidgetView&) = delete;
+  WidgetView& operator=(const WidgetView&) = delete;
 
   std::shared_ptr<View> superview() const override;
   std::shared_ptr<Window> window() const override;
@@ -70,7 +70,7 @@ class GtkView : public virtual View, public std::enable_shared_from_this<GtkView
   virtual void didMove() {}
 
  private:
-  friend class GtkAreaView;
+  friend class AdAreaView;
 
   struct Observation {
     std::weak_ptr<KeyValueObserver> observer;
@@ -86,7 +86,7 @@ class GtkView : public virtual View, public std::enable_shared_from_this<GtkView
   std::optional<Rect> placeInWindow() const;
 
   GObjectWeakPtr<GtkWidget> widget_;
-  std::weak_ptr<GtkAreaView> container_;  ///< The area that holds this view as a subview.
+  std::weak_ptr<AdAreaView> container_;  ///< The area that holds this view as a subview.
   Rect frame_;
   bool translates_ = true;
   bool moving_ = false;  ///< Between two parents: what happens on the way is nobody's business.
@@ -99,9 +99,9 @@ class GtkView : public virtual View, public std::enable_shared_from_this<GtkView
 
 /// The view of a widget, made at the first call and kept as long as the widget; null for null. Windows and ad
 /// areas get views of their own kinds.
-std::shared_ptr<GtkView> viewOfWidget(GtkWidget* widget);
+std::shared_ptr<WidgetView> viewOfWidget(GtkWidget* widget);
 
 /// Ties a new view that owns its widget, rather than the other way round, to that widget.
-void setViewOfWidget(GtkWidget* widget, const std::shared_ptr<GtkView>& view);
+void setViewOfWidget(GtkWidget* widget, const std::shared_ptr<WidgetView>& view);
 
 }  // namespace vemora::gtk

@@ -1,10 +1,10 @@
-#include "backends/gtk/ui/GtkView.h"
+#include "backends/gtk/ui/WidgetView.h"
 
 #include "backends/gtk/base/MainThreadObject.h"
+#include "backends/gtk/ui/AdAreaView.h"
 #include "backends/gtk/ui/AdAreaWidget.h"
 #include "backends/gtk/ui/ConstraintSolver.h"
-#include "backends/gtk/ui/GtkAreaView.h"
-#include "backends/gtk/ui/GtkWindowView.h"
+#include "backends/gtk/ui/HostWindowView.h"
 
 #include <algorithm>
 
@@ -14,8 +14,8 @@ namespace {
 
 /// What a widget knows of its view: `owned` where the view belongs to the widget.
 struct ViewTie {
-  std::shared_ptr<GtkView> owned;
-  std::weak_ptr<GtkView> view;
+  std::shared_ptr<WidgetView> owned;
+  std::weak_ptr<WidgetView> view;
 };
 
 GQuark viewQuark() {
@@ -39,41 +39,41 @@ GtkWidget* superviewWidget(GtkWidget* widget) {
   return isParked ? gtk_widget_get_parent(parent) : parent;
 }
 
-const GtkView* asGtkView(const View& view) {
-  return dynamic_cast<const GtkView*>(&view);
+const WidgetView* asWidgetView(const View& view) {
+  return dynamic_cast<const WidgetView*>(&view);
 }
 
 }  // namespace
 
-std::shared_ptr<GtkView> viewOfWidget(GtkWidget* widget) {
+std::shared_ptr<WidgetView> viewOfWidget(GtkWidget* widget) {
   assertMainThread();
   if (!widget) return nullptr;
   if (auto* link = static_cast<ViewTie*>(g_object_get_qdata(G_OBJECT(widget), viewQuark()))) {
     return link->view.lock();
   }
-  std::shared_ptr<GtkView> view;
+  std::shared_ptr<WidgetView> view;
   if (GTK_IS_WINDOW(widget)) {
-    view = makeMainThreadObject<GtkWindowView>(GTK_WINDOW(widget));
+    view = makeMainThreadObject<HostWindowView>(GTK_WINDOW(widget));
   } else if (isAdAreaWidget(widget)) {
-    view = makeMainThreadObject<GtkAreaView>(widget);
+    view = makeMainThreadObject<AdAreaView>(widget);
   } else {
-    view = makeMainThreadObject<GtkView>(widget);
+    view = makeMainThreadObject<WidgetView>(widget);
   }
   tie(widget, {view, view});
   view->watchWidget();
   return view;
 }
 
-void setViewOfWidget(GtkWidget* widget, const std::shared_ptr<GtkView>& view) {
+void setViewOfWidget(GtkWidget* widget, const std::shared_ptr<WidgetView>& view) {
   tie(widget, {nullptr, view});
   view->watchWidget();
 }
 
-GtkView::GtkView(GtkWidget* widget) : widget_(widget) {
+WidgetView::WidgetView(GtkWidget* widget) : widget_(widget) {
   assertMainThread();
 }
 
-void GtkView::watchWidget() {
+void WidgetView::watchWidget() {
   const auto widget = this->widget();
   const auto whenMoved = [weak = weak_from_this()] {
     if (const auto self = weak.lock()) self->widgetMoved();
@@ -87,30 +87,30 @@ void GtkView::watchWidget() {
                                                      });
 }
 
-GtkView::~GtkView() = default;
+WidgetView::~WidgetView() = default;
 
-std::shared_ptr<View> GtkView::superview() const {
+std::shared_ptr<View> WidgetView::superview() const {
   const auto widget = this->widget();
   return widget ? viewOfWidget(superviewWidget(widget.get())) : nullptr;
 }
 
-std::shared_ptr<Window> GtkView::window() const {
+std::shared_ptr<Window> WidgetView::window() const {
   const auto widget = this->widget();
   if (!widget || !gtk_widget_get_mapped(widget.get())) return nullptr;
   GtkRoot* root = gtk_widget_get_root(widget.get());
   return GTK_IS_WINDOW(root) ? std::dynamic_pointer_cast<Window>(viewOfWidget(GTK_WIDGET(root))) : nullptr;
 }
 
-bool GtkView::isHidden() const {
+bool WidgetView::isHidden() const {
   const auto widget = this->widget();
   return !widget || !gtk_widget_get_visible(widget.get());
 }
 
-bool GtkView::isPlacedByUs(GtkWidget* widget) const {
+bool WidgetView::isPlacedByUs(GtkWidget* widget) const {
   return container_.lock() || (!gtk_widget_get_parent(widget) && !GTK_IS_ROOT(widget));
 }
 
-Rect GtkView::frame() const {
+Rect WidgetView::frame() const {
   const auto widget = this->widget();
   if (!widget) return {};
   // A frame that was set is the frame, laid out or not.
@@ -121,7 +121,7 @@ Rect GtkView::frame() const {
                                                                                         : Rect{};
 }
 
-Rect GtkView::bounds() const {
+Rect WidgetView::bounds() const {
   const auto widget = this->widget();
   if (!widget) return {};
   if (isPlacedByUs(widget.get())) {
@@ -132,17 +132,17 @@ Rect GtkView::bounds() const {
   return gtk_widget_compute_bounds(widget.get(), widget.get(), &rect) ? fromGraphene(rect) : Rect{};
 }
 
-bool GtkView::isDescendantOfView(const View& ancestor) const {
+bool WidgetView::isDescendantOfView(const View& ancestor) const {
   const auto widget = this->widget();
-  const GtkView* other = asGtkView(ancestor);
+  const WidgetView* other = asWidgetView(ancestor);
   const auto otherWidget = other ? other->widget() : nullptr;
   if (!widget || !otherWidget) return this == other;
   return widget.get() == otherWidget.get() || gtk_widget_is_ancestor(widget.get(), otherWidget.get());
 }
 
-std::optional<Rect> GtkView::convertRectToView(const Rect& rect, const View& other) const {
+std::optional<Rect> WidgetView::convertRectToView(const Rect& rect, const View& other) const {
   const auto widget = this->widget();
-  const GtkView* target = asGtkView(other);
+  const WidgetView* target = asWidgetView(other);
   const auto targetWidget = target ? target->widget() : nullptr;
   if (!widget || !targetWidget) return std::nullopt;
   GtkRoot* root = gtk_widget_get_root(widget.get());
@@ -156,24 +156,24 @@ std::optional<Rect> GtkView::convertRectToView(const Rect& rect, const View& oth
   return fromGraphene(to);
 }
 
-void GtkView::addSubview(const std::shared_ptr<View>&) {
+void WidgetView::addSubview(const std::shared_ptr<View>&) {
   assertMainThread();
   Platform::shared().system().log(LogLevel::Error, "A widget of the app's takes no ads; ad views do");
 }
 
-void GtkView::removeFromSuperview() {
+void WidgetView::removeFromSuperview() {
   assertMainThread();
   const auto self = shared_from_this();
   if (const auto container = container_.lock()) container->removeSubview(*this);
 }
 
-void GtkView::setFrame(const Rect& frame) {
+void WidgetView::setFrame(const Rect& frame) {
   assertMainThread();
   frame_ = sanitizedFrame(frame);
   setNeedsLayout();
 }
 
-void GtkView::setUserInteractionEnabled(bool enabled) {
+void WidgetView::setUserInteractionEnabled(bool enabled) {
   assertMainThread();
   const auto widget = this->widget();
   if (!widget) return;
@@ -182,10 +182,10 @@ void GtkView::setUserInteractionEnabled(bool enabled) {
 }
 
 // Only web views and areas draw a background of their own.
-void GtkView::setOpaque(bool) {}
-void GtkView::setBackgroundColorBlack() {}
+void WidgetView::setOpaque(bool) {}
+void WidgetView::setBackgroundColorBlack() {}
 
-void GtkView::setTranslatesAutoresizingMaskIntoConstraints(bool translates) {
+void WidgetView::setTranslatesAutoresizingMaskIntoConstraints(bool translates) {
   assertMainThread();
   if (translates == translates_) return;
   // What the constraints made of the view is where the frame takes over.
@@ -194,19 +194,20 @@ void GtkView::setTranslatesAutoresizingMaskIntoConstraints(bool translates) {
   setNeedsLayout();
 }
 
-void GtkView::addConstraint(const std::shared_ptr<LayoutConstraint>&) {
+void WidgetView::addConstraint(const std::shared_ptr<LayoutConstraint>&) {
   assertMainThread();
 }
-void GtkView::removeConstraint(const std::shared_ptr<LayoutConstraint>&) {
+void WidgetView::removeConstraint(const std::shared_ptr<LayoutConstraint>&) {
   assertMainThread();
 }
 
-void GtkView::setNeedsLayout() {
+void WidgetView::setNeedsLayout() {
   assertMainThread();
   if (const auto container = container_.lock()) container->setNeedsLayout();
 }
 
-void GtkView::addObserver(std::weak_ptr<KeyValueObserver> observer, std::string_view keyPath, bool initial) {
+void WidgetView::addObserver(std::weak_ptr<KeyValueObserver> observer, std::string_view keyPath,
+                             bool initial) {
   assertMainThread();
   const auto strong = observer.lock();
   if (!strong) return;
@@ -216,25 +217,25 @@ void GtkView::addObserver(std::weak_ptr<KeyValueObserver> observer, std::string_
   if (initial) strong->observeValueForKeyPath(keyPath);
 }
 
-void GtkView::removeObserver(const KeyValueObserver* observer, std::string_view keyPath) {
+void WidgetView::removeObserver(const KeyValueObserver* observer, std::string_view keyPath) {
   assertMainThread();
   std::erase_if(observations_, [&](const Observation& entry) {
     return entry.identity == observer && entry.keyPath == keyPath;
   });
 }
 
-void GtkView::setLayoutObserver(std::weak_ptr<LayoutObserver> observer) {
+void WidgetView::setLayoutObserver(std::weak_ptr<LayoutObserver> observer) {
   assertMainThread();
   layoutObserver_ = std::move(observer);
   watchLayout();
   lastPlace_ = placeInWindow();
 }
 
-void* GtkView::layer() const {
+void* WidgetView::layer() const {
   return widget().get();
 }
 
-void GtkView::widgetMoved() {
+void WidgetView::widgetMoved() {
   if (moving_) return;
   didMove();
   watchLayout();
@@ -245,7 +246,7 @@ void GtkView::widgetMoved() {
 }
 
 /// A widget is not told when an ancestor moves it. The surface is: it lays out the whole window.
-void GtkView::watchLayout() {
+void WidgetView::watchLayout() {
   surfaceLaidOut_.disconnect();
   lastPlace_.reset();
   const auto widget = this->widget();
@@ -261,13 +262,13 @@ void GtkView::watchLayout() {
       G_CONNECT_AFTER);
 }
 
-void GtkView::windowLaidOut() {
+void WidgetView::windowLaidOut() {
   const auto place = placeInWindow();
   if (!place || place == std::exchange(lastPlace_, place)) return;
   if (const auto observer = layoutObserver_.lock()) observer->viewDidLayout();
 }
 
-std::optional<Rect> GtkView::placeInWindow() const {
+std::optional<Rect> WidgetView::placeInWindow() const {
   const auto widget = this->widget();
   if (!widget || !gtk_widget_get_mapped(widget.get())) return std::nullopt;
   graphene_rect_t place;
@@ -276,7 +277,7 @@ std::optional<Rect> GtkView::placeInWindow() const {
   return fromGraphene(place);
 }
 
-void GtkView::notifyObservers(std::string_view keyPath) {
+void WidgetView::notifyObservers(std::string_view keyPath) {
   const auto snapshot = observations_;
   for (const auto& entry : snapshot) {
     if (entry.keyPath != keyPath) continue;

@@ -1,16 +1,16 @@
-#include "backends/gtk/ui/GtkWindowView.h"
+#include "backends/gtk/ui/HostWindowView.h"
 
 #include "backends/gtk/base/MainThreadObject.h"
 #include "backends/gtk/ui/AdAreaWidget.h"
-#include "backends/gtk/ui/GtkViewController.h"
+#include "backends/gtk/ui/WidgetViewController.h"
 
 namespace vemora::gtk {
 
-void GtkWindowView::watchWidget() {
-  GtkView::watchWidget();
+void HostWindowView::watchWidget() {
+  WidgetView::watchWidget();
   const auto widget = this->widget();
-  const auto self = std::static_pointer_cast<GtkWindowView>(shared_from_this());
-  const std::weak_ptr<GtkWindowView> weak = self;
+  const auto self = std::static_pointer_cast<HostWindowView>(shared_from_this());
+  const std::weak_ptr<HostWindowView> weak = self;
   rootViewController_ = makeMainThreadObject<RootViewController>(self);
   realized_ = connectSignal<void()>(
       widget.get(), "realize",
@@ -33,22 +33,22 @@ void GtkWindowView::watchWidget() {
   });
 }
 
-std::shared_ptr<Window> GtkWindowView::window() const {
+std::shared_ptr<Window> HostWindowView::window() const {
   if (!widget()) return nullptr;
-  return std::const_pointer_cast<GtkWindowView>(
-      std::static_pointer_cast<const GtkWindowView>(shared_from_this()));
+  return std::const_pointer_cast<HostWindowView>(
+      std::static_pointer_cast<const HostWindowView>(shared_from_this()));
 }
 
-std::shared_ptr<ViewController> GtkWindowView::rootViewController() const {
+std::shared_ptr<ViewController> HostWindowView::rootViewController() const {
   return rootViewController_;
 }
 
-void GtkWindowView::addSubview(const std::shared_ptr<View>& view) {
+void HostWindowView::addSubview(const std::shared_ptr<View>& view) {
   assertMainThread();
   if (const auto place = parkingPlace()) place->addSubview(view);
 }
 
-std::shared_ptr<GtkAreaView> GtkWindowView::parkingPlace() {
+std::shared_ptr<AdAreaView> HostWindowView::parkingPlace() {
   const auto window = widget();
   if (!window) return nullptr;
   if (!parking_) {
@@ -58,18 +58,18 @@ std::shared_ptr<GtkAreaView> GtkWindowView::parkingPlace() {
     watchSurface();
     layOutParkingPlace();
   }
-  auto place = std::static_pointer_cast<GtkAreaView>(viewOfWidget(parking_.get()));
+  auto place = std::static_pointer_cast<AdAreaView>(viewOfWidget(parking_.get()));
   place->setEmptyHandler([weak = weak_from_this()] {
-    if (const auto view = weak.lock()) static_cast<GtkWindowView&>(*view).closeParkingPlace();
+    if (const auto view = weak.lock()) static_cast<HostWindowView&>(*view).closeParkingPlace();
   });
   return place;
 }
 
-void GtkWindowView::watchSurface() {
+void HostWindowView::watchSurface() {
   const auto window = widget();
   if (!parking_ || !window || !gtk_widget_get_realized(window.get())) return;
   GdkSurface* surface = gtk_native_get_surface(GTK_NATIVE(window.get()));
-  const std::weak_ptr<GtkWindowView> weak = std::static_pointer_cast<GtkWindowView>(shared_from_this());
+  const std::weak_ptr<HostWindowView> weak = std::static_pointer_cast<HostWindowView>(shared_from_this());
   surfaceLaidOut_ = connectSignal<void(int, int)>(
       surface, "layout",
       [weak](int, int) {
@@ -78,14 +78,14 @@ void GtkWindowView::watchSurface() {
       G_CONNECT_AFTER);
 }
 
-void GtkWindowView::layOutParkingPlace() {
+void HostWindowView::layOutParkingPlace() {
   if (!parking_) return;
   gtk_widget_measure(parking_.get(), GTK_ORIENTATION_HORIZONTAL, -1, nullptr, nullptr, nullptr, nullptr);
   gtk_widget_measure(parking_.get(), GTK_ORIENTATION_VERTICAL, -1, nullptr, nullptr, nullptr, nullptr);
   gtk_widget_allocate(parking_.get(), 0, 0, -1, nullptr);
 }
 
-void GtkWindowView::closeParkingPlace() {
+void HostWindowView::closeParkingPlace() {
   surfaceLaidOut_.disconnect();
   if (const auto parking = std::exchange(parking_, nullptr)) gtk_widget_unparent(parking.get());
 }

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "backends/gtk/ui/GtkView.h"
+#include "backends/gtk/ui/WidgetView.h"
 
 #include <functional>
 #include <memory>
@@ -10,9 +10,9 @@ namespace vemora::gtk {
 
 /// The view of an ad area: the one kind that holds other views. A subview is placed by its fixed frame or by
 /// the constraints that were added here, never by both.
-class GtkAreaView final : public GtkView {
+class AdAreaView final : public WidgetView {
  public:
-  explicit GtkAreaView(GtkWidget* area) : GtkView(area) {}
+  explicit AdAreaView(GtkWidget* area) : WidgetView(area) {}
   void watchWidget() override;
 
   void addSubview(const std::shared_ptr<View>& view) override;
@@ -21,7 +21,7 @@ class GtkAreaView final : public GtkView {
   void setNeedsLayout() override;
   void setBackgroundColorBlack() override;
 
-  void removeSubview(GtkView& view);
+  void removeSubview(WidgetView& view);
   /// Called when the last subview has gone.
   void setEmptyHandler(std::function<void()> handler) { whenEmpty_ = std::move(handler); }
 
@@ -31,7 +31,7 @@ class GtkAreaView final : public GtkView {
   /// Whether a constraint here may refer to it: this view itself or one of its subviews.
   bool isItem(const std::weak_ptr<View>& item) const;
 
-  std::vector<std::shared_ptr<GtkView>> subviews_;
+  std::vector<std::shared_ptr<WidgetView>> subviews_;
   std::vector<std::shared_ptr<LayoutConstraint>> constraints_;
   std::function<void()> whenEmpty_;
   SignalConnection destroyed_;

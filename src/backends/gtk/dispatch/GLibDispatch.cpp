@@ -1,4 +1,4 @@
-#include "backends/gtk/dispatch/GtkDispatch.h"
+#include "backends/gtk/dispatch/GLibDispatch.h"
 
 #include "backends/gtk/GtkPorts.h"
 
@@ -32,59 +32,59 @@ SteadyTime timeAfter(double seconds) {
 }
 
 /// The dispatch that the process's end stops.
-std::atomic<GtkDispatch*> processDispatch{nullptr};
+std::atomic<GLibDispatch*> processDispatch{nullptr};
 
 void stopProcessDispatch() {
-  if (GtkDispatch* dispatch = processDispatch.exchange(nullptr)) dispatch->stopAtProcessEnd();
+  if (GLibDispatch* dispatch = processDispatch.exchange(nullptr)) dispatch->stopAtProcessEnd();
 }
 
 }  // namespace
 
-GtkDispatch::GtkDispatch(std::chrono::milliseconds stopLimit)
+GLibDispatch::GLibDispatch(std::chrono::milliseconds stopLimit)
     : process_(getpid()),
       stopLimit_(stopLimit),
       timers_([this](std::vector<TimerThread::DueBlock>& due) { handOn(due); }) {}
 
-GtkDispatch::~GtkDispatch() {
-  GtkDispatch* self = this;
+GLibDispatch::~GLibDispatch() {
+  GLibDispatch* self = this;
   processDispatch.compare_exchange_strong(self, nullptr);
   stop(SteadyTime::max());
 }
 
-bool GtkDispatch::isMainThread() const {
+bool GLibDispatch::isMainThread() const {
   static thread_local const bool isInitial = syscall(SYS_gettid) == getpid();
   return isInitial;
 }
 
-void GtkDispatch::mainAsync(Work work) {
+void GLibDispatch::mainAsync(Work work) {
   mainQueue_.post(std::move(work));
 }
 
-void GtkDispatch::mainAfter(double seconds, Work work) {
+void GLibDispatch::mainAfter(double seconds, Work work) {
   timers_.arm(timeAfter(seconds), TimerTarget::MainQueue, std::make_shared<DispatchBlock>(std::move(work)));
 }
 
-void GtkDispatch::globalAsync(Work work) {
+void GLibDispatch::globalAsync(Work work) {
   pool_.run(std::move(work));
 }
 
-void GtkDispatch::globalAfter(double seconds, std::shared_ptr<DispatchBlock> block) {
+void GLibDispatch::globalAfter(double seconds, std::shared_ptr<DispatchBlock> block) {
   timers_.arm(timeAfter(seconds), TimerTarget::GlobalQueue, std::move(block));
 }
 
-void GtkDispatch::detachNewThread(Work work) {
+void GLibDispatch::detachNewThread(Work work) {
   pool_.run(std::move(work));
 }
 
-double GtkDispatch::now() const {
+double GLibDispatch::now() const {
   return std::chrono::duration<double>(Clock::now().time_since_epoch()).count();
 }
 
-bool GtkDispatch::waitUntil(Mutex& mutex, std::condition_variable& condition, double deadline) {
+bool GLibDispatch::waitUntil(Mutex& mutex, std::condition_variable& condition, double deadline) {
   return waits_.waitUntil(mutex, condition, timeAt(deadline));
 }
 
-void GtkDispatch::handOn(std::vector<TimerThread::DueBlock>& due) {
+void GLibDispatch::handOn(std::vector<TimerThread::DueBlock>& due) {
   std::vector<std::shared_ptr<DispatchBlock>> cancelled;
   for (auto& [target, block] : due) {
     if (block->isCancelled()) {
@@ -99,7 +99,7 @@ void GtkDispatch::handOn(std::vector<TimerThread::DueBlock>& due) {
   if (!cancelled.empty()) pool_.run([cancelled = std::move(cancelled)] {});
 }
 
-void GtkDispatch::stop(SteadyTime limit) {
+void GLibDispatch::stop(SteadyTime limit) {
   mainQueue_.close();
   timers_.stop();
   waits_.cutShort(limit);
@@ -107,13 +107,13 @@ void GtkDispatch::stop(SteadyTime limit) {
   if (!isMainThread()) mainQueue_.awaitIdle(limit);
 }
 
-void GtkDispatch::stopAtProcessEnd() {
+void GLibDispatch::stopAtProcessEnd() {
   // A forked child that exits has none of these threads.
   if (getpid() == process_) stop(Clock::now() + stopLimit_);
 }
 
-void GtkDispatch::stopWithProcess() {
-  GtkDispatch* none = nullptr;
+void GLibDispatch::stopWithProcess() {
+  GLibDispatch* none = nullptr;
   if (processDispatch.compare_exchange_strong(none, this)) std::atexit(stopProcessDispatch);
 }
 
@@ -122,7 +122,7 @@ void setMainQueueBlockRunner(void (*runner)(const std::function<void()>& block))
 }
 
 std::unique_ptr<Dispatch> makeDispatch() {
-  auto dispatch = std::make_unique<GtkDispatch>();
+  auto dispatch = std::make_unique<GLibDispatch>();
   dispatch->stopWithProcess();
   return dispatch;
 }

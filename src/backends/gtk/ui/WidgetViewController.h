@@ -12,7 +12,7 @@
 namespace vemora::gtk {
 
 class PresentableViewController;
-class GtkWindowView;
+class HostWindowView;
 
 /// True for the windows that the SDK itself opens: they are none of the app's, and never a key window.
 bool isOwnWindow(GtkWindow* window);
@@ -20,8 +20,8 @@ void markOwnWindow(GtkWindow* window);
 
 /// What all controllers of this backend have in common: they can present one other, in a window of its own
 /// above theirs.
-class GtkViewController : public virtual ViewController,
-                          public std::enable_shared_from_this<GtkViewController> {
+class WidgetViewController : public virtual ViewController,
+                             public std::enable_shared_from_this<WidgetViewController> {
  public:
   std::shared_ptr<ViewController> presentedViewController() const override;
   void presentViewController(const std::shared_ptr<ViewController>& controller, bool animated,
@@ -40,16 +40,16 @@ class GtkViewController : public virtual ViewController,
 };
 
 /// Stands for whatever a window of the host's shows.
-class RootViewController final : public GtkViewController {
+class RootViewController final : public WidgetViewController {
  public:
-  explicit RootViewController(const std::shared_ptr<GtkWindowView>& window);
+  explicit RootViewController(const std::shared_ptr<HostWindowView>& window);
 
   std::shared_ptr<View> view() const override;
 
  private:
   GObjectPtr<GtkWindow> hostWindow() const override;
 
-  std::weak_ptr<GtkWindowView> window_;
+  std::weak_ptr<HostWindowView> window_;
 };
 
 /// A controller that can be presented. Its window is modal and transient for the presenter's, and exists only
@@ -60,13 +60,13 @@ class RootViewController final : public GtkViewController {
 /// controller: it leaves its presenter with all that is presented over it, exactly as after
 /// `dismissViewController`, and a web view in it is then in no window, of which its observers hear. The
 /// Escape key belongs to what is shown.
-class PresentableViewController : public GtkViewController {
+class PresentableViewController : public WidgetViewController {
  public:
   ~PresentableViewController() override;
   bool isPresented() const { return static_cast<bool>(window_); }
 
  protected:
-  friend class GtkViewController;
+  friend class WidgetViewController;
 
   GObjectPtr<GtkWindow> hostWindow() const override { return window_; }
   /// Fills the new window and says how large it is to be.
@@ -78,12 +78,13 @@ class PresentableViewController : public GtkViewController {
   void closeByUser();
 
  private:
-  void enter(GtkWindow* parent, std::weak_ptr<GtkViewController> presenter, std::function<void()> completion);
+  void enter(GtkWindow* parent, std::weak_ptr<WidgetViewController> presenter,
+             std::function<void()> completion);
   void awaitFirstFrame();
   void leave();
 
   GObjectPtr<GtkWindow> window_;
-  std::weak_ptr<GtkViewController> presenter_;
+  std::weak_ptr<WidgetViewController> presenter_;
   std::function<void()> completion_;
   SignalConnection closeRequested_, mapped_, painted_;
 };

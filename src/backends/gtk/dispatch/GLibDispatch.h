@@ -23,14 +23,14 @@ namespace vemora::gtk {
 /// destroyed: waits are cut short, the timer thread and the workers are joined, the main queue begins no more
 /// blocks. What had not begun is kept and never run. Work that does not end within a second is left behind,
 /// since an exit must not hang.
-class GtkDispatch final : public Dispatch {
+class GLibDispatch final : public Dispatch {
  public:
   /// How long the end of the process waits for work that runs.
   static constexpr std::chrono::milliseconds kStopLimit{1000};
 
-  explicit GtkDispatch(std::chrono::milliseconds stopLimit = kStopLimit);
+  explicit GLibDispatch(std::chrono::milliseconds stopLimit = kStopLimit);
   /// For tests; the process's own is never destroyed. Main thread.
-  ~GtkDispatch() override;
+  ~GLibDispatch() override;
 
   bool isMainThread() const override;
   void mainAsync(Work work) override;

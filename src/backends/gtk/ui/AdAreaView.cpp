@@ -1,4 +1,4 @@
-#include "backends/gtk/ui/GtkAreaView.h"
+#include "backends/gtk/ui/AdAreaView.h"
 
 #include "backends/gtk/ui/AdAreaWidget.h"
 #include "backends/gtk/ui/ConstraintSolver.h"
@@ -31,9 +31,9 @@ bool mentions(const LayoutConstraint& constraint, const View& view) {
 
 }  // namespace
 
-void GtkAreaView::watchWidget() {
-  GtkView::watchWidget();
-  const std::weak_ptr<GtkAreaView> weak = std::static_pointer_cast<GtkAreaView>(shared_from_this());
+void AdAreaView::watchWidget() {
+  WidgetView::watchWidget();
+  const std::weak_ptr<AdAreaView> weak = std::static_pointer_cast<AdAreaView>(shared_from_this());
   destroyed_ = connectSignal<void()>(widget().get(), "destroy", [weak] {
     const auto self = weak.lock();
     while (self && !self->subviews_.empty()) self->removeSubview(*self->subviews_.back());
@@ -43,9 +43,9 @@ void GtkAreaView::watchWidget() {
   });
 }
 
-void GtkAreaView::addSubview(const std::shared_ptr<View>& view) {
+void AdAreaView::addSubview(const std::shared_ptr<View>& view) {
   assertMainThread();
-  const auto child = std::dynamic_pointer_cast<GtkView>(view);
+  const auto child = std::dynamic_pointer_cast<WidgetView>(view);
   const auto childWidget = child ? child->widget() : nullptr;
   const auto parent = widget();
   if (!childWidget || !parent || child->container_.lock().get() == this) return;
@@ -56,13 +56,13 @@ void GtkAreaView::addSubview(const std::shared_ptr<View>& view) {
   child->moving_ = true;
   if (oldContainer) oldContainer->removeSubview(*child);
   subviews_.push_back(child);
-  child->container_ = std::static_pointer_cast<GtkAreaView>(shared_from_this());
+  child->container_ = std::static_pointer_cast<AdAreaView>(shared_from_this());
   gtk_widget_set_parent(childWidget.get(), parent.get());
   child->moving_ = false;
   child->widgetMoved();
 }
 
-void GtkAreaView::removeSubview(GtkView& view) {
+void AdAreaView::removeSubview(WidgetView& view) {
   const auto entry =
       std::find_if(subviews_.begin(), subviews_.end(), [&](const auto& s) { return s.get() == &view; });
   if (entry == subviews_.end()) return;
@@ -79,7 +79,7 @@ void GtkAreaView::removeSubview(GtkView& view) {
   if (subviews_.empty() && whenEmpty_) whenEmpty_();
 }
 
-void GtkAreaView::addConstraint(const std::shared_ptr<LayoutConstraint>& constraint) {
+void AdAreaView::addConstraint(const std::shared_ptr<LayoutConstraint>& constraint) {
   assertMainThread();
   if (!constraint || std::find(constraints_.begin(), constraints_.end(), constraint) != constraints_.end())
     return;
@@ -88,27 +88,27 @@ void GtkAreaView::addConstraint(const std::shared_ptr<LayoutConstraint>& constra
   queueLayout();
 }
 
-void GtkAreaView::removeConstraint(const std::shared_ptr<LayoutConstraint>& constraint) {
+void AdAreaView::removeConstraint(const std::shared_ptr<LayoutConstraint>& constraint) {
   assertMainThread();
   if (std::erase(constraints_, constraint) > 0) queueLayout();
 }
 
-void GtkAreaView::setNeedsLayout() {
+void AdAreaView::setNeedsLayout() {
   assertMainThread();
   queueLayout();
-  GtkView::setNeedsLayout();
+  WidgetView::setNeedsLayout();
 }
 
-void GtkAreaView::setBackgroundColorBlack() {
+void AdAreaView::setBackgroundColorBlack() {
   assertMainThread();
   if (const auto area = widget()) adAreaSetBlack(area.get());
 }
 
-void GtkAreaView::queueLayout() {
+void AdAreaView::queueLayout() {
   if (const auto area = widget()) gtk_widget_queue_allocate(area.get());
 }
 
-void GtkAreaView::allocateSubviews(int width, int height) {
+void AdAreaView::allocateSubviews(int width, int height) {
   // Nothing of the system is drawn over a window here: the safe area is the whole area.
   std::vector<PlacedView> placed;
   for (const auto& subview : subviews_) placed.push_back({subview.get(), subview->fixedFrame(), false, {}});
@@ -120,7 +120,7 @@ void GtkAreaView::allocateSubviews(int width, int height) {
   }
 }
 
-bool GtkAreaView::isItem(const std::weak_ptr<View>& item) const {
+bool AdAreaView::isItem(const std::weak_ptr<View>& item) const {
   const auto view = item.lock();
   return view && (view.get() == this ||
                   std::any_of(subviews_.begin(), subviews_.end(),

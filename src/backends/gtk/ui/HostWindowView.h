@@ -1,7 +1,7 @@
 #pragma once
 
-#include "backends/gtk/ui/GtkAreaView.h"
-#include "backends/gtk/ui/GtkView.h"
+#include "backends/gtk/ui/AdAreaView.h"
+#include "backends/gtk/ui/WidgetView.h"
 
 #include <memory>
 
@@ -19,9 +19,9 @@ class RootViewController;
 /// lay out children that it does not know, and the toolkit warns about drawing what was not laid out;
 /// therefore it is laid out here, at 0x0, right after the window in each frame. It leaves with the last
 /// parked view, and with the window.
-class GtkWindowView final : public GtkView, public Window {
+class HostWindowView final : public WidgetView, public Window {
  public:
-  explicit GtkWindowView(GtkWindow* window) : GtkView(GTK_WIDGET(window)) {}
+  explicit HostWindowView(GtkWindow* window) : WidgetView(GTK_WIDGET(window)) {}
   void watchWidget() override;
 
   std::shared_ptr<Window> window() const override;
@@ -30,7 +30,7 @@ class GtkWindowView final : public GtkView, public Window {
   void addSubview(const std::shared_ptr<View>& view) override;
 
  private:
-  std::shared_ptr<GtkAreaView> parkingPlace();
+  std::shared_ptr<AdAreaView> parkingPlace();
   void watchSurface();
   void layOutParkingPlace();
   void closeParkingPlace();

@@ -12,7 +12,7 @@ namespace vemora::gtk {
 
 namespace {
 
-class GtkBundle final : public Bundle {
+class HostBundle final : public Bundle {
  public:
   std::optional<std::string> mainInfo(std::string_view key) override {
     return InfoDictionary::shared().entry(key);
@@ -45,7 +45,7 @@ class GtkBundle final : public Bundle {
 }  // namespace
 
 std::unique_ptr<Bundle> makeBundle() {
-  return std::make_unique<GtkBundle>();
+  return std::make_unique<HostBundle>();
 }
 
 }  // namespace vemora::gtk

@@ -12,7 +12,7 @@ namespace vemora::gtk {
 
 namespace {
 
-class GtkSystem final : public System {
+class DesktopSystem final : public System {
  public:
   void log(LogLevel level, std::string_view line) override {
     // Log writers take UTF-8 up to the first zero byte. Zero bytes and invalid ones become U+FFFD.
@@ -38,7 +38,7 @@ class GtkSystem final : public System {
 }  // namespace
 
 std::unique_ptr<System> makeSystem() {
-  return std::make_unique<GtkSystem>();
+  return std::make_unique<DesktopSystem>();
 }
 
 }  // namespace vemora::gtk

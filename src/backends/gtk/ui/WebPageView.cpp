@@ -1,11 +1,11 @@
-#include "backends/gtk/ui/GtkWebView.h"
+#include "backends/gtk/ui/WebPageView.h"
 
 #include "backends/gtk/base/GErrorConversion.h"
 #include "backends/gtk/base/HttpFields.h"
 #include "backends/gtk/base/MainThreadObject.h"
 #include "backends/gtk/ui/GLContextKeeper.h"
-#include "backends/gtk/ui/GtkUserContentController.h"
 #include "backends/gtk/ui/NetworkSessions.h"
+#include "backends/gtk/ui/PageContentController.h"
 #include "base/Utf8.h"
 
 #include <libsoup/soup.h>
@@ -19,9 +19,9 @@ namespace {
 /// The page cannot be scrolled by wheel, keys or touch and shows no bars; its own scripts still can.
 constexpr char kNoScrolling[] = "html { overflow: hidden !important; overscroll-behavior: none !important; }";
 
-std::shared_ptr<GtkUserContentController> contentControllerOf(const WebViewConfiguration& configuration) {
-  auto own = std::dynamic_pointer_cast<GtkUserContentController>(configuration.userContentController);
-  return own ? own : makeMainThreadObject<GtkUserContentController>();
+std::shared_ptr<PageContentController> contentControllerOf(const WebViewConfiguration& configuration) {
+  auto own = std::dynamic_pointer_cast<PageContentController>(configuration.userContentController);
+  return own ? own : makeMainThreadObject<PageContentController>();
 }
 
 /// A page that was shown and then has no size at all waits for a frame that is never drawn, and never
@@ -42,7 +42,7 @@ GObjectPtr<WebKitSettings> settingsFor(const WebViewConfiguration& configuration
 }
 
 GObjectPtr<WebKitWebView> newWebKitWebView(const WebViewConfiguration& configuration,
-                                           const GtkUserContentController& contentController) {
+                                           const PageContentController& contentController) {
   const GLContextKeeper keeper;
   const auto session = adNetworkSession();
   const auto settings = settingsFor(configuration);
@@ -95,18 +95,19 @@ class FlagWhile {
 
 }  // namespace
 
-struct GtkWebView::Evaluation {
-  std::weak_ptr<GtkWebView> view;
+struct WebPageView::Evaluation {
+  std::weak_ptr<WebPageView> view;
   Evaluated completion;
   std::uint64_t terminations;
 };
 
-std::shared_ptr<GtkWebView> GtkWebView::create(const Rect& frame, const WebViewConfiguration& configuration) {
+std::shared_ptr<WebPageView> WebPageView::create(const Rect& frame,
+                                                 const WebViewConfiguration& configuration) {
   assertMainThread();
   WebViewConfiguration own = configuration;
   const auto contentController = contentControllerOf(configuration);
   own.userContentController = contentController;
-  auto view = makeMainThreadObject<GtkWebView>(newWebKitWebView(own, *contentController), own);
+  auto view = makeMainThreadObject<WebPageView>(newWebKitWebView(own, *contentController), own);
   setViewOfWidget(GTK_WIDGET(view->webKit()), view);
   gtk_widget_set_size_request(GTK_WIDGET(view->webKit()), kMinimumExtent, kMinimumExtent);
   view->setFrame(frame);
@@ -116,21 +117,21 @@ std::shared_ptr<GtkWebView> GtkWebView::create(const Rect& frame, const WebViewC
   return view;
 }
 
-GtkWebView::GtkWebView(GObjectPtr<WebKitWebView> webView, const WebViewConfiguration& configuration)
-    : GtkView(GTK_WIDGET(webView.get())),
+WebPageView::WebPageView(GObjectPtr<WebKitWebView> webView, const WebViewConfiguration& configuration)
+    : WidgetView(GTK_WIDGET(webView.get())),
       configuration_(configuration),
       contentController_(
-          std::static_pointer_cast<GtkUserContentController>(configuration.userContentController)),
+          std::static_pointer_cast<PageContentController>(configuration.userContentController)),
       webView_(std::move(webView)) {}
 
-GtkWebView::~GtkWebView() {
+WebPageView::~WebPageView() {
   assertMainThread();
   connections_.clear();
   if (gtk_widget_get_parent(GTK_WIDGET(webKit()))) gtk_widget_unparent(GTK_WIDGET(webKit()));
 }
 
-std::weak_ptr<GtkWebView> GtkWebView::weakSelf() {
-  return std::static_pointer_cast<GtkWebView>(shared_from_this());
+std::weak_ptr<WebPageView> WebPageView::weakSelf() {
+  return std::static_pointer_cast<WebPageView>(shared_from_this());
 }
 
 /// Connects a handler that gets a strong reference to this view before the signal's own parameters.
@@ -140,7 +141,7 @@ struct WithSelf;
 template <typename Result, typename... Arguments>
 struct WithSelf<Result(Arguments...)> {
   template <typename Handler>
-  static std::function<Result(Arguments...)> bind(std::weak_ptr<GtkWebView> weak, Handler handler) {
+  static std::function<Result(Arguments...)> bind(std::weak_ptr<WebPageView> weak, Handler handler) {
     return [weak = std::move(weak), handler = std::move(handler)](Arguments... arguments) -> Result {
       const auto self = weak.lock();
       if (!self) return Result();
@@ -150,25 +151,25 @@ struct WithSelf<Result(Arguments...)> {
 };
 
 template <typename Signature, typename Handler>
-void GtkWebView::on(const char* signal, Handler handler) {
+void WebPageView::on(const char* signal, Handler handler) {
   connections_.push_back(
       connectSignal<Signature>(webKit(), signal, WithSelf<Signature>::bind(weakSelf(), std::move(handler))));
 }
 
-void GtkWebView::watchPage() {
+void WebPageView::watchPage() {
   on<void(WebKitLoadEvent)>("load-changed",
-                            [](GtkWebView& self, WebKitLoadEvent event) { self.loadChanged(event); });
+                            [](WebPageView& self, WebKitLoadEvent event) { self.loadChanged(event); });
   // Errors of certificates come here as well when nobody handles them apart.
   on<gboolean(WebKitLoadEvent, char*, GError*)>(
-      "load-failed", [](GtkWebView& self, WebKitLoadEvent event, char*, GError* error) -> gboolean {
+      "load-failed", [](WebPageView& self, WebKitLoadEvent event, char*, GError* error) -> gboolean {
         self.loadFailed(event, *error);
         return TRUE;
       });
   on<void(WebKitWebProcessTerminationReason)>(
       "web-process-terminated",
-      [](GtkWebView& self, WebKitWebProcessTerminationReason) { self.processTerminated(); });
+      [](WebPageView& self, WebKitWebProcessTerminationReason) { self.processTerminated(); });
   on<GtkWidget*(WebKitNavigationAction*)>(
-      "create", [](GtkWebView& self, WebKitNavigationAction* action) -> GtkWidget* {
+      "create", [](WebPageView& self, WebKitNavigationAction* action) -> GtkWidget* {
         const char* uri = webkit_uri_request_get_uri(webkit_navigation_action_get_request(action));
         const auto delegate = self.uiDelegate_.lock();
         if (delegate)
@@ -177,34 +178,35 @@ void GtkWebView::watchPage() {
       });
   on<gboolean(WebKitScriptDialog*)>(
       "script-dialog",
-      [](GtkWebView& self, WebKitScriptDialog* dialog) -> gboolean { return self.runScriptDialog(dialog); });
+      [](WebPageView& self, WebKitScriptDialog* dialog) -> gboolean { return self.runScriptDialog(dialog); });
 }
 
-void GtkWebView::refuseBrowserFeatures() {
+void WebPageView::refuseBrowserFeatures() {
   on<gboolean(WebKitContextMenu*, WebKitHitTestResult*)>(
-      "context-menu", [](GtkWebView&, WebKitContextMenu*, WebKitHitTestResult*) -> gboolean { return TRUE; });
+      "context-menu",
+      [](WebPageView&, WebKitContextMenu*, WebKitHitTestResult*) -> gboolean { return TRUE; });
   on<gboolean(WebKitPrintOperation*)>("print",
-                                      [](GtkWebView&, WebKitPrintOperation*) -> gboolean { return TRUE; });
+                                      [](WebPageView&, WebKitPrintOperation*) -> gboolean { return TRUE; });
   on<gboolean(WebKitNotification*)>("show-notification",
-                                    [](GtkWebView&, WebKitNotification*) -> gboolean { return TRUE; });
+                                    [](WebPageView&, WebKitNotification*) -> gboolean { return TRUE; });
   on<gboolean(WebKitFileChooserRequest*)>("run-file-chooser",
-                                          [](GtkWebView&, WebKitFileChooserRequest* request) -> gboolean {
+                                          [](WebPageView&, WebKitFileChooserRequest* request) -> gboolean {
                                             webkit_file_chooser_request_cancel(request);
                                             return TRUE;
                                           });
   on<gboolean(WebKitPermissionRequest*)>("permission-request",
-                                         [](GtkWebView&, WebKitPermissionRequest* request) -> gboolean {
+                                         [](WebPageView&, WebKitPermissionRequest* request) -> gboolean {
                                            webkit_permission_request_deny(request);
                                            return TRUE;
                                          });
   on<gboolean(WebKitAuthenticationRequest*)>(
-      "authenticate", [](GtkWebView&, WebKitAuthenticationRequest* request) -> gboolean {
+      "authenticate", [](WebPageView&, WebKitAuthenticationRequest* request) -> gboolean {
         webkit_authentication_request_cancel(request);
         return TRUE;
       });
   on<gboolean(WebKitPolicyDecision*, WebKitPolicyDecisionType)>(
       "decide-policy",
-      [](GtkWebView&, WebKitPolicyDecision* decision, WebKitPolicyDecisionType type) -> gboolean {
+      [](WebPageView&, WebKitPolicyDecision* decision, WebKitPolicyDecisionType type) -> gboolean {
         if (type != WEBKIT_POLICY_DECISION_TYPE_RESPONSE) return FALSE;
         // What cannot be shown would be downloaded.
         if (webkit_response_policy_decision_is_mime_type_supported(
@@ -216,28 +218,28 @@ void GtkWebView::refuseBrowserFeatures() {
       });
 }
 
-Rect GtkWebView::frame() const {
-  Rect frame = GtkView::frame();
+Rect WebPageView::frame() const {
+  Rect frame = WidgetView::frame();
   if (frame.width <= kMinimumExtent) frame.width = 0;
   if (frame.height <= kMinimumExtent) frame.height = 0;
   return frame;
 }
 
-void GtkWebView::didMove() {
+void WebPageView::didMove() {
   webkit_web_view_set_is_muted(webKit(), gtk_widget_get_root(GTK_WIDGET(webKit())) == nullptr);
 }
 
-void GtkWebView::setNavigationDelegate(std::weak_ptr<WebViewNavigationDelegate> delegate) {
+void WebPageView::setNavigationDelegate(std::weak_ptr<WebViewNavigationDelegate> delegate) {
   assertMainThread();
   navigationDelegate_ = std::move(delegate);
 }
 
-void GtkWebView::setUIDelegate(std::weak_ptr<WebViewUIDelegate> delegate) {
+void WebPageView::setUIDelegate(std::weak_ptr<WebViewUIDelegate> delegate) {
   assertMainThread();
   uiDelegate_ = std::move(delegate);
 }
 
-void GtkWebView::loadRequest(const URLRequest& request) {
+void WebPageView::loadRequest(const URLRequest& request) {
   assertMainThread();
   processGone_ = false;
   const FlagWhile inside(insideCall_);
@@ -250,13 +252,13 @@ void GtkWebView::loadRequest(const URLRequest& request) {
   webkit_web_view_load_request(webKit(), toolkit.get());
 }
 
-void GtkWebView::stopLoading() {
+void WebPageView::stopLoading() {
   assertMainThread();
   const FlagWhile inside(insideCall_);
   webkit_web_view_stop_loading(webKit());
 }
 
-void GtkWebView::loadChanged(WebKitLoadEvent event) {
+void WebPageView::loadChanged(WebKitLoadEvent event) {
   if (event == WEBKIT_LOAD_STARTED) loadFailed_ = false;
   if (event == WEBKIT_LOAD_COMMITTED) {
     // An address that WebKit refuses (a restricted port, say) it answers with the blank page and no error.
@@ -272,7 +274,7 @@ void GtkWebView::loadChanged(WebKitLoadEvent event) {
   tellNavigation([](WebViewNavigationDelegate& delegate) { delegate.webViewDidFinishNavigation(); });
 }
 
-void GtkWebView::loadFailed(WebKitLoadEvent event, const GError& error) {
+void WebPageView::loadFailed(WebKitLoadEvent event, const GError& error) {
   loadFailed_ = true;
   const bool provisional = event == WEBKIT_LOAD_STARTED || event == WEBKIT_LOAD_REDIRECTED;
   tellNavigation([provisional, error = errorFromGError(error)](WebViewNavigationDelegate& delegate) {
@@ -284,7 +286,7 @@ void GtkWebView::loadFailed(WebKitLoadEvent event, const GError& error) {
   });
 }
 
-void GtkWebView::failProvisionally(const char* description) {
+void WebPageView::failProvisionally(const char* description) {
   tellNavigation([description](WebViewNavigationDelegate& delegate) {
     delegate.webViewDidFailProvisionalNavigation({g_quark_to_string(WEBKIT_POLICY_ERROR),
                                                   WEBKIT_POLICY_ERROR_CANNOT_SHOW_URI,
@@ -295,14 +297,14 @@ void GtkWebView::failProvisionally(const char* description) {
   });
 }
 
-void GtkWebView::processTerminated() {
+void WebPageView::processTerminated() {
   processGone_ = true;
   ++terminations_;
   tellNavigation(
       [](WebViewNavigationDelegate& delegate) { delegate.webViewWebContentProcessDidTerminate(); });
 }
 
-void GtkWebView::tellNavigation(std::function<void(WebViewNavigationDelegate&)> what) {
+void WebPageView::tellNavigation(std::function<void(WebViewNavigationDelegate&)> what) {
   if (insideCall_) {
     dispatch().mainAsync([weak = weakSelf(), what = std::move(what)] {
       if (const auto self = weak.lock()) self->tellNavigation(what);
@@ -312,7 +314,7 @@ void GtkWebView::tellNavigation(std::function<void(WebViewNavigationDelegate&)> 
   if (const auto delegate = navigationDelegate_.lock()) what(*delegate);
 }
 
-bool GtkWebView::runScriptDialog(WebKitScriptDialog* dialog) {
+bool WebPageView::runScriptDialog(WebKitScriptDialog* dialog) {
   if (webkit_script_dialog_get_dialog_type(dialog) == WEBKIT_SCRIPT_DIALOG_BEFORE_UNLOAD_CONFIRM) {
     webkit_script_dialog_confirm_set_confirmed(dialog, TRUE);
     return true;
@@ -337,7 +339,7 @@ bool GtkWebView::runScriptDialog(WebKitScriptDialog* dialog) {
   return true;
 }
 
-void GtkWebView::evaluateJavaScript(std::string_view script, Evaluated completion) {
+void WebPageView::evaluateJavaScript(std::string_view script, Evaluated completion) {
   assertMainThread();
   // WebKit runs nothing and calls it a success.
   if (!isUtf8(script)) return failLater(std::move(completion), scriptError("The script is not valid UTF-8"));
@@ -352,7 +354,7 @@ void GtkWebView::evaluateJavaScript(std::string_view script, Evaluated completio
       evaluation);
 }
 
-void GtkWebView::finishEvaluation(Evaluation& evaluation, GAsyncResult* result) {
+void WebPageView::finishEvaluation(Evaluation& evaluation, GAsyncResult* result) {
   GError* rawError = nullptr;
   const auto value =
       GObjectPtr<JSCValue>::adopt(webkit_web_view_evaluate_javascript_finish(webKit(), result, &rawError));
@@ -373,14 +375,14 @@ void GtkWebView::finishEvaluation(Evaluation& evaluation, GAsyncResult* result) 
   });
 }
 
-void GtkWebView::failLater(Evaluated completion, VMRError error) {
+void WebPageView::failLater(Evaluated completion, VMRError error) {
   if (!completion) return;
   dispatch().mainAsync([weak = weakSelf(), completion = std::move(completion), error = std::move(error)] {
     if (weak.lock()) completion(error);
   });
 }
 
-void GtkWebView::setScrollEnabled(bool enabled) {
+void WebPageView::setScrollEnabled(bool enabled) {
   assertMainThread();
   if (std::exchange(scrollEnabled_, enabled) == enabled) return;
   WebKitUserContentManager* manager = contentController_->manager();
@@ -395,26 +397,26 @@ void GtkWebView::setScrollEnabled(bool enabled) {
 }
 
 // Nothing is drawn over a window's content here: a page has no insets to begin with.
-void GtkWebView::setContentInsetAdjustmentNever() {
+void WebPageView::setContentInsetAdjustmentNever() {
   assertMainThread();
 }
-void GtkWebView::setContentInset(const EdgeInsets&) {
+void WebPageView::setContentInset(const EdgeInsets&) {
   assertMainThread();
 }
 
-void GtkWebView::setOpaque(bool opaque) {
+void WebPageView::setOpaque(bool opaque) {
   assertMainThread();
   opaque_ = opaque;
   updateBackground();
 }
 
-void GtkWebView::setBackgroundColorBlack() {
+void WebPageView::setBackgroundColorBlack() {
   assertMainThread();
   black_ = true;
   updateBackground();
 }
 
-void GtkWebView::updateBackground() {
+void WebPageView::updateBackground() {
   const float level = black_ ? 0 : 1;
   const GdkRGBA colour{level, level, level, opaque_ || black_ ? 1.0F : 0.0F};
   webkit_web_view_set_background_color(webKit(), &colour);
