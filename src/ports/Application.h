@@ -11,19 +11,22 @@
 
 namespace vemora {
 
-/// Posted on the default notification centre, on the main thread, when the application as a whole stops or
-/// becomes the one in use. Focus that moves between the application's own windows is neither.
+/// Posted on the default notification centre, on the main thread, when the application as a whole becomes
+/// inactive or active. Focus that moves between windows of the application posts neither.
 inline constexpr char UIApplicationWillResignActiveNotification[] =
     "UIApplicationWillResignActiveNotification";
 inline constexpr char UIApplicationDidBecomeActiveNotification[] = "UIApplicationDidBecomeActiveNotification";
 
-/// The host application's windows, and what can be put into them.
+/// The windows of the host application, and a factory for what is shown in them.
 ///
-/// Lifetime: as long as the platform; what it makes belongs to the caller.
-/// Threads: the main thread, save `webViewUserAgent`'s result, which never changes.
-/// Completion: everything acts at once.
-/// Errors: without a window `keyWindow` is null; without an in-app browser, or for an address that it cannot
-/// show, `createSafariViewController` returns null.
+/// Lifetime: Lives as long as the platform. The caller owns the objects that it creates.
+///
+/// Threads: Main thread only. The result of `webViewUserAgent` never changes and may be used on any thread.
+///
+/// Completion: Operations take effect before they return.
+///
+/// Errors: `keyWindow` returns null when there is no window. `createSafariViewController` returns null when
+/// there is no in-app browser or when the browser cannot show the address.
 class Application {
  public:
   virtual ~Application() = default;
@@ -36,7 +39,7 @@ class Application {
   virtual std::shared_ptr<ViewController> createViewController(const ViewControllerTraits& traits) = 0;
   virtual std::shared_ptr<SFSafariViewController> createSafariViewController(const URL& url) = 0;
   virtual void showAlert(std::string_view title, std::string_view message, std::string_view button) = 0;
-  /// What "navigator.userAgent" says in a new web view; absent when there is no answer.
+  /// The value of "navigator.userAgent" in a new web view; absent when it cannot be read.
   virtual std::optional<std::string> webViewUserAgent() = 0;
 };
 

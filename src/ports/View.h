@@ -43,13 +43,16 @@ class LayoutObserver {
 
 /// A rectangle on the screen that holds other views.
 ///
-/// Lifetime: superviews hold subviews strongly; `superview` and `window` point back weakly. Observers and the
-/// items of constraints are held weakly. A constraint goes with the superview that it was added to or with
-/// either of its items.
-/// Threads: the main thread, destruction included.
-/// Completion: everything acts at once, except layout, which follows `setNeedsLayout` before the next frame.
-/// Errors: none. Sizes that are not finite or are negative count as 0; constraints between views that share
-/// no superview are ignored.
+/// Lifetime: A superview holds its subviews strongly. `superview`, `window`, observers and the items of
+/// constraints are held weakly. A constraint is removed when its superview or one of its items is destroyed.
+///
+/// Threads: Main thread only, including destruction.
+///
+/// Completion: Operations take effect before they return. Layout is the exception: it runs after
+/// `setNeedsLayout` and before the next frame.
+///
+/// Errors: None. Negative and non-finite sizes count as 0. Constraints between views without a common
+/// superview are ignored.
 class View {
  public:
   virtual ~View() = default;
@@ -71,13 +74,13 @@ class View {
   virtual void setOpaque(bool opaque) = 0;
   virtual void setBackgroundColorBlack() = 0;
 
-  /// While true (as at first), the frame that was set holds; while false, constraints decide.
+  /// While true (the default), the frame that was set applies. While false, constraints determine the frame.
   virtual void setTranslatesAutoresizingMaskIntoConstraints(bool translates) = 0;
   virtual void addConstraint(const std::shared_ptr<LayoutConstraint>& constraint) = 0;
   virtual void removeConstraint(const std::shared_ptr<LayoutConstraint>& constraint) = 0;
   virtual void setNeedsLayout() = 0;
 
-  /// With `initial`, the observer hears of the key at once as well.
+  /// With `initial`, the observer is also notified once inside this call.
   virtual void addObserver(std::weak_ptr<KeyValueObserver> observer, std::string_view keyPath,
                            bool initial) = 0;
   virtual void removeObserver(const KeyValueObserver* observer, std::string_view keyPath) = 0;
@@ -85,7 +88,7 @@ class View {
   /// that changed frame or place, once for each change.
   virtual void setLayoutObserver(std::weak_ptr<LayoutObserver> observer) = 0;
 
-  /// What an outside measurement library is told to watch: the platform's own layer or view.
+  /// The platform's native layer or view, for third-party measurement libraries.
   virtual void* layer() const = 0;
 };
 

@@ -21,15 +21,17 @@ class PresentationControllerDelegate {
   virtual void presentationControllerDidDismiss() = 0;
 };
 
-/// A screenful that can be presented over another.
+/// Controls a view that fills a window and can be presented over another controller.
 ///
-/// Lifetime: a controller holds its view and the controller that it presented strongly, the latter until it
-/// is dismissed.
-/// Threads: the main thread, destruction included.
-/// Completion: `completion` runs on the main thread once the presented view is on screen, and never when it
-/// does not get there. Dismissal runs on by itself.
-/// Errors: presenting while something is presented already, or from a controller that is in no window, does
-/// nothing.
+/// Lifetime: A controller holds its view strongly. It also holds the controller that it presents, until that
+/// one is dismissed.
+///
+/// Threads: Main thread only, including destruction.
+///
+/// Completion: `completion` runs on the main thread once the presented view is on screen. It never runs when
+/// the presentation fails. Dismissal is asynchronous and reports no completion.
+///
+/// Errors: None. Presenting is a no-op when the controller already presents another one or is in no window.
 class ViewController {
  public:
   virtual ~ViewController() = default;
@@ -49,7 +51,7 @@ class SFSafariViewController;
 class SFSafariViewControllerDelegate {
  public:
   virtual ~SFSafariViewControllerDelegate() = default;
-  /// The user closed the browser; once for each browser.
+  /// The user closed the browser. Called once for each browser.
   virtual void safariViewControllerDidFinish(const std::shared_ptr<SFSafariViewController>& controller) = 0;
 };
 

@@ -14,8 +14,8 @@
 
 namespace vemora {
 
-/// What the page posted to a named handler. A structured object is decoded as an object; text, numbers,
-/// arrays and the rest come as what they are; what cannot be decoded at all comes as its text.
+/// A message that the page posted to a named handler. The body keeps its JSON type. A value that JSON cannot
+/// represent is passed as its text.
 struct ScriptMessage {
   std::string name;
   JsonValue body;
@@ -63,14 +63,17 @@ struct EdgeInsets {
   double top = 0, left = 0, bottom = 0, right = 0;
 };
 
-/// A view that shows a web page in a process of its own.
+/// A view that shows a web page in a separate process.
 ///
-/// Lifetime: delegates are held weakly. The configuration, with its content controller, is held strongly.
-/// Threads: the main thread, destruction included; every callback comes on it.
-/// Completion: the completion of `evaluateJavaScript` runs exactly once, with an error or none, unless the
-/// view goes first; the value of the script is dropped, and a value that cannot leave the page is no error.
-/// Delegates are notified of the end of a navigation, never before the call that started it has returned.
-/// Errors: domain and code are the platform's own.
+/// Lifetime: Delegates are held weakly. The configuration and its content controller are held strongly.
+///
+/// Threads: Main thread only, including destruction. Every callback runs on the main thread.
+///
+/// Completion: `evaluateJavaScript` completes exactly once, unless the view is destroyed before. The value of
+/// the script is discarded; a value that cannot be serialized is not an error. Delegates are notified when a
+/// navigation ends, never before the call that started it has returned.
+///
+/// Errors: Domain and code are those of the platform.
 class WebView : public virtual View {
  public:
   virtual const WebViewConfiguration& configuration() const = 0;
