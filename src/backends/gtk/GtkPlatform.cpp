@@ -7,7 +7,7 @@ namespace {
 
 using namespace gtk;
 
-/// Makes each port at its first use, so that a process pays only for what it asks for.
+/// Creates each port at its first use, so that a process pays only for the ports it uses.
 template <typename Port, auto Make>
 class LazyPort {
  public:

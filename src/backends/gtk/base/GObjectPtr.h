@@ -21,7 +21,7 @@ using glib::GStringPtr;
 using glib::GUriPtr;
 using glib::GVariantPtr;
 
-/// Owns one reference to a GObject. C types do not tell who owns a reference, so each factory names the case:
+/// Owns one reference to a GObject. C types do not show who owns a reference, so each factory names the case:
 /// `adopt` takes over the caller's reference ("transfer full"), `retain` adds a reference to a borrowed
 /// object ("transfer none"), and `sink` takes over a floating reference.
 template <typename T>

@@ -8,7 +8,7 @@
 #include <string_view>
 #include <vector>
 
-/// The certificates that the host app trusts beside the system's, each for one host. From any thread.
+/// The certificates that the host app trusts in addition to the system's, each for one host. Thread-safe.
 namespace vemora::gtk {
 
 struct TrustedCertificate {

@@ -16,7 +16,7 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-/// Longer than anybody waits, and short enough for the clock's own type.
+/// Longer than any real wait, and within the range of the clock's type.
 constexpr double kFarFuture = 1e9;
 
 SteadyTime timeAt(double seconds) {
@@ -95,7 +95,7 @@ void GLibDispatch::handOn(std::vector<TimerThread::DueBlock>& due) {
       pool_.run([block = std::move(block)] { block->run(); });
     }
   }
-  // What they hold may take its time to go: not on the timer thread.
+  // Destroying what the blocks hold may take time, so it does not happen on the timer thread.
   if (!cancelled.empty()) pool_.run([cancelled = std::move(cancelled)] {});
 }
 

@@ -9,8 +9,8 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-/// How long a pass may begin new blocks, and how long the queue may be busy before it stands back for one
-/// turn.
+/// How long a pass may begin new blocks, and how long the queue may stay busy before it yields for one
+/// iteration.
 constexpr std::chrono::milliseconds kPass{4};
 
 }  // namespace

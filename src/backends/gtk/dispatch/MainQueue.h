@@ -15,9 +15,9 @@ namespace vemora::gtk {
 /// Blocks for the main thread, in the order in which they were given, as one source of the default main
 /// context.
 ///
-/// One source for all, and not one for each block: a source is dear to make, and the order of separate ones
-/// is nobody's promise. The context is woken only when the queue was empty. A pass runs what was there when
-/// it began, for a few milliseconds at most; a queue that does not run empty stands back now and then, since
+/// All blocks share one source: creating a source is expensive, and GLib does not guarantee the order of
+/// separate ones. The context is woken only when the queue was empty. A pass runs the blocks that were queued
+/// when it began, for a few milliseconds at most. A queue that stays busy yields now and then, because
 /// drawing has a lower priority.
 ///
 /// `post` may be called from any thread; the rest belongs to the owner.

@@ -14,15 +14,15 @@
 
 namespace vemora::gtk {
 
-/// Where a block runs when its time has come.
+/// Where a block runs when it is due.
 enum class TimerTarget : std::uint8_t { MainQueue, GlobalQueue };
 
-/// Keeps blocks until their time and then hands them on; runs none itself.
+/// Keeps blocks until they are due and then passes them to a handler. Runs none itself.
 ///
 /// Nearly every block is the time-out of a call that was answered: it is armed, cancelled a moment later, and
-/// stays for seconds. So arming is the cheap operation (one insertion, mostly at the end of the map, and no
-/// wake-up unless the new deadline is the earliest), cancelling does not come here at all, and cancelled
-/// blocks are let go of in groups, a little after their time, instead of waking the thread for each.
+/// due seconds later. So arming is cheap: one insertion, mostly at the end of the map, and no wake-up unless
+/// the new deadline is the earliest. Cancelling does not involve this class. Cancelled blocks are released in
+/// groups, shortly after their deadline, instead of waking the thread for each.
 ///
 /// The thread starts with the first block. `arm` may be called from any thread; blocks of the same deadline
 /// keep the order in which they were armed.
@@ -32,7 +32,8 @@ class TimerThread {
     TimerTarget target;
     std::shared_ptr<DispatchBlock> block;
   };
-  /// Takes what it wants out of the list. Called on the timer thread, without a lock; must not wait.
+  /// Moves the blocks that it accepts out of the list. Called on the timer thread without a lock. Must not
+  /// block.
   using Handler = std::function<void(std::vector<DueBlock>&)>;
 
   explicit TimerThread(Handler handler) : handler_(std::move(handler)) {}
@@ -41,7 +42,7 @@ class TimerThread {
   TimerThread& operator=(const TimerThread&) = delete;
 
   void arm(SteadyTime deadline, TimerTarget target, std::shared_ptr<DispatchBlock> block);
-  /// Ends the thread. Blocks that are not due, or come later, are kept and never handed on.
+  /// Ends the thread. Blocks that are not due, or come later, are kept and never passed on.
   void stop();
 
  private:

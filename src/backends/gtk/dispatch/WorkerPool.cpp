@@ -76,8 +76,8 @@ bool WorkerPool::awaitWork(Workers::iterator self) {
     if (!stopping_) ended.splice(ended.begin(), left_);
     left_.splice(left_.begin(), idle_, self);
     workerLeft_.notify_all();
-    // Whoever stops the pool joins all of them, or has let this thread go: then the pool may be gone any
-    // moment.
+    // The thread that stops the pool either joins all workers or has detached this one. A detached worker
+    // must not touch the pool, which may be destroyed at any moment.
     if (stopping_) return false;
   }
   join(ended);

@@ -13,11 +13,10 @@
 
 namespace vemora::gtk {
 
-/// Threads for work that may wait as long as it likes. Work is never queued behind other work: it is given to
-/// the worker that went idle last, or else to a new thread. Workers that nobody needed for some seconds
-/// leave.
+/// Threads for work that may block for any time. Work is never queued behind other work: it goes to the
+/// worker that became idle last, or else to a new thread. Workers that were idle for some seconds end.
 ///
-/// To its user it is a fresh thread for each piece of work, at a fifth of the price.
+/// For the caller it behaves like a new thread for each piece of work, at a fifth of the cost.
 ///
 /// Work is destroyed on the thread that ran it, before that thread takes more. `run` may be called from any
 /// thread, also from a worker.
@@ -28,14 +27,14 @@ class WorkerPool {
   static constexpr std::chrono::milliseconds kIdleTime{5000};
 
   explicit WorkerPool(std::chrono::milliseconds idleTime = kIdleTime) : idleTime_(idleTime) {}
-  /// Waits for all workers. Nobody may use the pool any more.
+  /// Waits for all workers. No other thread may use the pool any more.
   ~WorkerPool();
   WorkerPool(const WorkerPool&) = delete;
   WorkerPool& operator=(const WorkerPool&) = delete;
 
   void run(Work work);
-  /// Lets running work end, until `limit`, save that of the caller when it is a worker. Work that comes from
-  /// now on is kept and never run.
+  /// Waits until `limit` for running work to end, except for that of a calling worker. Work that is passed to
+  /// `run` afterwards is kept and never run.
   void stop(SteadyTime limit);
 
  private:

@@ -18,7 +18,7 @@ namespace vemora::gtk {
 
 namespace {
 
-/// Hears of changes of the network, on the main thread.
+/// Notified of network changes on the main thread.
 class NetworkListener {
  public:
   virtual ~NetworkListener() = default;
@@ -84,7 +84,7 @@ class NetworkWatch : public std::enable_shared_from_this<NetworkWatch> {
   gulong handler_ = 0;
 };
 
-/// The addresses that a handle stands for: known from the start, or resolved now and again from a name.
+/// The addresses of a handle's target: given at creation, or resolved from a name, possibly several times.
 class Target {
  public:
   explicit Target(const sockaddr& address) { addresses_ = {copyOf(address)}; }

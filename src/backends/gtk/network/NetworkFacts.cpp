@@ -166,8 +166,8 @@ NetworkFacts factsForTarget(const SocketAddress& target, const std::string& sysf
   return local ? factsAlongInterfaces(target, *local, sysfs) : NetworkFacts();
 }
 
-/// Asks for addresses that are set aside for documentation: nobody has them, so the way to them is the
-/// default route. A laboratory that uses one of the networks all the same is seen past.
+/// Looks up addresses that are reserved for documentation. No host has them, so the route to them is the
+/// default route. Several are tried, in case a local network uses one of them anyway.
 NetworkFacts factsForInternet(const std::string& sysfs) {
   for (const SocketAddress& outside :
        {SocketAddress::fromText(AF_INET, "192.0.2.1"), SocketAddress::fromText(AF_INET, "203.0.113.1"),

@@ -9,30 +9,30 @@
 namespace vemora::gtk {
 
 enum class InterfaceKind {
-  Wired,  ///< Also whatever is not known to be something else.
+  Wired,  ///< Also the default for unknown kinds.
   WiFi,
   WWAN,  ///< A modem's.
   Loopback,
   PointToPoint,  ///< Dialled or tunnelled: PPP and VPNs.
 };
 
-/// What is known of the way to a network target.
+/// What is known about the route to a network target.
 struct NetworkFacts {
-  bool routed = false;  ///< The kernel has a way to it, over an interface that is up.
+  bool routed = false;  ///< The kernel has a route to it, over an interface that is up.
   InterfaceKind kind = InterfaceKind::Wired;
   bool ownAddress = false;     ///< The target is this machine.
-  bool onLink = false;         ///< No router stands between.
-  bool captivePortal = false;  ///< The network wants somebody to sign in first.
+  bool onLink = false;         ///< Reached without a router.
+  bool captivePortal = false;  ///< The network requires a sign-in first.
 };
 
-/// The NetworkReachabilityFlags that say the same.
+/// Converts the facts to NetworkReachabilityFlags.
 std::uint32_t flagsForFacts(const NetworkFacts& facts);
 
 /// The kind of an interface by what the kernel says of it under `sysfs` ("/sys").
 InterfaceKind interfaceKind(const std::string& sysfs, const std::string& name);
 
-/// The way to one address. The zero address of either family stands for the Internet at large. Sends nothing,
-/// and returns at once. `connectivity` is what the network monitor knows; it counts for targets beyond the
+/// The route to one address. The zero address of either family means the Internet as a whole. Sends nothing
+/// and does not block. `connectivity` is what the network monitor knows; it counts for targets beyond the
 /// own link.
 NetworkFacts factsForAddress(const sockaddr& address, GNetworkConnectivity connectivity,
                              const std::string& sysfs = "/sys");

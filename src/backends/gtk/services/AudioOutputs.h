@@ -29,8 +29,9 @@ struct AudioOutputs {
   std::string defaultName;
 };
 
-/// Why the second differs from the first; absent when no route changed. An output in use that went away goes
-/// before whatever else happened in the same moment. The server's stand-in for "no output" counts as none.
+/// Why the second differs from the first; absent when no route changed. The removal of
+/// the output in use takes precedence over other changes at the same time. The server's placeholder for "no
+/// output" counts as no output.
 std::optional<AVAudioSessionRouteChangeReason> routeChangeReason(const AudioOutputs& before,
                                                                  const AudioOutputs& after);
 

@@ -34,7 +34,7 @@ const char* refusal(const VemoraExternalClass* candidate) {
   return nullptr;
 }
 
-/// A library whose code may be called at any time must not go away under us.
+/// Keeps the library loaded, because its code may be called at any time.
 void keepLibraryLoaded(const void* address) {
   Dl_info library{};
   if (!dladdr(address, &library) || !library.dli_fname) return;
@@ -119,7 +119,7 @@ VemoraExternalValue Arguments::convert(const JsonValue& json) {
   return text ? textOfType(VEMORA_EXTERNAL_JSON, std::move(*text)) : convert(std::monostate());
 }
 
-/// What outside objects and classes have in common: a place that messages go to.
+/// Common base of external objects and classes: a receiver of messages.
 class ForeignReceiver {
  public:
   virtual ~ForeignReceiver() = default;
@@ -153,7 +153,7 @@ class ForeignObject final : public ExternalObject, public ForeignReceiver {
     if (dispatch().isMainThread()) {
       object_.isa->release(object_.instance);
     } else {
-      // Outside code is promised the main thread, whoever lets go last.
+      // External objects are released on the main thread, whichever thread drops the last reference.
       dispatch().mainAsync([object = object_] { object.isa->release(object.instance); });
     }
   }

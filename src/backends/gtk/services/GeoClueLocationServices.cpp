@@ -30,7 +30,7 @@ constexpr char kStorePath[] = "/org/freedesktop/impl/portal/PermissionStore";
 constexpr char kStoreTable[] = "location";
 constexpr char kStoreId[] = "location";
 
-/// A town's worth: what an advertisement may know, and what costs no satellite receiver.
+/// City-level accuracy: enough for an ad, and it needs no satellite receiver.
 constexpr guint32 kAccuracyLevelCity = 4;
 
 constexpr int kShortCallMilliseconds = 2000;
@@ -85,7 +85,7 @@ class Answers {
   Status status_ VMR_GUARDED_BY(mutex_) = Status::NotDetermined;
 };
 
-/// Where one manager's fixes go.
+/// Delivers location fixes to one manager.
 class Recipient : public std::enable_shared_from_this<Recipient> {
  public:
   void setDelegate(std::weak_ptr<LocationManagerDelegate> delegate) VMR_EXCLUDES(mutex_) {
@@ -116,8 +116,7 @@ class Recipient : public std::enable_shared_from_this<Recipient> {
   std::weak_ptr<LocationManagerDelegate> delegate_ VMR_GUARDED_BY(mutex_);
 };
 
-/// The one client of GeoClue's, for all managers. Lives on the service thread; only `answers` is for
-/// everybody.
+/// The GeoClue client that all managers share. Lives on the service thread; only `answers` is thread-safe.
 class GeoClueClient {
  public:
   explicit GeoClueClient(GeoClueOptions options)
@@ -433,7 +432,7 @@ void GeoClueClient::locationUpdated(GVariant* parameters) {
 
 void GeoClueClient::reportFix(const Location& fix) {
   lastFix_ = fix;
-  // A delegate may let go of its manager.
+  // A delegate may release its manager.
   const std::vector<std::shared_ptr<Recipient>> recipients = recipients_;
   for (const auto& recipient : recipients) recipient->deliver(fix);
 }

@@ -11,7 +11,7 @@ struct GeoClueOptions {
   /// Under which the application is known to the location service and to the desktop; empty when it has no
   /// id.
   std::string desktopId;
-  /// Where the administrator's decisions stand.
+  /// The location of the administrator's configuration.
   std::string configurationFile = "/etc/geoclue/geoclue.conf";
   std::string configurationFolder = "/etc/geoclue/conf.d";
 };

@@ -8,12 +8,12 @@
 
 namespace vemora::gtk {
 
-/// A connection to a message bus that nobody shares, so that what is done on it (and to it) concerns no one
-/// else in the process. Never starts a bus.
+/// An unshared connection to a message bus, so that its use and its closure affect no other part of the
+/// process. Never starts a bus.
 ///
 /// Belongs to the thread that opens it, whose thread-default main context it speaks on. Destroying it closes
-/// the connection and hears it out: what it had yet to say would otherwise keep it, and the context, for
-/// good.
+/// the connection and processes its pending messages, which would otherwise keep the connection and the
+/// context alive for good.
 class PrivateBus {
  public:
   /// Blocks until the bus has answered; null when there is none.

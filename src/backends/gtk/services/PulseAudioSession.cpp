@@ -19,7 +19,7 @@ namespace vemora::gtk {
 
 namespace {
 
-/// On a background thread of its own, since observers may block.
+/// Uses a dedicated background thread, since observers may block.
 void postRouteChange(AVAudioSessionRouteChangeReason reason) {
   dispatch().detachNewThread([reason] {
     const JsonValue userInfo =

@@ -8,7 +8,8 @@
 
 namespace vemora::gtk {
 
-/// What the kernel's and the system's files tell of this machine. Reads them at each call; keeps nothing.
+/// Facts about this machine from files of the kernel and the system. Reads them at each call, without a
+/// cache.
 class MachineInfo {
  public:
   /// All files are looked up below `root`.
@@ -20,8 +21,8 @@ class MachineInfo {
   std::optional<std::string> systemVersion() const;
   UserInterfaceIdiom userInterfaceIdiom() const;
 
-  /// A UUID that stands for this machine towards one vendor: nobody can tell the machine's own id from it,
-  /// nor match it with another vendor's. Absent when the machine has no id yet.
+  /// A UUID that identifies this machine to one vendor. It reveals neither the machine's own id nor the UUID
+  /// of another vendor. Absent when the machine has no id yet.
   std::optional<std::string> identifierForVendor(std::string_view vendor) const;
 
  private:

@@ -15,7 +15,7 @@ std::vector<std::string> languageTags(const char* const* localeNames);
 std::string messagesLocale();
 
 /// The locale that the environment sets for formats, such as dates and money; "C" when it sets none. Desktops
-/// let the user choose it apart from the language, and it tells the country better.
+/// let the user choose it separately from the language, and it is the better source for the country.
 std::string formatsLocale();
 
 /// ISO 3166-1 alpha-2 code of the locale's region.

@@ -22,7 +22,7 @@ class AdAreaView final : public WidgetView {
   void setBackgroundColorBlack() override;
 
   void removeSubview(WidgetView& view);
-  /// Called when the last subview has gone.
+  /// Called when the last subview was removed.
   void setEmptyHandler(std::function<void()> handler) { whenEmpty_ = std::move(handler); }
 
  private:

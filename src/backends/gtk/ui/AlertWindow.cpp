@@ -11,8 +11,8 @@ namespace vemora::gtk {
 
 namespace {
 
-/// Text of any origin; labels want valid UTF-8 without NUL, and take seconds to lay out what nobody will
-/// read.
+/// Text from an untrusted source. Labels need valid UTF-8 without NUL, and very long text takes seconds to
+/// lay out.
 std::string presentable(std::string_view text) {
   constexpr std::size_t kLongest = 1000;
   const std::string_view shown = text.substr(0, std::min(text.size(), kLongest));
@@ -31,7 +31,7 @@ GtkWidget* textLabel(std::string_view text) {
   return label;
 }
 
-/// A page may say more than a screen holds.
+/// A message from a page may be larger than the screen.
 GtkWidget* scrollingText(std::string_view text) {
   GtkWidget* scroller = gtk_scrolled_window_new();
   gtk_scrolled_window_set_policy(GTK_SCROLLED_WINDOW(scroller), GTK_POLICY_NEVER, GTK_POLICY_AUTOMATIC);

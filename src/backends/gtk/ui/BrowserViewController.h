@@ -13,12 +13,12 @@
 
 namespace vemora::gtk {
 
-/// The in-app browser: a window with the page's title and address, a way back and a way out. It goes to http
-/// and https addresses only, keeps no cookies beyond its own life, and opens what wants a new window in
+/// The in-app browser: a window with the page's title and address, a back button and a close button. It loads
+/// http and https addresses only, keeps cookies only while it exists, and opens links for new windows in
 /// itself.
 ///
-/// The user closes it with its button, the window manager or the Escape key; the delegate then hears of it
-/// once, after the window has left the screen. A browser that is dismissed says nothing.
+/// The user closes it with its button, the window manager or the Escape key. The delegate is then notified
+/// once, after the window has left the screen. It is not notified when the caller dismisses the browser.
 class BrowserViewController final : public PresentableViewController, public SFSafariViewController {
  public:
   /// Null for an address that it cannot show.

@@ -10,7 +10,7 @@
 
 namespace vemora::gtk {
 
-/// The host app as its windows show it.
+/// The application port over the windows of the host app.
 class HostApplication final : public Application {
  public:
   HostApplication();

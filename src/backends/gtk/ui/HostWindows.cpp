@@ -21,7 +21,7 @@ std::vector<GObjectPtr<GtkWindow>> toplevels() {
   return windows;
 }
 
-/// Not ours, and not the toolkit's own inspector, which has a display of its own.
+/// False for windows of the SDK and for the toolkit's inspector, which uses a separate display.
 bool isHostWindow(GtkWindow* window) {
   return !isOwnWindow(window) && gtk_widget_get_display(GTK_WIDGET(window)) == gdk_display_get_default();
 }
@@ -97,7 +97,7 @@ void HostWindows::activeChanged() {
 }
 
 void HostWindows::leaveIfStillIn(std::uint64_t absence) {
-  // The app may have been back and gone again since: that absence has a delay of its own.
+  // The app may have become active and inactive again since; the later absence has its own delay.
   if (inUse_ || left_ || absence != absences_) return;
   left_ = true;
   post(UIApplicationWillResignActiveNotification);

@@ -6,18 +6,17 @@
 
 #include <string_view>
 
-/// The network sessions of web views. All are ephemeral: what an ad or a click-through page wants to remember
-/// is kept in memory and goes with the session, and nothing of it is written under the user's folders. Main
-/// thread.
+/// The network sessions of web views. All are ephemeral: data that an ad or a click-through page stores is
+/// kept in memory, is deleted with the session, and is never written to the user's folders. Main thread only.
 namespace vemora::gtk {
 
 /// The one of all ad pages, so that they share connections and the memory cache; it lives as long as any of
 /// them.
 GObjectPtr<WebKitNetworkSession> adNetworkSession();
-/// A new one for a browser window, apart from the ads'.
+/// A new session for a browser window, separate from that of the ads.
 GObjectPtr<WebKitNetworkSession> newNetworkSession();
 
-/// For all sessions, those to come as well.
+/// Applies to all existing and future sessions.
 void trustCertificateForHost(GTlsCertificate* certificate, std::string_view host);
 
 }  // namespace vemora::gtk

@@ -20,7 +20,7 @@ void PageContentController::addScriptMessageHandler(std::shared_ptr<ScriptMessag
   if (!handler || registrations_.contains(key)) return;
   Registration& registration = registrations_[key];
   registration.handler = std::move(handler);
-  // Connecting first leaves no moment in which a post finds the handler but nobody behind it.
+  // Connect first, so that no message arrives while the handler is registered but not connected.
   registration.received =
       connectSignal<void(JSCValue*)>(manager_.get(), ("script-message-received::" + key).c_str(),
                                      [weak = weak_from_this(), key](JSCValue* body) {

@@ -14,11 +14,11 @@ namespace {
 using OwnedText = std::unique_ptr<char, GFree<g_free>>;
 using OwnedBytes = std::unique_ptr<GBytes, GFree<g_bytes_unref>>;
 
-/// Going through JSON text is several times faster than asking for each property; it also keeps NULs, and
-/// half characters come as escapes that the reader replaces.
+/// Converting through JSON text is several times faster than reading each property. It also keeps NULs, and
+/// lone surrogates arrive as escapes that the reader replaces.
 std::optional<JsonValue> throughJson(JSCValue* value) {
   const OwnedText json(jsc_value_to_json(value, 0));
-  // A value that JSON refuses throws in the page's context; nobody is to find that exception later.
+  // A value that JSON cannot represent throws in the page's context. Clear that exception.
   jsc_context_clear_exception(jsc_value_get_context(value));
   return json ? JsonValue::parse(json.get()) : std::nullopt;
 }

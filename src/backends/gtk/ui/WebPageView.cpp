@@ -24,8 +24,8 @@ std::shared_ptr<PageContentController> contentControllerOf(const WebViewConfigur
   return own ? own : makeMainThreadObject<PageContentController>();
 }
 
-/// A page that was shown and then has no size at all waits for a frame that is never drawn, and never
-/// animates again. So what should be nothing is one pixel.
+/// A page that was shown and then gets an empty size waits for a frame that is never drawn, and stops
+/// animating for good. So the smallest size is one pixel.
 constexpr int kMinimumExtent = 1;
 
 GObjectPtr<WebKitSettings> settingsFor(const WebViewConfiguration& configuration) {
@@ -33,7 +33,7 @@ GObjectPtr<WebKitSettings> settingsFor(const WebViewConfiguration& configuration
   webkit_settings_set_media_playback_requires_user_gesture(settings.get(),
                                                            configuration.mediaTypesRequireUserAction);
   webkit_settings_set_media_playback_allows_inline(settings.get(), configuration.allowsInlineMediaPlayback);
-  // A new window is only ever a request to the delegate, which decides what becomes of it.
+  // A new window is never opened here. The request goes to the delegate, which decides.
   webkit_settings_set_javascript_can_open_windows_automatically(settings.get(), TRUE);
   webkit_settings_set_enable_fullscreen(settings.get(), FALSE);
   webkit_settings_set_enable_back_forward_navigation_gestures(settings.get(), FALSE);
@@ -134,7 +134,7 @@ std::weak_ptr<WebPageView> WebPageView::weakSelf() {
   return std::static_pointer_cast<WebPageView>(shared_from_this());
 }
 
-/// Connects a handler that gets a strong reference to this view before the signal's own parameters.
+/// Connects a handler that receives a strong reference to this view before the signal's own parameters.
 template <typename Signature>
 struct WithSelf;
 
@@ -159,7 +159,7 @@ void WebPageView::on(const char* signal, Handler handler) {
 void WebPageView::watchPage() {
   on<void(WebKitLoadEvent)>("load-changed",
                             [](WebPageView& self, WebKitLoadEvent event) { self.loadChanged(event); });
-  // Errors of certificates come here as well when nobody handles them apart.
+  // Certificate errors also arrive here when no other handler takes them.
   on<gboolean(WebKitLoadEvent, char*, GError*)>(
       "load-failed", [](WebPageView& self, WebKitLoadEvent event, char*, GError* error) -> gboolean {
         self.loadFailed(event, *error);
@@ -208,7 +208,7 @@ void WebPageView::refuseBrowserFeatures() {
       "decide-policy",
       [](WebPageView&, WebKitPolicyDecision* decision, WebKitPolicyDecisionType type) -> gboolean {
         if (type != WEBKIT_POLICY_DECISION_TYPE_RESPONSE) return FALSE;
-        // What cannot be shown would be downloaded.
+        // WebKit would download a response that it cannot show.
         if (webkit_response_policy_decision_is_mime_type_supported(
                 WEBKIT_RESPONSE_POLICY_DECISION(decision))) {
           return FALSE;
@@ -261,7 +261,7 @@ void WebPageView::stopLoading() {
 void WebPageView::loadChanged(WebKitLoadEvent event) {
   if (event == WEBKIT_LOAD_STARTED) loadFailed_ = false;
   if (event == WEBKIT_LOAD_COMMITTED) {
-    // An address that WebKit refuses (a restricted port, say) it answers with the blank page and no error.
+    // For an address that it refuses (a restricted port), WebKit loads a blank page and reports no error.
     const std::string requested = std::exchange(requestedAddress_, "");
     const std::string_view committed = webkit_web_view_get_uri(webKit());
     if (committed == kBlankPage && !requested.empty() && requested != kBlankPage) {
@@ -269,7 +269,7 @@ void WebPageView::loadChanged(WebKitLoadEvent event) {
       return failProvisionally("The address cannot be shown");
     }
   }
-  // A failed load is reported as finished, too.
+  // WebKit also reports a failed load as finished.
   if (event != WEBKIT_LOAD_FINISHED || std::exchange(loadFailed_, false)) return;
   tellNavigation([](WebViewNavigationDelegate& delegate) { delegate.webViewDidFinishNavigation(); });
 }
@@ -319,7 +319,7 @@ bool WebPageView::runScriptDialog(WebKitScriptDialog* dialog) {
     webkit_script_dialog_confirm_set_confirmed(dialog, TRUE);
     return true;
   }
-  // Questions are answered with no, and with no text.
+  // Confirm dialogs are declined, and prompts return no text.
   const auto delegate = uiDelegate_.lock();
   if (!delegate || webkit_script_dialog_get_dialog_type(dialog) != WEBKIT_SCRIPT_DIALOG_ALERT) return true;
   // WebKit closes a dialog after the signal unless somebody holds it. One that is closed inside the signal is
@@ -341,7 +341,7 @@ bool WebPageView::runScriptDialog(WebKitScriptDialog* dialog) {
 
 void WebPageView::evaluateJavaScript(std::string_view script, Evaluated completion) {
   assertMainThread();
-  // WebKit runs nothing and calls it a success.
+  // WebKit would run nothing and report success.
   if (!isUtf8(script)) return failLater(std::move(completion), scriptError("The script is not valid UTF-8"));
   if (processGone_) return failLater(std::move(completion), scriptError(kProcessTerminated));
   auto* evaluation = new Evaluation{weakSelf(), std::move(completion), terminations_};
@@ -364,8 +364,8 @@ void WebPageView::finishEvaluation(Evaluation& evaluation, GAsyncResult* result)
   if (!g_error_matches(error.get(), WEBKIT_JAVASCRIPT_ERROR, WEBKIT_JAVASCRIPT_ERROR_INVALID_RESULT)) {
     return evaluation.completion(errorFromGError(*error));
   }
-  // A value that cannot leave the page and a process that has ended look the same, and the news of the latter
-  // may come a little later.
+  // A value that cannot be serialized and a web process that has ended give the same error. The signal about
+  // the ended process may arrive later.
   dispatch().mainAsync([weak = evaluation.view, completion = std::move(evaluation.completion),
                         terminations = evaluation.terminations] {
     const auto self = weak.lock();
@@ -396,7 +396,7 @@ void WebPageView::setScrollEnabled(bool enabled) {
   webkit_user_content_manager_add_style_sheet(manager, sheet.get());
 }
 
-// Nothing is drawn over a window's content here: a page has no insets to begin with.
+// No system interface covers the content of a window here, so a page has no insets by default.
 void WebPageView::setContentInsetAdjustmentNever() {
   assertMainThread();
 }

@@ -17,10 +17,10 @@ namespace vemora::gtk {
 
 class PageContentController;
 
-/// A WebKitWebView for ad pages. Such a page shows and plays; whatever else a page may want of a browser
-/// (menus, printing, files, permissions, downloads, the whole screen) is refused without asking anybody.
+/// A WebKitWebView for ad pages. A page can show content and play media. Every other browser feature (menus,
+/// printing, files, permissions, downloads, full screen) is denied without a prompt.
 ///
-/// A view in no window at all is muted, so that nobody hears what nobody can see or stop.
+/// A view that is in no window is muted, because the viewer could neither see nor stop it.
 class WebPageView final : public WidgetView, public WebView {
  public:
   static std::shared_ptr<WebPageView> create(const Rect& frame, const WebViewConfiguration& configuration);
@@ -59,7 +59,7 @@ class WebPageView final : public WidgetView, public WebView {
   void loadFailed(WebKitLoadEvent event, const GError& error);
   void failProvisionally(const char* description);
   void processTerminated();
-  /// Tells the delegate, at once or, inside a call of ours, right after it has returned.
+  /// Notifies the delegate, at once or, inside a call to this view, right after that call has returned.
   void tellNavigation(std::function<void(WebViewNavigationDelegate&)> what);
   bool runScriptDialog(WebKitScriptDialog* dialog);
   void finishEvaluation(Evaluation& evaluation, GAsyncResult* result);
@@ -75,7 +75,7 @@ class WebPageView final : public WidgetView, public WebView {
   std::weak_ptr<WebViewNavigationDelegate> navigationDelegate_;
   std::weak_ptr<WebViewUIDelegate> uiDelegate_;
   std::vector<SignalConnection> connections_;
-  /// Until the page that was asked for commits or fails.
+  /// Set until the requested page commits or fails.
   std::string requestedAddress_;
   bool loadFailed_ = false;
   bool insideCall_ = false;

@@ -12,7 +12,7 @@ namespace vemora::gtk {
 
 namespace {
 
-/// What a widget knows of its view: `owned` where the view belongs to the widget.
+/// The link from a widget to its view; `owned` is set when the widget owns the view.
 struct ViewTie {
   std::shared_ptr<WidgetView> owned;
   std::weak_ptr<WidgetView> view;
@@ -188,7 +188,7 @@ void WidgetView::setBackgroundColorBlack() {}
 void WidgetView::setTranslatesAutoresizingMaskIntoConstraints(bool translates) {
   assertMainThread();
   if (translates == translates_) return;
-  // What the constraints made of the view is where the frame takes over.
+  // The frame that the constraints produced becomes the fixed frame.
   if (translates && container_.lock()) frame_ = sanitizedFrame(frame());
   translates_ = translates;
   setNeedsLayout();
@@ -245,7 +245,8 @@ void WidgetView::widgetMoved() {
   notifyObservers("window");
 }
 
-/// A widget is not told when an ancestor moves it. The surface is: it lays out the whole window.
+/// A widget is not notified when an ancestor moves it, but the surface is, because it lays out the whole
+/// window.
 void WidgetView::watchLayout() {
   surfaceLaidOut_.disconnect();
   lastPlace_.reset();

@@ -16,8 +16,8 @@ namespace vemora::gtk {
 
 class AdAreaView;
 
-/// The view of any widget. The widget owns its view (see `viewOfWidget`), the view points back weakly; once
-/// the widget has gone, the view is in no window, has no size, and operations do nothing.
+/// The view of any widget. The widget owns its view (see `viewOfWidget`), and the view refers to it weakly.
+/// After the widget was destroyed, the view is in no window and has no size, and its operations are no-ops.
 ///
 /// A plain WidgetView represents a widget of the host app between an ad and its window. The SDK reads its
 /// geometry, because a widget that clips an ad affects the ad's visibility. It neither moves the widget nor
@@ -29,7 +29,7 @@ class WidgetView : public virtual View, public std::enable_shared_from_this<Widg
  public:
   explicit WidgetView(GtkWidget* widget);
   ~WidgetView() override;
-  /// To be called once by whoever made the view: handlers hold it weakly, which a constructor cannot arrange.
+  /// Called once by the creator of the view: handlers hold it weakly, which a constructor cannot set up.
   virtual void watchWidget();
   WidgetView(const WidgetView&) = delete;
   WidgetView& operator=(const WidgetView&) = delete;
@@ -62,7 +62,7 @@ class WidgetView : public virtual View, public std::enable_shared_from_this<Widg
 
   GObjectPtr<GtkWidget> widget() const { return widget_.lock(); }
 
-  /// Set while the frame decides, absent while constraints do.
+  /// Set while a fixed frame applies, absent while constraints do.
   std::optional<Rect> fixedFrame() const { return translates_ ? std::optional(frame_) : std::nullopt; }
 
  protected:
@@ -89,7 +89,7 @@ class WidgetView : public virtual View, public std::enable_shared_from_this<Widg
   std::weak_ptr<AdAreaView> container_;  ///< The area that holds this view as a subview.
   Rect frame_;
   bool translates_ = true;
-  bool moving_ = false;  ///< Between two parents: what happens on the way is nobody's business.
+  bool moving_ = false;  ///< Between two parents: observers are not notified meanwhile.
   std::weak_ptr<Window> lastWindow_;
   std::vector<Observation> observations_;
   std::weak_ptr<LayoutObserver> layoutObserver_;

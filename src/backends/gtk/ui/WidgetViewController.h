@@ -14,12 +14,12 @@ namespace vemora::gtk {
 class PresentableViewController;
 class HostWindowView;
 
-/// True for the windows that the SDK itself opens: they are none of the app's, and never a key window.
+/// True for windows that the SDK opens. They do not belong to the host app and are never the key window.
 bool isOwnWindow(GtkWindow* window);
 void markOwnWindow(GtkWindow* window);
 
-/// What all controllers of this backend have in common: they can present one other, in a window of its own
-/// above theirs.
+/// Base of all controllers of this backend. A controller can present one other controller, in a separate
+/// window above its own.
 class WidgetViewController : public virtual ViewController,
                              public std::enable_shared_from_this<WidgetViewController> {
  public:
@@ -39,7 +39,7 @@ class WidgetViewController : public virtual ViewController,
   std::weak_ptr<PresentationControllerDelegate> presentationDelegate_;
 };
 
-/// Stands for whatever a window of the host's shows.
+/// Represents the content of a window of the host app.
 class RootViewController final : public WidgetViewController {
  public:
   explicit RootViewController(const std::shared_ptr<HostWindowView>& window);
@@ -55,11 +55,10 @@ class RootViewController final : public WidgetViewController {
 /// A controller that can be presented. Its window is modal and transient for the presenter's, and exists only
 /// while it is presented.
 ///
-/// The user closes that window by the window manager's means (its close button, Alt+F4). Refusing that would
-/// lock people in behind a modal window when a page hangs, so it counts as the user dismissing the
-/// controller: it leaves its presenter with all that is presented over it, exactly as after
-/// `dismissViewController`, and a web view in it is then in no window, of which its observers hear. The
-/// Escape key belongs to what is shown.
+/// The user can close that window through the window manager (close button, Alt+F4). Refusing this would trap
+/// the user behind a modal window when a page hangs, so it dismisses the controller with everything that is
+/// presented over it, exactly as `dismissViewController` does. A web view in it is then in no window, and its
+/// observers are notified. The Escape key is left to the content.
 class PresentableViewController : public WidgetViewController {
  public:
   ~PresentableViewController() override;
@@ -69,9 +68,9 @@ class PresentableViewController : public WidgetViewController {
   friend class WidgetViewController;
 
   GObjectPtr<GtkWindow> hostWindow() const override { return window_; }
-  /// Fills the new window and says how large it is to be.
+  /// Fills the new window and sets its size.
   virtual void prepareWindow(GtkWindow* window, GtkWindow* parent) = 0;
-  /// Called after its window has gone, for whatever reason.
+  /// Called after its window was closed, for any reason.
   virtual void didLeave() {}
   /// The user closed it; called after it has left the screen. Notifies the presentation delegate.
   virtual void didCloseByUser();
@@ -89,7 +88,7 @@ class PresentableViewController : public WidgetViewController {
   SignalConnection closeRequested_, mapped_, painted_;
 };
 
-/// An area of its own that fills the screen.
+/// A separate ad area that fills the screen.
 class ScreenViewController final : public PresentableViewController {
  public:
   explicit ScreenViewController(const ViewControllerTraits& traits);
