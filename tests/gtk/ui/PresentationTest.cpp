@@ -16,6 +16,16 @@ struct FinishCounter : SFSafariViewControllerDelegate {
   std::vector<std::shared_ptr<SFSafariViewController>> finished;
 };
 
+struct DismissalRecorder : PresentationControllerDelegate {
+  void presentationControllerDidDismiss() override {
+    ++notified;
+    if (const auto presenter = root.lock()) stillPresented = presenter->presentedViewController() != nullptr;
+  }
+  std::weak_ptr<ViewController> root;
+  int notified = 0;
+  bool stillPresented = false;
+};
+
 GtkWindow* windowOf(const std::shared_ptr<ViewController>& controller) {
   return GTK_WINDOW(gtk_widget_get_root(GTK_WIDGET(controller->view()->layer())));
 }
@@ -184,6 +194,42 @@ TEST_F(PresentationTest, IsDismissedWhenTheUserClosesItsWindow) {
   EXPECT_EQ(root_->presentedViewController(), nullptr);
   EXPECT_EQ(page->view->window(), nullptr);
   EXPECT_TRUE(present(root_, newController()));
+}
+
+TEST_F(PresentationTest, NotifiesItsDelegateOnceWhenTheUserClosesItsWindow) {
+  const auto recorder = std::make_shared<DismissalRecorder>();
+  recorder->root = root_;
+  const auto controller = newController();
+  controller->setPresentationDelegate(recorder);
+  for (int presentation = 1; presentation <= 2; ++presentation) {
+    ASSERT_TRUE(present(root_, controller));
+    // Some window managers repeat the request while the window is still on the screen.
+    const auto window = GObjectPtr<GtkWindow>::retain(windowOf(controller));
+    gtk_window_close(window.get());
+    gtk_window_close(window.get());
+    runFrames();
+    EXPECT_EQ(recorder->notified, presentation);
+    EXPECT_FALSE(recorder->stillPresented) << "notified after the controller has left the screen";
+    root_->dismissViewController(true);
+    runFrames();
+    EXPECT_EQ(recorder->notified, presentation) << "a dismissal afterwards is a no-op";
+  }
+}
+
+TEST_F(PresentationTest, DoesNotNotifyItsDelegateOfTheHostsOwnDismissal) {
+  const auto recorder = std::make_shared<DismissalRecorder>();
+  const auto lower = newController(), upper = newController();
+  lower->setPresentationDelegate(recorder);
+  upper->setPresentationDelegate(recorder);
+  ASSERT_TRUE(present(root_, lower));
+  root_->dismissViewController(true);
+  runFrames();
+  EXPECT_EQ(recorder->notified, 0);
+  ASSERT_TRUE(present(root_, lower));
+  ASSERT_TRUE(present(lower, upper));
+  root_->dismissViewController(true);
+  runFrames();
+  EXPECT_EQ(recorder->notified, 0) << "with another controller on top";
 }
 
 TEST_F(PresentationTest, NotifiesOnceWhenTheUserClosesABrowser) {
