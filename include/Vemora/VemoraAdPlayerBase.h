@@ -53,8 +53,9 @@ class VEMORA_EXPORT VemoraAdPlayerBase : public VemoraAdPlayer,
   /// for its request on a background thread, and fetches configuration and ads. Returns at once. The result
   /// arrives through `vemoraDidLoadAds`. The page has five seconds for each of two replies; where the app
   /// may know the device's location, each waits up to five more for a first fix. A player whose delegate
-  /// has gone reports nothing. Main thread only: on any other thread it aborts the process with a message
-  /// that names this operation.
+  /// has gone reports nothing. On Linux without a display, or before `gtk_init`, there is no web view: the
+  /// log has an error line and the load ends with error 5002 (`VMRErrorBridge`). Main thread only: on any
+  /// other thread it aborts the process with a message that names this operation.
   void load() override;
 
   /// Shows the ads in their placement and orders the page to play them, as soon as the placement is

@@ -34,6 +34,7 @@ class Application {
   /// The window that has or last had the focus.
   virtual std::shared_ptr<Window> keyWindow() = 0;
   virtual std::shared_ptr<UserContentController> createUserContentController() = 0;
+  /// Null, after an error in the log, when the platform has no display.
   virtual std::shared_ptr<WebView> createWebView(const Rect& frame,
                                                  const WebViewConfiguration& configuration) = 0;
   virtual std::shared_ptr<ViewController> createViewController(const ViewControllerTraits& traits) = 0;

@@ -2,6 +2,7 @@
 
 #include "base/Ascii.h"
 #include "base/JsonDescription.h"
+#include "core/bridge/VMRBridgeErrors.h"
 #include "ports/Platform.h"
 
 #include <Vemora/Vemora.h>
@@ -60,6 +61,10 @@ std::string scriptOf(const std::string& json) {
   return "JSON.parse(" + *JsonValue(json).serialized() + ")";
 }
 
+VMRError noWebView() {
+  return makeError(VMRErrorBridge, "The platform made no web view", "There is no display");
+}
+
 }  // namespace
 
 std::shared_ptr<WeakMessageHandler> WeakMessageHandler::initWith(
@@ -84,6 +89,11 @@ void VMRWebViewRuntime::build() {
   webView_.set(webView);
   const auto monitor = VMRWebViewMonitor::initWithRuntime(self());
   setLoaded(monitor);
+  if (!webView) {
+    hasNoWebView_ = true;
+    monitor->fail(noWebView());
+    return;
+  }
   webView->setNavigationDelegate(monitor);
   webView->setUIDelegate(monitor);
   webView->setScrollEnabled(false);
@@ -139,7 +149,11 @@ void VMRWebViewRuntime::postMessage(const std::shared_ptr<VMRRpc>& message, Erro
 
 void VMRWebViewRuntime::evaluate(const std::string& script, const ErrorHandler& errorHandler) {
   const auto webView = getWebView();
-  if (!webView) return;  // Closed: the call runs into its time-out.
+  if (!webView) {
+    // After `close` the call runs into its time-out instead.
+    if (hasNoWebView_ && errorHandler) errorHandler(noWebView());
+    return;
+  }
   webView->evaluateJavaScript(script, [script, errorHandler](const std::optional<VMRError>& error) {
     if (!error) return;
     Vemora::logError("FAILED JS EVAL: " + script + "\n" + toString(*error));

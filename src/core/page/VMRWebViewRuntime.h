@@ -78,6 +78,7 @@ class VMRWebViewRuntime final : public VMRRuntime,
   const std::shared_ptr<DeliveryLine> messages_ = std::make_shared<DeliveryLine>();
   Locked<std::shared_ptr<WebView>> webView_;
   std::atomic<bool> isVisible_{false};
+  bool hasNoWebView_ = false;  ///< The platform could make none. Main thread only.
 };
 
 }  // namespace vemora

@@ -163,6 +163,7 @@ void VemoraAdPlayerBase_p::load() {
 /// The page loads before any placement shows it: in the window, so that it runs at full speed, but of no
 /// size.
 void VemoraAdPlayerBase_p::park(const std::shared_ptr<WebView>& webView) {
+  if (!webView) return;
   webView->setFrame({});
   webView->setUserInteractionEnabled(false);
   webView->setOpaque(false);

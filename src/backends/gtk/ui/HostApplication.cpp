@@ -10,9 +10,20 @@
 #include "backends/gtk/ui/WebPageView.h"
 #include "backends/gtk/ui/WidgetViewController.h"
 
+#include <Vemora/Vemora.h>
+
 #include <webkit/webkit.h>
 
 namespace vemora::gtk {
+
+namespace {
+
+/// WebKit ends the process when it is used without one.
+bool hasDisplay() {
+  return gtk_is_initialized() && gdk_display_get_default() != nullptr;
+}
+
+}  // namespace
 
 std::unique_ptr<Application> makeApplication() {
   return std::make_unique<HostApplication>();
@@ -33,7 +44,10 @@ std::shared_ptr<UserContentController> HostApplication::createUserContentControl
 
 std::shared_ptr<WebView> HostApplication::createWebView(const Rect& frame,
                                                         const WebViewConfiguration& configuration) {
-  return WebPageView::create(frame, configuration);
+  if (hasDisplay()) return WebPageView::create(frame, configuration);
+  Vemora::logError(
+      "No display: call gtk_init() first, with DISPLAY or WAYLAND_DISPLAY set. No ad can be loaded");
+  return nullptr;
 }
 
 std::shared_ptr<ViewController> HostApplication::createViewController(const ViewControllerTraits& traits) {
@@ -52,6 +66,7 @@ void HostApplication::showAlert(std::string_view title, std::string_view message
 
 std::optional<std::string> HostApplication::webViewUserAgent() {
   assertMainThread();
+  if (!hasDisplay()) return std::nullopt;
   const GLContextKeeper keeper;
   const auto settings = GObjectPtr<WebKitSettings>::adopt(webkit_settings_new());
   return webkit_settings_get_user_agent(settings.get());
