@@ -65,6 +65,16 @@ TEST_F(PlacementTest, InlineFillsItsHostAndStartsOnceVisible) {
   EXPECT_TRUE(host_->constraints().empty());
 }
 
+TEST_F(PlacementTest, StartsOnceLaidOutWithoutWaitingForThePoll) {
+  const auto player = loaded(VemoraInlineAdPlayer::initInView(host_));
+  player->start();
+  settle();
+  ASSERT_EQ(starts(), 0u);
+  application().window()->layoutIfNeeded();
+  settle();
+  EXPECT_EQ(starts(), 1u) << "the clock has not moved";
+}
+
 TEST_F(PlacementTest, TheStartIsSentEvenWithoutAHost) {
   const auto player = loaded(VemoraResizableAdPlayer::initWithAdPlayerDelegate(delegate_));
   player->setSize(0.5F);
