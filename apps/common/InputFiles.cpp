@@ -38,7 +38,8 @@ void checkNames(const std::string& option, const fs::path& file, const JsonValue
     if (std::find(known.begin(), known.end(), name) != known.end()) continue;
     std::string list;
     for (const std::string_view one : known) list.append(list.empty() ? "" : ", ").append(prefix).append(one);
-    fail(option, file, "nothing reads '" + prefix + name + "'; known are " + list);
+    fail(option, file,
+         std::string("nothing reads '").append(prefix).append(name).append("'; known are ").append(list));
   }
 }
 

@@ -24,7 +24,7 @@ namespace vemora {
 
 namespace {
 
-constexpr gint64 kPatience = 30 * G_USEC_PER_SEC;
+constexpr gint64 kPatience = gint64{30} * G_USEC_PER_SEC;
 
 double millisecondsNow() {
   return static_cast<double>(g_get_monotonic_time()) / 1000;

@@ -48,8 +48,8 @@ class KeyFileUserDefaults::Store {
   JsonValue claim(std::string_view key, const JsonValue& value) {
     const std::string path = file_.claimPath(key);
     const auto text = claimPrivateFile(path, value.serialized().value_or("null"));
-    const JsonValue claimed = JsonValue::parse(text.value_or("")).value_or(value);
-    const JsonValue saved = this->value(key);
+    JsonValue claimed = JsonValue::parse(text.value_or("")).value_or(value);
+    JsonValue saved = this->value(key);
     if (saved.isNull()) return claimed;
     removeFile(path);
     return saved;
@@ -155,7 +155,7 @@ void KeyFileUserDefaults::setObject(const JsonValue& value, std::string_view key
 
 JsonValue KeyFileUserDefaults::setObjectIfAbsent(const JsonValue& value, std::string_view key) {
   if (JsonValue stored = store_->value(key); !stored.isNull()) return stored;
-  const JsonValue claimed = store_->claim(key, value);
+  JsonValue claimed = store_->claim(key, value);
   if (store_->set(key, claimed, true)) saveAfter(kSaveDelay);
   return claimed;
 }
