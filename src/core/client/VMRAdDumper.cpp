@@ -147,7 +147,7 @@ VMRAdDumper::Reply VMRAdDumper::ask(const std::string& method, const JsonValue& 
 VMRError VMRAdDumper::sendFailure(const Reply& reply, const std::string& reason) {
   VMRError made = bridgeFailure(reason);
   made.underlyingError = reply.pageError;
-  const VMRError error = reply.error.value_or(std::move(made));
+  VMRError error = reply.error.value_or(std::move(made));
   if (!lastError()) lastError_.set(error);
   return error;
 }

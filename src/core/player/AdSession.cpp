@@ -38,7 +38,7 @@ std::shared_ptr<AdSession> AdSession::none() {
 
 std::shared_ptr<AdSession> AdSession::create(std::weak_ptr<VemoraAdPlayerBase_p> player,
                                              const AdSession& predecessor) {
-  const auto session = none();
+  auto session = none();
   session->player_ = std::move(player);
   session->context_ = VMRContext::init();
   const auto runtime = VMRWebViewRuntime::init();
