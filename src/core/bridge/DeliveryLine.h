@@ -16,7 +16,7 @@ namespace vemora {
 ///
 /// A piece of work begins when the one before it has ended, in the order of `deliver`. When a piece takes
 /// longer than ten milliseconds, because an observer blocks, the next ones go on beside it on another thread.
-/// So order is likely and not promised, and every piece must bear others at its side.
+/// So the order is likely but not guaranteed, and pieces must tolerate running concurrently.
 ///
 /// Any thread may deliver. The line may be released at any time; what was delivered is then still run.
 class DeliveryLine : public std::enable_shared_from_this<DeliveryLine> {
