@@ -65,6 +65,16 @@ std::vector<std::string> valuesOf(const BackgroundServer::Request& request, cons
   return values;
 }
 
+/// A fresh certificate for loopback, with its key; null when none can be made.
+GObjectPtr<GTlsCertificate> serverCertificate() {
+  std::string problem;
+  const auto pem = makeLoopbackCertificate(problem);
+  EXPECT_TRUE(pem) << problem;
+  if (!pem) return {};
+  const std::string text = pem->certificatePem + pem->privateKeyPem;
+  return GObjectPtr<GTlsCertificate>::adopt(g_tls_certificate_new_from_pem(text.c_str(), -1, nullptr));
+}
+
 TEST(URLSessionTest, SendsTheHeadersAlsoAfterARedirectAndNoCookie) {
   BackgroundServer server;
   server.on("/start", [](SoupServerMessage* message) {
@@ -196,12 +206,8 @@ TEST(URLSessionTest, StopsReadingAnEndlessResponse) {
 }
 
 TEST(URLSessionTest, TrustsACertificateOnlyForItsHost) {
-  std::string problem;
-  const auto pem = makeLoopbackCertificate(problem);
-  ASSERT_TRUE(pem) << problem;
-  const std::string text = pem->certificatePem + pem->privateKeyPem;
-  const auto certificate =
-      GObjectPtr<GTlsCertificate>::adopt(g_tls_certificate_new_from_pem(text.c_str(), -1, nullptr));
+  const auto certificate = serverCertificate();
+  ASSERT_TRUE(certificate);
   BackgroundServer server(certificate.get());
   addTrustedCertificate(certificate.get(), "another.example");
   const Result refused = download(requestFor(server.url("/")));
@@ -263,12 +269,8 @@ TEST(URLSessionTest, ASilentServerDoesNotDelayOtherHosts) {
 }
 
 TEST(URLSessionTest, SendsABurstOverTLS) {
-  std::string problem;
-  const auto pem = makeLoopbackCertificate(problem);
-  ASSERT_TRUE(pem) << problem;
-  const std::string text = pem->certificatePem + pem->privateKeyPem;
-  const auto certificate =
-      GObjectPtr<GTlsCertificate>::adopt(g_tls_certificate_new_from_pem(text.c_str(), -1, nullptr));
+  const auto certificate = serverCertificate();
+  ASSERT_TRUE(certificate);
   BackgroundServer server(certificate.get());
   addTrustedCertificate(certificate.get(), "127.0.0.1");
   constexpr int kBeacons = 150;
