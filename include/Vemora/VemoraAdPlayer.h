@@ -38,10 +38,15 @@ class VEMORA_EXPORT VemoraAdPlayer {
   std::shared_ptr<VemoraAdPlayerDelegate> delegate() const;
   /// Sets the object that callbacks go to. It is held weakly: keep it alive for as long as you want
   /// callbacks. An empty pointer ends them. Set it before `load`: a load that finds no delegate does
-  /// nothing and reports nothing. Any thread.
+  /// nothing and reports nothing; in debug mode the log says so when the delegate was destroyed before it.
+  /// Any thread.
   void setDelegate(std::weak_ptr<VemoraAdPlayerDelegate> delegate);
 
  private:
+  friend class VemoraAdPlayerBase;
+  /// A delegate was set and has been destroyed.
+  bool hasLostDelegate() const;
+
   struct DelegateField;
   std::unique_ptr<DelegateField> delegate_;
 };

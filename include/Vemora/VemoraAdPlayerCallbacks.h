@@ -35,6 +35,8 @@ class VEMORA_EXPORT VemoraAdPlayerCallbacks : public VemoraAdPlayerDelegate {
   std::function<void(const Player&, const VMRError&)> onDidFailToStart;
   /// See `vemoraAdGroupStart`.
   std::function<void(const Player&, const AdGroup&)> onAdGroupStart;
+  /// See `vemoraAdAspectRatio`; the last argument is width divided by height.
+  std::function<void(const Player&, const Ad&, double)> onAdAspectRatio;
   /// See `vemoraAdStart`.
   std::function<void(const Player&, const Ad&)> onAdStart;
   /// See `vemoraAdPlaying`.
@@ -62,6 +64,7 @@ class VEMORA_EXPORT VemoraAdPlayerCallbacks : public VemoraAdPlayerDelegate {
                         const std::optional<VMRError>& error) override;
   void vemoraDidFailToStart(const Player& player, const VMRError& error) override;
   void vemoraAdGroupStart(const Player& player, const AdGroup& adGroup) override;
+  void vemoraAdAspectRatio(const Player& player, const Ad& ad, double aspectRatio) override;
   void vemoraAdStart(const Player& player, const Ad& ad) override;
   void vemoraAdPlaying(const Player& player, const Ad& ad) override;
   void vemoraAdPaused(const Player& player, const Ad& ad) override;

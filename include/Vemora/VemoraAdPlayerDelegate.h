@@ -54,7 +54,8 @@ class VEMORA_EXPORT VemoraAdPlayerDelegate {
   /// A load has ended. Called once for each load. Check both arguments, since ads may arrive together with
   /// an error: with ads in the group `start` plays them, whatever the error says. `ads` is null or an empty
   /// group when there are none. `error` is absent on success, otherwise 5001 (no request), 5002 (the page
-  /// could not be reached, did not answer, or answered with an error) or 5003 (no ads).
+  /// could not be reached, did not answer, or answered with an error) or 5003 (no ads). A load without ads
+  /// leaves its page open, which may still send beacons: release the player or call `shutdown`.
   virtual void vemoraDidLoadAds(const Player& player, const AdGroup& ads,
                                 const std::optional<VMRError>& error);
 
@@ -64,6 +65,11 @@ class VEMORA_EXPORT VemoraAdPlayerDelegate {
 
   /// The group begins to play. Pause the app's own content here at the latest.
   virtual void vemoraAdGroupStart(const Player& player, const AdGroup& adGroup);
+
+  /// The shape of the ad's video has become known: its width divided by its height. It precedes
+  /// `vemoraAdStart`, and repeats if the shape changes. For hosts that size the ad's view; pages that report
+  /// no size do not cause it.
+  virtual void vemoraAdAspectRatio(const Player& player, const Ad& ad, double aspectRatio);
 
   /// An ad shows its first frame.
   virtual void vemoraAdStart(const Player& player, const Ad& ad);

@@ -10,6 +10,7 @@
 #include <Vemora/VMRError.h>
 #include <Vemora/Vemora.h>
 #include <Vemora/VemoraAd.h>
+#include <Vemora/VemoraAdBreak.h>
 #include <Vemora/VemoraAdGroup.h>
 #include <Vemora/VemoraAdPlayer.h>
 #include <Vemora/VemoraAdPlayerBase.h>

@@ -14,7 +14,7 @@ namespace vemora {
 /// that notify the delegate name their callback; all of them are passed to viewability measurement.
 enum VemoraAdEvent : std::ptrdiff_t {
   AdUnknown = 0,           ///< No event, or a name that is not known here.
-  AdLoaded,                ///< The video is ready to play.
+  AdLoaded,                ///< The video is ready to play: `vemoraAdAspectRatio`.
   AdStarted,               ///< The ad shows its first frame: `vemoraAdStart`.
   AdStopped,               ///< An ad that had started is over, however it ended.
   AdSkipped,               ///< The ad was skipped: `vemoraAdSkipped`.
@@ -33,7 +33,7 @@ enum VemoraAdEvent : std::ptrdiff_t {
   AdVolumeChange,          ///< The volume changed.
   AdClickThru,             ///< The viewer followed the ad's link: `vemoraAdClicked`.
   AdLog,                   ///< The ad logged something.
-  AdSizeChange,            ///< The ad's size changed.
+  AdSizeChange,            ///< The ad's size changed: `vemoraAdAspectRatio`.
   AdTimeChange,            ///< The playback position moved on: `vemoraAdTimeUpdate`.
   AdGroupStart,            ///< The group begins: `vemoraAdGroupStart`.
   AdGroupEnd,              ///< The group is over, which ends the session: `vemoraAdGroupComplete`.

@@ -40,6 +40,9 @@ class RecordingDelegate : public VemoraAdPlayerDelegate {
     record("didFailToStart " + std::to_string(error.code), error);
   }
   void vemoraAdGroupStart(const Player&, const AdGroup& g) override { record("adGroupStart" + size(g)); }
+  void vemoraAdAspectRatio(const Player&, const Ad& ad, double ratio) override {
+    record("adAspectRatio" + name(ad) + " " + *JsonValue(ratio).stringValue());
+  }
   void vemoraAdStart(const Player&, const Ad& ad) override { record("adStart" + name(ad)); }
   void vemoraAdPlaying(const Player&, const Ad& ad) override { record("adPlaying" + name(ad)); }
   void vemoraAdPaused(const Player&, const Ad& ad) override { record("adPaused" + name(ad)); }

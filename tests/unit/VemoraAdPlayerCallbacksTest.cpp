@@ -42,6 +42,9 @@ TEST_F(VemoraAdPlayerCallbacksTest, EachCallbackCallsItsLambda) {
     player->start();
   };
   callbacks_->onAdGroupStart = recordGroup("groupStart");
+  callbacks_->onAdAspectRatio = [this](const Player&, const Ad& ad, double ratio) {
+    recorded_.push_back("aspectRatio " + ad->idText() + (ratio == 2 ? " 2" : " wrong"));
+  };
   callbacks_->onAdStart = record("start");
   callbacks_->onAdPlaying = record("playing");
   callbacks_->onAdPaused = record("paused");
@@ -55,14 +58,17 @@ TEST_F(VemoraAdPlayerCallbacksTest, EachCallbackCallsItsLambda) {
   callbacks_->onAdGroupComplete = recordGroup("groupComplete");
   load(player_);
   EXPECT_EQ(page_->calls()[0].params["apikey"], JsonValue("lambda"));
+  page_->event("AdLoaded", "a", R"({"width":400,"height":200})");
+  settle();
   for (const char* event : {"AdGroupStart", "AdStarted", "AdPaused", "AdPlaying", "AdTimeChange",
                             "AdClickThru", "AdSkipped", "AdUserClose", "AdVideoComplete", "AdGroupEnd"}) {
     page_->event(event, "a", "1.5");
     settle();
   }
-  EXPECT_EQ(recorded_, (std::vector<std::string>{"didLoadAds 2", "groupStart 2", "start a", "paused a",
-                                                 "playing a", "timeUpdate a 1.5", "clicked a", "skipped a",
-                                                 "userClose a", "complete a", "groupComplete 2"}));
+  EXPECT_EQ(recorded_,
+            (std::vector<std::string>{"didLoadAds 2", "aspectRatio a 2", "groupStart 2", "start a",
+                                      "paused a", "playing a", "timeUpdate a 1.5", "clicked a", "skipped a",
+                                      "userClose a", "complete a", "groupComplete 2"}));
 }
 
 TEST_F(VemoraAdPlayerCallbacksTest, UnsetCallbacksAreNoOpsAndTheRequestHasADefault) {

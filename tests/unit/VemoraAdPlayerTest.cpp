@@ -107,8 +107,14 @@ TEST_F(VemoraAdPlayerTest, LoadsNothingWithoutADelegate) {
   settle();
   // The load thread may have asked before the delegate left: its result is not reported.
   EXPECT_EQ(delegate_->take(), Callbacks{});
+  const std::string warning =
+      "The delegate was destroyed before the load. A player holds it weakly: keep it in a variable";
   const auto orphan = VemoraInlineAdPlayer::initInView(nullptr);
   orphan->load();
+  EXPECT_FALSE(logged(warning)) << "never had one";
+  orphan->setDelegate(std::make_shared<RecordingDelegate>());  // Destroyed at the end of this line.
+  orphan->load();
+  EXPECT_TRUE(logged(warning));
   openPage();
   page_->view()->finishNavigation();
   settle();
@@ -233,6 +239,13 @@ TEST_F(VemoraAdPlayerTest, TurnsEventsIntoCallbacks) {
   event("AdTimeChange", "a", "\"3s\"");
   event("AdTimeChange");
   EXPECT_EQ(delegate_->take(), (Callbacks{"adTimeUpdate a 12.5", "adTimeUpdate a 3", "adTimeUpdate a 0"}));
+  event("AdLoaded", "a", R"({"width":640,"height":400})");
+  event("AdSizeChange", "a", R"({"width":400,"height":640})");
+  EXPECT_EQ(delegate_->take(), (Callbacks{"adAspectRatio a 1.6", "adAspectRatio a 0.625"}));
+  for (const char* size : {R"({"width":640,"height":0})", R"({"width":0,"height":400})", R"({"height":400})",
+                           R"({"width":-640,"height":400})", R"({"width":0,"height":0})", "1.6", "null"})
+    event("AdLoaded", "a", size);
+  EXPECT_EQ(delegate_->take(), Callbacks{}) << "no shape of a video";
   for (const char* quiet :
        {"AdLoaded", "AdStopped", "AdImpression", "AdLog", "AdVideoFirstQuartile", "Nonsense", ""})
     event(quiet);

@@ -81,6 +81,12 @@ export class AdPlayback {
     return this.video.currentTime;
   }
 
+  /** In pixels, as the video is meant to be shown; undefined before its metadata has been read, and for sound alone. */
+  get videoSize(): { width: number; height: number } | undefined {
+    const { videoWidth: width, videoHeight: height } = this.video;
+    return width > 0 && height > 0 ? { width, height } : undefined;
+  }
+
   get duration(): number {
     const known = this.video.duration;
     return Number.isFinite(known) && known > 0 ? known : (this.options.declaredDuration ?? 0);

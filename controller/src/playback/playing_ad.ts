@@ -157,7 +157,7 @@ export class PlayingAd {
 
   private onLoaded(): void {
     this.upToDateTracker().fire("loaded");
-    this.report("AdLoaded");
+    this.report("AdLoaded", this.playback.videoSize);
   }
 
   private onFirstFrame(): void {

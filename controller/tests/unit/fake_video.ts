@@ -2,6 +2,8 @@
 export class FakeVideo extends EventTarget {
   currentTime = 0;
   duration = NaN;
+  videoWidth = 0;
+  videoHeight = 0;
   paused = true;
   ended = false;
   muted = false;

@@ -133,6 +133,13 @@ afterEach(() => {
 });
 
 describe("a group", () => {
+  it("reports the size of a video with AdLoaded", () => {
+    startWith([listed("a")]);
+    [video.videoWidth, video.videoHeight] = [640, 400];
+    video.begin(10);
+    expect(data["AdLoaded"]).toEqual({ width: 640, height: 400 });
+  });
+
   it("plays one ad after the other, each beacon before its event", () => {
     startWith([listed("a"), listed("b")]);
     expect(news()).toEqual(["AdGroupStart"]);

@@ -28,12 +28,19 @@ void VemoraAdPlayer::setDelegate(std::weak_ptr<VemoraAdPlayerDelegate> delegate)
   delegate_->value.set(std::move(delegate));
 }
 
+bool VemoraAdPlayer::hasLostDelegate() const {
+  const std::weak_ptr<VemoraAdPlayerDelegate> none, delegate = delegate_->value.get();
+  const bool wasSet = delegate.owner_before(none) || none.owner_before(delegate);
+  return wasSet && delegate.expired();
+}
+
 // A delegate overrides the callbacks that it needs.
 VemoraAdPlayerDelegate::~VemoraAdPlayerDelegate() = default;
 void VemoraAdPlayerDelegate::vemoraDidLoadAds(const Player&, const AdGroup&, const std::optional<VMRError>&) {
 }
 void VemoraAdPlayerDelegate::vemoraDidFailToStart(const Player&, const VMRError&) {}
 void VemoraAdPlayerDelegate::vemoraAdGroupStart(const Player&, const AdGroup&) {}
+void VemoraAdPlayerDelegate::vemoraAdAspectRatio(const Player&, const Ad&, double) {}
 void VemoraAdPlayerDelegate::vemoraAdStart(const Player&, const Ad&) {}
 void VemoraAdPlayerDelegate::vemoraAdPlaying(const Player&, const Ad&) {}
 void VemoraAdPlayerDelegate::vemoraAdPaused(const Player&, const Ad&) {}

@@ -15,6 +15,7 @@
 #include <Vemora/VemoraAdPlayerBase.h>
 #include <Vemora/VemoraTypes.h>
 
+#include <cmath>
 #include <deque>
 #include <utility>
 
@@ -50,6 +51,12 @@ bool hasAds(const std::shared_ptr<VemoraAdGroup>& group) {
   return group && !group->ads().empty();
 }
 
+/// The shape of a video whose page reports its width and height; absent for any other data.
+std::optional<double> aspectRatioIn(const JsonValue& data) {
+  const double ratio = data["width"].doubleValue() / data["height"].doubleValue();
+  return std::isfinite(ratio) && ratio > 0 ? std::optional(ratio) : std::nullopt;
+}
+
 }  // namespace
 
 // The public face.
@@ -66,6 +73,9 @@ VemoraAdPlayerBase::~VemoraAdPlayerBase() {
 
 void VemoraAdPlayerBase::load() {
   const StallWatch watch("load");
+  if (hasLostDelegate())
+    Vemora::log(
+        "The delegate was destroyed before the load. A player holds it weakly: keep it in a variable");
   d->player_.set(weak_from_this());
   d->load();
 }
@@ -435,6 +445,10 @@ void VemoraAdPlayerBase_p::act(const Session& session, VemoraAdEvent event,
                                const std::shared_ptr<VemoraAd>& ad, const JsonValue& data) {
   using Delegate = VemoraAdPlayerDelegate;
   switch (event) {
+    case AdLoaded:
+    case AdSizeChange:
+      if (const auto ratio = aspectRatioIn(data)) notifyDelegate(&Delegate::vemoraAdAspectRatio, ad, *ratio);
+      return;
     case AdStarted:
       session->mainThread().hasStarted = true;
       return notifyDelegate(&Delegate::vemoraAdStart, ad);

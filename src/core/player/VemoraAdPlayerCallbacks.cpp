@@ -33,6 +33,10 @@ void VemoraAdPlayerCallbacks::vemoraAdGroupStart(const Player& player, const AdG
   notify(onAdGroupStart, player, adGroup);
 }
 
+void VemoraAdPlayerCallbacks::vemoraAdAspectRatio(const Player& player, const Ad& ad, double aspectRatio) {
+  notify(onAdAspectRatio, player, ad, aspectRatio);
+}
+
 void VemoraAdPlayerCallbacks::vemoraAdStart(const Player& player, const Ad& ad) {
   notify(onAdStart, player, ad);
 }
