@@ -13,6 +13,15 @@ VEMORA_EXPORT extern const double VemoraVersionNumber;
 /// The version as a zero-terminated source-identification marker, which what(1) finds in the library.
 VEMORA_EXPORT extern const unsigned char VemoraVersionString[];
 
+/// How much a recording shows.
+enum VemoraRecordingDetail {
+  /// Without the advertising id, the location, consent values, the API key and everything in the ad request's
+  /// params, custom and playback entries, wherever these values turn up.
+  VemoraRecordingRedacted,
+  /// All of it: for the developer's machine, and never for a report that others read.
+  VemoraRecordingUnredacted,
+};
+
 /// Settings of the whole SDK, and its log. There are no instances.
 ///
 /// **Threads.** Every operation may be called from any thread.
@@ -37,6 +46,16 @@ class VEMORA_EXPORT Vemora {
   /// Turns the output of `log` on or off. Debug mode also shows the page's alerts, and turns on the debug
   /// output of a viewability library.
   static void debugMode(bool enabled);
+
+  /// Begins to record what this process's sessions do, as lines of JSON in `file`, which is created or
+  /// replaced and readable for its owner alone. docs/inspector.md explains the file. A recording that is
+  /// under way ends. False, with a line in the error log, when the file cannot be written.
+  ///
+  /// In debug mode the environment can ask for the same: `VEMORA_INSPECT` names the file, and
+  /// `VEMORA_INSPECT_UNREDACTED=1` leaves nothing out.
+  static bool startRecording(const std::string& file, VemoraRecordingDetail detail = VemoraRecordingRedacted);
+  /// Ends the recording, if there is one, once everything up to now has been written: it waits for the file.
+  static void stopRecording();
 
   /// Prints "VEMORA LOG: " and the message to the system's log in debug mode; a no-op otherwise.
   static void log(std::string_view message);

@@ -2,6 +2,7 @@
 
 #include "core/bridge/VMRBridgeErrors.h"
 #include "core/bridge/VMRRuntime.h"
+#include "core/inspect/Inspection.h"
 #include "ports/Platform.h"
 
 namespace vemora {
@@ -19,7 +20,10 @@ VMRError inOurDomain(const VMRError& error) {
 
 VMRRpcTask::VMRRpcTask(std::shared_ptr<VMRRuntime> runtime, std::shared_ptr<VMRRpc> message,
                        std::shared_ptr<VMRFuture> future)
-    : runtime_(std::move(runtime)), message_(std::move(message)), future_(std::move(future)) {}
+    : sentAt_(inspect::kUnknownTime),
+      runtime_(std::move(runtime)),
+      message_(std::move(message)),
+      future_(std::move(future)) {}
 
 std::shared_ptr<VMRRpcTask> VMRRpcTask::initWithRuntime(std::shared_ptr<VMRRuntime> runtime,
                                                         std::shared_ptr<VMRRpc> message,
@@ -33,6 +37,12 @@ VMRRpcTask::~VMRRpcTask() {
 }
 
 void VMRRpcTask::send(double timeout) {
+  if (inspect::isOn()) {
+    sentAt_ = dispatch().now();
+    inspect::record(
+        "call", runtime_->number(),
+        {{"id", message_->ID()}, {"method", message_->method()}, {"state", "sent"}, {"timeout", timeout}});
+  }
   runtime_->registerObserver(shared_from_this());
   runtime_->postMessage(
       message_, [self = shared_from_this()](const VMRError& error) { self->complete(nullptr, error); });
@@ -63,7 +73,9 @@ void VMRRpcTask::timeout() {
 }
 
 void VMRRpcTask::complete(const std::shared_ptr<VMRRpc>& message, const std::optional<VMRError>& error) {
-  if (claimCompletion() && future_) settle(message, error);
+  if (!claimCompletion()) return;
+  if (inspect::isOn()) recordEnd(error);
+  if (future_) settle(message, error);
 }
 
 bool VMRRpcTask::claimCompletion() {
@@ -72,6 +84,18 @@ bool VMRRpcTask::claimCompletion() {
   pending = std::exchange(timeoutBlock_, {}).lock();
   if (pending) pending->cancel();
   return !std::exchange(didFireCallback_, true);
+}
+
+void VMRRpcTask::recordEnd(const std::optional<VMRError>& error) const {
+  const bool isTimeout = error == bridgeTimeout();
+  inspect::record("call", runtime_->number(),
+                  {{"id", message_->ID()},
+                   {"method", message_->method()},
+                   {"state", isTimeout ? "timedOut"
+                             : error   ? "failed"
+                                       : "replied"},
+                   {"latency", inspect::durationSince(sentAt_)},
+                   {"error", inspect::valueOf(error)}});
 }
 
 void VMRRpcTask::settle(const std::shared_ptr<VMRRpc>& message, const std::optional<VMRError>& error) {

@@ -44,12 +44,14 @@ class VMRRpcTask final : public VMRRuntimeMessageHandler, public std::enable_sha
   VMRRpcTask(std::shared_ptr<VMRRuntime> runtime, std::shared_ptr<VMRRpc> message,
              std::shared_ptr<VMRFuture> future);
   bool claimCompletion();
+  void recordEnd(const std::optional<VMRError>& error) const;
   void settle(const std::shared_ptr<VMRRpc>& message, const std::optional<VMRError>& error);
 
   Mutex mutex_;  ///< Guards the two fields below. Nothing is locked under it.
   /// Weak, since the block holds the task: a block that is dropped without having run must not keep the task.
   std::weak_ptr<DispatchBlock> timeoutBlock_ VMR_GUARDED_BY(mutex_);
   bool didFireCallback_ VMR_GUARDED_BY(mutex_) = false;
+  double sentAt_;  ///< For recordings. Set before anything can complete the call.
   const std::shared_ptr<VMRRuntime> runtime_;
   const std::shared_ptr<VMRRpc> message_;
   const std::shared_ptr<VMRFuture> future_;

@@ -2,6 +2,7 @@
 
 #include "core/bridge/VMRBridgeErrors.h"
 #include "core/bridge/VMRRpcTask.h"
+#include "core/inspect/Inspection.h"
 #include "ports/Platform.h"
 
 #include <Vemora/InternalInconsistencyException.h>
@@ -36,6 +37,7 @@ void VMRRuntime::onMessage(const std::shared_ptr<VMRRpc>& message) {
     if (alive && alive->onMessage(message)) return;
   }
   const std::string method = message ? message->method().stringValue().value_or("") : std::string();
+  if (inspect::isOn()) inspect::record("unhandled", number(), {{"method", method}});
   Vemora::log("Unhandled RPC message: " + method);
 }
 
@@ -58,6 +60,9 @@ std::shared_ptr<VMRFuture> VMRRuntime::exec(const std::shared_ptr<VMRRpc>& messa
   dispatch().globalAsync([self = shared_from_this(), message, future, timeout] {
     // A page that failed to load counts as done: its calls are posted and fail one by one.
     if (const auto ready = self->loaded(); !ready || !ready->wait(kPageTimeout)) {
+      if (inspect::isOn())
+        inspect::record("call", self->number(),
+                        {{"id", message->ID()}, {"method", message->method()}, {"state", "notReady"}});
       Vemora::logError("Controller NOT READY");
       future->fail(unableToLoadController());
       return;

@@ -7,6 +7,8 @@
 
 #include <Vemora/VMRError.h>
 
+#include <atomic>
+#include <cstdint>
 #include <functional>
 #include <memory>
 #include <string>
@@ -36,6 +38,9 @@ class VMRRuntime : public VMRObservable, public std::enable_shared_from_this<VMR
   virtual void close() {}
   virtual bool isVisible() const { return true; }
 
+  /// Counts the runtimes of this process from 1. Recordings know a session by it.
+  std::uint64_t number() const { return number_; }
+
   /// Done once the page is ready, or will never be.
   std::shared_ptr<VMRFuture> loaded() const { return loaded_.get(); }
   void setLoaded(std::shared_ptr<VMRFuture> loaded) { loaded_.set(std::move(loaded)); }
@@ -44,6 +49,8 @@ class VMRRuntime : public VMRObservable, public std::enable_shared_from_this<VMR
   virtual const char* className() const { return "VMRRuntime"; }
 
  private:
+  inline static std::atomic<std::uint64_t> count_{0};
+  const std::uint64_t number_ = ++count_;
   Locked<std::shared_ptr<VMRFuture>> loaded_;
 };
 

@@ -8,6 +8,7 @@
 #include "core/context/VMRContext.h"
 #include "core/context/VMRDeviceManager.h"
 #include "core/context/VMRGDPRCMP.h"
+#include "core/inspect/Inspection.h"
 #include "core/model/VMRConfig.h"
 #include "ports/Platform.h"
 
@@ -193,9 +194,13 @@ bool VMRAdDumper::start(const JsonValue& data) {
   const auto channel = runtime();
   if (!channel || !channel->isVisible()) {
     startOnVisible_ = true;
+    if (inspect::isOn() && channel)
+      inspect::record("start", channel->number(), {{"state", "deferred"}, {"data", !data.isNull()}});
     return true;
   }
   startOnVisible_ = false;
+  if (inspect::isOn())
+    inspect::record("start", channel->number(), {{"state", "sent"}, {"data", !data.isNull()}});
   const auto failure = control("control.start", data);
   if (failure && startFailureHandler_) startFailureHandler_(*failure);
   return !failure;
@@ -240,13 +245,16 @@ JsonValue VMRAdDumper::vastDictionary(const VemoraAdRequest& request) {
   const auto device = known ? known->deviceManager() : nullptr;
   const auto app = known ? known->appInfo() : nullptr;
   if (device) device->updateInfo();
-  return JsonValue::object({{"apikey", request.apiKey()},
-                            {"params", paramsObject(request, known)},
-                            {"custom", request.customDict()},
-                            {"playback", request.playbackDict()},
-                            {"device", deviceObject(device)},
-                            {"app", appObject(app)},
-                            {"imp", JsonValue::object({})}});
+  const JsonValue payload = JsonValue::object({{"apikey", request.apiKey()},
+                                               {"params", paramsObject(request, known)},
+                                               {"custom", request.customDict()},
+                                               {"playback", request.playbackDict()},
+                                               {"device", deviceObject(device)},
+                                               {"app", appObject(app)},
+                                               {"imp", JsonValue::object({})}});
+  const auto channel = runtime();
+  inspect::factsGathered(channel ? channel->number() : 0, payload);
+  return payload;
 }
 
 void VMRAdDumper::shutdown() {
@@ -267,6 +275,10 @@ void VMRAdDumper::onShow() {
 }
 
 void VMRAdDumper::routeChangeNotification(const Notification& notification) {
+  const auto channel = runtime();
+  if (inspect::isOn() && channel)
+    inspect::record("audioRoute", channel->number(),
+                    {{"reason", notification.userInfo[AVAudioSessionRouteChangeReasonKey]}});
   const auto reason = notification.userInfo[AVAudioSessionRouteChangeReasonKey].integerValue();
   if (reason != AVAudioSessionRouteChangeReasonOldDeviceUnavailable) return;
   const JsonValue background = JsonValue::object({{"background", true}});

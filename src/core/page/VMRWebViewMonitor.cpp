@@ -1,5 +1,6 @@
 #include "core/page/VMRWebViewMonitor.h"
 
+#include "core/inspect/Inspection.h"
 #include "core/page/VMRWebViewRuntime.h"
 #include "ports/Platform.h"
 
@@ -14,7 +15,13 @@ std::shared_ptr<VMRWebViewMonitor> VMRWebViewMonitor::initWithRuntime(
   return monitor;
 }
 
+void VMRWebViewMonitor::record(const char* event, const JsonValue& url, const JsonValue& error) const {
+  const auto owner = runtime();
+  inspect::record("page", owner ? owner->number() : 0, {{"event", event}, {"url", url}, {"error", error}});
+}
+
 void VMRWebViewMonitor::webViewDidFinishNavigation() {
+  if (inspect::isOn()) record("finished");
   const auto owner = runtime();
   if (const auto webView = owner ? owner->getWebView() : nullptr) {
     webView->setContentInsetAdjustmentNever();
@@ -24,16 +31,20 @@ void VMRWebViewMonitor::webViewDidFinishNavigation() {
 }
 
 void VMRWebViewMonitor::webViewDidFailProvisionalNavigation(const VMRError& error) {
+  if (inspect::isOn()) record("failedProvisional", {}, inspect::valueOf(error));
   fail(error);
 }
 void VMRWebViewMonitor::webViewDidFailNavigation(const VMRError& error) {
+  if (inspect::isOn()) record("failed", {}, inspect::valueOf(error));
   fail(error);
 }
 void VMRWebViewMonitor::webViewWebContentProcessDidTerminate() {
+  if (inspect::isOn()) record("terminated");
   cancel();
 }
 
 void VMRWebViewMonitor::webViewCreateWebView(const std::optional<std::string>& url) {
+  if (inspect::isOn()) record("window", url);
   if (!url) return;
   const auto owner = runtime();
   if (!owner) return;
@@ -45,6 +56,7 @@ void VMRWebViewMonitor::webViewCreateWebView(const std::optional<std::string>& u
 
 void VMRWebViewMonitor::webViewRunJavaScriptAlertPanel(std::string_view message,
                                                        std::function<void()> completion) {
+  if (inspect::isOn()) record("alert");
   if (Vemora::debugMode()) displayAlertMessage(message);
   completion();
 }

@@ -34,6 +34,7 @@ class VMRWebViewMonitor final : public VMRFuture, public WebViewNavigationDelega
 
  private:
   VMRWebViewMonitor() = default;
+  void record(const char* event, const JsonValue& url = {}, const JsonValue& error = {}) const;
 
   std::weak_ptr<VMRWebViewRuntime> runtime_;
 };

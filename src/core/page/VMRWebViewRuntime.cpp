@@ -3,6 +3,7 @@
 #include "base/Ascii.h"
 #include "base/JsonDescription.h"
 #include "core/bridge/VMRBridgeErrors.h"
+#include "core/inspect/Inspection.h"
 #include "ports/Platform.h"
 
 #include <Vemora/Vemora.h>
@@ -91,6 +92,7 @@ void VMRWebViewRuntime::build() {
   setLoaded(monitor);
   if (!webView) {
     hasNoWebView_ = true;
+    if (inspect::isOn()) inspect::record("page", number(), {{"event", "noView"}});
     monitor->fail(noWebView());
     return;
   }
@@ -136,10 +138,13 @@ void VMRWebViewRuntime::loadHtml() {
   URLRequest request;
   request.url = pageAddress();
   request.addValue("*", "Access-Control-Allow-Origin");
+  if (inspect::isOn()) inspect::record("page", number(), {{"event", "loading"}, {"url", request.url}});
   if (const auto webView = getWebView()) webView->loadRequest(request);
 }
 
 void VMRWebViewRuntime::postMessage(const std::shared_ptr<VMRRpc>& message, ErrorHandler errorHandler) {
+  if (inspect::isOn())
+    inspect::record("message", number(), {{"direction", "toPage"}, {"body", message->properties()}});
   std::string script =
       "window.VemoraProxy.bridge.onMessage(JSON.stringify(" + scriptOf(message->jsonString()) + "));";
   dispatch().mainAsync([self = self(), script = std::move(script), errorHandler = std::move(errorHandler)] {
@@ -162,7 +167,10 @@ void VMRWebViewRuntime::evaluate(const std::string& script, const ErrorHandler& 
 }
 
 void VMRWebViewRuntime::userContentControllerDidReceiveScriptMessage(const ScriptMessage& message) {
-  if (equalsIgnoringCase(message.name, kLogHandler)) {
+  const bool isLine = equalsIgnoringCase(message.name, kLogHandler);
+  if (inspect::isOn() && !isLine)
+    inspect::record("message", number(), {{"direction", "fromPage"}, {"body", message.body}});
+  if (isLine) {
     Vemora::log("JS LOG - " + describe(message.body));
   } else if (message.body.isObject()) {
     deliver(VMRRpc::messageWithProperties(message.body));
@@ -193,13 +201,25 @@ void VMRWebViewRuntime::viewDidLayout() {
 void VMRWebViewRuntime::updateForVisibilityChange() {
   const auto webView = getWebView();
   const bool isVisible = webView && isOnScreen(*webView);
+  if (inspect::isOn() && webView) recordLayout(*webView);
   // Stored before the observers are notified: the client asks for it in `onShow`.
   if (isVisible_.exchange(isVisible) == isVisible) return;
+  if (inspect::isOn()) inspect::record("visibility", number(), {{"visible", isVisible}});
   for (const Observer& observer : observers()) {
     const auto alive = observer.lock();
     if (!alive) continue;
     dispatch().detachNewThread([alive, isVisible] { isVisible ? alive->onShow() : alive->onHide(); });
   }
+}
+
+void VMRWebViewRuntime::recordLayout(const WebView& webView) {
+  const Layout layout{webView.frame(), webView.window() != nullptr, webView.isHidden()};
+  if (std::exchange(recordedLayout_, layout) == layout) return;
+  const Rect& frame = layout.frame;
+  inspect::record("layout", number(),
+                  {{"frame", JsonValue::array({frame.x, frame.y, frame.width, frame.height})},
+                   {"inWindow", layout.isInWindow},
+                   {"hidden", layout.isHidden}});
 }
 
 void VMRWebViewRuntime::close() {
@@ -209,6 +229,7 @@ void VMRWebViewRuntime::close() {
 void VMRWebViewRuntime::tearDown() {
   const auto webView = getWebView();
   if (!webView) return;
+  if (inspect::isOn()) inspect::record("page", number(), {{"event", "closed"}});
   webView->setNavigationDelegate({});
   webView->setUIDelegate({});
   webView->stopLoading();

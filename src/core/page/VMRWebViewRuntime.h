@@ -73,12 +73,22 @@ class VMRWebViewRuntime final : public VMRRuntime,
   void build();
   void evaluate(const std::string& script, const ErrorHandler& errorHandler);
   void tearDown();
+  void recordLayout(const WebView& webView);
   std::shared_ptr<VMRWebViewRuntime> self();
 
   const std::shared_ptr<DeliveryLine> messages_ = std::make_shared<DeliveryLine>();
   Locked<std::shared_ptr<WebView>> webView_;
   std::atomic<bool> isVisible_{false};
   bool hasNoWebView_ = false;  ///< The platform could make none. Main thread only.
+
+  /// The view's place as it was recorded last. Main thread only.
+  struct Layout {
+    Rect frame;
+    bool isInWindow = false;
+    bool isHidden = false;
+    bool operator==(const Layout& other) const = default;
+  };
+  Layout recordedLayout_;
 };
 
 }  // namespace vemora

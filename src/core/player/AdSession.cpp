@@ -42,6 +42,7 @@ std::shared_ptr<AdSession> AdSession::create(std::weak_ptr<VemoraAdPlayerBase_p>
   session->player_ = std::move(player);
   session->context_ = VMRContext::init();
   const auto runtime = VMRWebViewRuntime::init();
+  session->number_ = runtime->number();
   runtime->registerObserver(session);
   auto client = VMRAdDumper::initWithContext(session->context_, runtime);
   client->setStartFailureHandler([weak = std::weak_ptr(session)](const VMRError& error) {

@@ -9,6 +9,7 @@
 #include <Vemora/VemoraAdGroup.h>
 #include <Vemora/VemoraAdRequest.h>
 
+#include <cstdint>
 #include <deque>
 #include <memory>
 #include <optional>
@@ -57,6 +58,8 @@ class AdSession final : public VMRRuntimeMessageHandler, public std::enable_shar
   bool onMessage(const std::shared_ptr<VMRRpc>& message) override;
 
   bool wasLoaded() const { return context_ != nullptr; }
+  /// The number of its runtime; 0 before the first load.
+  std::uint64_t number() const { return number_; }
   const std::shared_ptr<VMRContext>& context() const { return context_; }
   /// Null after `close`.
   std::shared_ptr<VMRWebViewRuntime> runtime() const;
@@ -123,6 +126,7 @@ class AdSession final : public VMRRuntimeMessageHandler, public std::enable_shar
 
   std::weak_ptr<VemoraAdPlayerBase_p> player_;
   std::shared_ptr<VMRContext> context_;
+  std::uint64_t number_ = 0;
   MainThread mainThread_;
 
   mutable Mutex mutex_;  ///< Guards the fields. Nothing is locked under it.

@@ -1,5 +1,6 @@
 #include "core/player/Heartbeat.h"
 
+#include "core/inspect/Inspection.h"
 #include "ports/Platform.h"
 
 #include <Vemora/Vemora.h>
@@ -15,48 +16,56 @@ constexpr double kHeartbeatInterval = 5.0;
 }  // namespace
 
 void Heartbeat::arm(Check check) {
-  Block block;
+  Step step;
   {
     MutexLock lock(mutex_);
-    block = armLocked(std::move(check));
+    armLocked(step, std::move(check));
   }
-  schedule(block);
+  finish("arm", step);
 }
 
 void Heartbeat::cancel() {
   Vemora::log("Monitor Heartbeat Cancel");
-  MutexLock lock(mutex_);
-  cancelLocked();
+  Step step;
+  {
+    MutexLock lock(mutex_);
+    cancelLocked(step);
+  }
+  finish("cancel", step);
 }
 
 void Heartbeat::rearm(Check check) {
   Vemora::log("Monitor Heartbeat Cancel");
-  Block block;
+  Step step;
   {
     MutexLock lock(mutex_);
-    cancelLocked();
-    block = armLocked(std::move(check));
+    cancelLocked(step);
+    armLocked(step, std::move(check));
   }
-  schedule(block);
+  finish("arm", step);
 }
 
 void Heartbeat::suspend() {
   Vemora::log("Monitor Heartbeat Suspend");
   Vemora::log("Monitor Heartbeat Cancel");
-  MutexLock lock(mutex_);
-  ++depth_;
-  cancelLocked();
+  Step step;
+  {
+    MutexLock lock(mutex_);
+    ++depth_;
+    cancelLocked(step);
+  }
+  finish("suspend", step);
 }
 
 void Heartbeat::resume(Check check) {
   Vemora::log("Monitor Heartbeat Resume");
-  Block block;
+  Step step;
   {
     MutexLock lock(mutex_);
     if (depth_ > 0) --depth_;
-    block = armLocked(std::move(check));
+    armLocked(step, std::move(check));
   }
-  schedule(block);
+  finish("resume", step);
 }
 
 std::int64_t Heartbeat::depth() const {
@@ -64,22 +73,45 @@ std::int64_t Heartbeat::depth() const {
   return depth_;
 }
 
-Heartbeat::Block Heartbeat::armLocked(Check check) {
-  if (depth_ > 0) return nullptr;
-  auto block = std::make_shared<DispatchBlock>(std::move(check));
-  armed_ = block;
-  return block;
+void Heartbeat::armLocked(Step& step, Check check) {
+  step.depth = depth_;
+  if (depth_ > 0) return;
+  const Block forgotten = armed_.lock();
+  if (forgotten && !forgotten->isCancelled()) step.stale = lastNumber_;
+  step.armed = ++lastNumber_;
+  step.block = std::make_shared<DispatchBlock>(inspect::isOn() ? recordedWhenDue(std::move(check), step.armed)
+                                                               : std::move(check));
+  armed_ = step.block;
 }
 
 /// A check holds its session weakly, so that nothing of note is released under the lock.
-void Heartbeat::cancelLocked() {
-  if (const Block block = std::exchange(armed_, {}).lock()) block->cancel();
+void Heartbeat::cancelLocked(Step& step) {
+  step.depth = depth_;
+  const Block block = std::exchange(armed_, {}).lock();
+  if (!block) return;
+  block->cancel();
+  step.cancelled = lastNumber_;
 }
 
-void Heartbeat::schedule(const Block& block) {
-  if (!block) return;
+void Heartbeat::finish(const char* event, const Step& step) const {
+  const auto numbered = [](std::uint64_t number) { return number > 0 ? JsonValue(number) : JsonValue(); };
+  if (inspect::isOn())
+    inspect::record("heartbeat", session_,
+                    {{"event", event},
+                     {"depth", step.depth},
+                     {"check", numbered(step.armed)},
+                     {"cancelled", numbered(step.cancelled)},
+                     {"stale", numbered(step.stale)}});
+  if (!step.block) return;
   Vemora::log("Monitor Heartbeat");
-  dispatch().globalAfter(kHeartbeatInterval, block);
+  dispatch().globalAfter(kHeartbeatInterval, step.block);
+}
+
+Heartbeat::Check Heartbeat::recordedWhenDue(Check check, std::uint64_t number) const {
+  return [check = std::move(check), number, session = session_.load()] {
+    if (inspect::isOn()) inspect::record("heartbeat", session, {{"event", "due"}, {"check", number}});
+    check();
+  };
 }
 
 }  // namespace vemora

@@ -3,6 +3,7 @@
 #include "base/Mutex.h"
 #include "ports/Dispatch.h"
 
+#include <atomic>
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -30,15 +31,28 @@ class Heartbeat {
   void resume(Check check);
 
   std::int64_t depth() const;
+  /// The session that recordings show the steps with.
+  void setSession(std::uint64_t number) { session_ = number; }
 
  private:
   using Block = std::shared_ptr<DispatchBlock>;
-  Block armLocked(Check check) VMR_REQUIRES(mutex_);
-  void cancelLocked() VMR_REQUIRES(mutex_);
-  static void schedule(const Block& block);
+  /// What a step did. Checks are numbered from 1, for recordings.
+  struct Step {
+    Block block;  ///< Armed, and still to be scheduled.
+    std::uint64_t armed = 0;
+    std::uint64_t stale = 0;  ///< Was armed, and can no longer be cancelled.
+    std::uint64_t cancelled = 0;
+    std::int64_t depth = 0;
+  };
+  void armLocked(Step& step, Check check) VMR_REQUIRES(mutex_);
+  void cancelLocked(Step& step) VMR_REQUIRES(mutex_);
+  void finish(const char* event, const Step& step) const;
+  Check recordedWhenDue(Check check, std::uint64_t number) const;
 
-  mutable Mutex mutex_;  ///< Guards both below. Nothing is locked under it.
+  std::atomic<std::uint64_t> session_{0};
+  mutable Mutex mutex_;  ///< Guards all below. Nothing is locked under it.
   std::int64_t depth_ VMR_GUARDED_BY(mutex_) = 0;
+  std::uint64_t lastNumber_ VMR_GUARDED_BY(mutex_) = 0;
   /// Weak: the queue that the block waits in holds it.
   std::weak_ptr<DispatchBlock> armed_ VMR_GUARDED_BY(mutex_);
 };

@@ -2,6 +2,7 @@
 #include "core/bridge/VMRBridgeErrors.h"
 #include "core/client/VMRAdDumper.h"
 #include "core/context/VMRContext.h"
+#include "core/inspect/Inspection.h"
 #include "core/model/VMRConfig.h"
 #include "core/page/VMRWebViewRuntime.h"
 #include "core/player/VemoraAdPlayerBase_p.h"
@@ -81,35 +82,45 @@ void VemoraAdPlayerBase::load() {
 }
 void VemoraAdPlayerBase::start() {
   const StallWatch watch("start");
+  if (inspect::isOn()) d->recordCall("start");
   d->start();
 }
 void VemoraAdPlayerBase::play() {
+  if (inspect::isOn()) d->recordCall("play");
   d->performInBackground(&VemoraAdPlayerBase_p::_play, nullptr);
 }
 void VemoraAdPlayerBase::stop() {
+  if (inspect::isOn()) d->recordCall("stop");
   d->performInBackground(&VemoraAdPlayerBase_p::_stop, nullptr);
 }
 void VemoraAdPlayerBase::pause() {
+  if (inspect::isOn()) d->recordCall("pause");
   d->performInBackground(&VemoraAdPlayerBase_p::_pause, nullptr);
 }
 void VemoraAdPlayerBase::resume() {
+  if (inspect::isOn()) d->recordCall("resume");
   d->performInBackground(&VemoraAdPlayerBase_p::_resume, nullptr);
 }
 void VemoraAdPlayerBase::skip() {
+  if (inspect::isOn()) d->recordCall("skip");
   d->performInBackground(&VemoraAdPlayerBase_p::_skip, nullptr);
 }
 void VemoraAdPlayerBase::close() {
+  if (inspect::isOn()) d->recordCall("close");
   d->performInBackground(&VemoraAdPlayerBase_p::_close, nullptr);
 }
 void VemoraAdPlayerBase::shutdown() {
   const StallWatch watch("shutdown");
+  if (inspect::isOn()) d->recordCall("shutdown");
   d->shutdown();
 }
 void VemoraAdPlayerBase::setSize(float size) {
   const StallWatch watch("setSize");
+  if (inspect::isOn()) d->recordCall("setSize", size);
   d->setSize(size);
 }
 void VemoraAdPlayerBase::setStartTimeout(double seconds) {
+  if (inspect::isOn()) d->recordCall("setStartTimeout", seconds);
   d->setStartTimeout(seconds);
 }
 double VemoraAdPlayerBase::startTimeout() const {
@@ -156,12 +167,18 @@ class VemoraAdPlayerBase_p::BorrowedPlayer {
 VemoraAdPlayerBase_p::VemoraAdPlayerBase_p() = default;
 VemoraAdPlayerBase_p::~VemoraAdPlayerBase_p() = default;
 
+void VemoraAdPlayerBase_p::recordCall(const char* operation, const JsonValue& value) const {
+  inspect::hostCall(operation, number_, session()->number(), value);
+}
+
 void VemoraAdPlayerBase_p::load() {
   assertMainThread("VemoraAdPlayerBase::load");
   const Session previous = session();
   if (previous->wasLoaded())
     Vemora::log("This player has loaded before: after a shutdown its heartbeat is not watched again");
   const Session loading = AdSession::create(weak_from_this(), *previous);
+  heartbeat_.setSession(loading->number());
+  if (inspect::isOn()) inspect::hostCall("load", number_, loading->number(), {}, placementType());
   park(loading->runtime()->getWebView());
   previous->abandon();
   session_.set(loading);
@@ -194,6 +211,7 @@ void VemoraAdPlayerBase_p::watchApplication() {
 }
 
 void VemoraAdPlayerBase_p::playerReleased() {
+  if (inspect::isOn()) recordCall("release");
   applicationNotifications_.clear();
   commands_->dropWaiting();
   const Session current = session();
@@ -203,6 +221,11 @@ void VemoraAdPlayerBase_p::playerReleased() {
 
 void VemoraAdPlayerBase_p::_load(const Session& session) {
   const auto answer = askForRequest();
+  if (inspect::isOn())
+    inspect::record("request", session->number(),
+                    {{"delegate", answer.has_value()},
+                     {"given", answer && *answer},
+                     {"channel", answer && *answer && (*answer)->channel()}});
   if (!answer) return dispatch().mainAsync([self = sharedSelf(this), session] { self->loadDidEnd(session); });
   const auto& request = *answer;
   session->setRequest(request);
@@ -257,7 +280,8 @@ void VemoraAdPlayerBase_p::reportLoad(const Session& session, std::shared_ptr<Ve
   dispatch().mainAsync(
       [self = sharedSelf(this), session, group = std::move(group), error = std::move(error)] {
         // Every load is reported, also that of a session which has ended meanwhile.
-        self->notifyDelegate(&VemoraAdPlayerDelegate::vemoraDidLoadAds, group, error);
+        self->notifyDelegate(*session, "vemoraDidLoadAds", &VemoraAdPlayerDelegate::vemoraDidLoadAds, group,
+                             error);
         self->loadDidEnd(session);
       });
 }
@@ -291,7 +315,8 @@ void VemoraAdPlayerBase_p::startFailed(const Session& session, const VMRError& e
   dispatch().mainAsync([self = sharedSelf(this), session, error] {
     if (!session->isLive()) return;
     Vemora::logError("The ads were not started: " + toString(error));
-    self->notifyDelegate(&VemoraAdPlayerDelegate::vemoraDidFailToStart, error);
+    self->notifyDelegate(*session, "vemoraDidFailToStart", &VemoraAdPlayerDelegate::vemoraDidFailToStart,
+                         error);
   });
 }
 
@@ -342,6 +367,8 @@ void VemoraAdPlayerBase_p::shutdown() {
 
 void VemoraAdPlayerBase_p::endSession(const Session& session, AdSessionEnding ending) {
   if (!session->beginEnding()) return;
+  if (inspect::isOn())
+    inspect::record("ending", session->number(), {{"error", inspect::valueOf(ending.error)}});
   _heartbeatSuspend();
   sessionDidEnd(session);
   session->close();
@@ -359,9 +386,9 @@ void VemoraAdPlayerBase_p::deliverEnding(const Session& session, const AdSession
   } else if (!session->finish()) {
     return;
   } else if (ending.error) {
-    notifyDelegate(&Delegate::vemoraAdError, ending.ad, *ending.error);
+    notifyDelegate(*session, "vemoraAdError", &Delegate::vemoraAdError, ending.ad, *ending.error);
   } else {
-    notifyDelegate(&Delegate::vemoraAdGroupComplete, session->adGroup());
+    notifyDelegate(*session, "vemoraAdGroupComplete", &Delegate::vemoraAdGroupComplete, session->adGroup());
   }
 }
 
@@ -372,6 +399,7 @@ AdSessionEnding VemoraAdPlayerBase_p::playbackFailed(std::optional<std::string> 
 // The application's life cycle.
 
 void VemoraAdPlayerBase_p::applicationWillResignActiveNotification() {
+  if (inspect::isOn()) inspect::record("application", session()->number(), {{"state", "inactive"}});
   _heartbeatSuspend();
   const auto asked = request();
   const auto vpaid = asked ? asked->paramDict().find("VPAID") : JsonDictionary::iterator();
@@ -381,6 +409,7 @@ void VemoraAdPlayerBase_p::applicationWillResignActiveNotification() {
 }
 
 void VemoraAdPlayerBase_p::applicationDidBecomeActiveNotification() {
+  if (inspect::isOn()) inspect::record("application", session()->number(), {{"state", "active"}});
   _heartbeatResume();
   // "background" is true here as well: kept on purpose.
   performInBackground(&VemoraAdPlayerBase_p::_resume, JsonValue::object({{"background", true}}));
@@ -390,10 +419,12 @@ void VemoraAdPlayerBase_p::applicationDidBecomeActiveNotification() {
 
 template <typename... Parameters, typename... Arguments>
 void VemoraAdPlayerBase_p::notifyDelegate(
+    const AdSession& session, const char* name,
     void (VemoraAdPlayerDelegate::*callback)(const VemoraAdPlayerDelegate::Player&, Parameters...),
     const Arguments&... arguments) {
   const BorrowedPlayer player(*this);
   const auto delegate = player.delegate();
+  const inspect::HostCallback recorded(name, number_, session.number(), delegate != nullptr, arguments...);
   if (!delegate) return;
   const StallWatch::HostCall hostCall;
   (delegate.get()->*callback)(player.get(), arguments...);
@@ -451,23 +482,25 @@ void VemoraAdPlayerBase_p::act(const Session& session, VemoraAdEvent event,
       return;
     case AdStarted:
       session->mainThread().hasStarted = true;
-      return notifyDelegate(&Delegate::vemoraAdStart, ad);
+      return notifyDelegate(*session, "vemoraAdStart", &Delegate::vemoraAdStart, ad);
     case AdSkipped:
-      return notifyDelegate(&Delegate::vemoraAdSkipped, ad);
+      return notifyDelegate(*session, "vemoraAdSkipped", &Delegate::vemoraAdSkipped, ad);
     case AdVideoComplete:
-      return notifyDelegate(&Delegate::vemoraAdComplete, ad);
+      return notifyDelegate(*session, "vemoraAdComplete", &Delegate::vemoraAdComplete, ad);
     case AdUserClose:
-      return notifyDelegate(&Delegate::vemoraAdUserClose, ad);
+      return notifyDelegate(*session, "vemoraAdUserClose", &Delegate::vemoraAdUserClose, ad);
     case AdPaused:
-      return notifyDelegate(&Delegate::vemoraAdPaused, ad);
+      return notifyDelegate(*session, "vemoraAdPaused", &Delegate::vemoraAdPaused, ad);
     case AdPlaying:
-      return notifyDelegate(&Delegate::vemoraAdPlaying, ad);
+      return notifyDelegate(*session, "vemoraAdPlaying", &Delegate::vemoraAdPlaying, ad);
     case AdClickThru:
-      return notifyDelegate(&Delegate::vemoraAdClicked, ad);
+      return notifyDelegate(*session, "vemoraAdClicked", &Delegate::vemoraAdClicked, ad);
     case AdTimeChange:
-      return notifyDelegate(&Delegate::vemoraAdTimeUpdate, ad, data.doubleValue());
+      return notifyDelegate(*session, "vemoraAdTimeUpdate", &Delegate::vemoraAdTimeUpdate, ad,
+                            data.doubleValue());
     case AdGroupStart:
-      return notifyDelegate(&Delegate::vemoraAdGroupStart, session->adGroup());
+      return notifyDelegate(*session, "vemoraAdGroupStart", &Delegate::vemoraAdGroupStart,
+                            session->adGroup());
     case AdGroupEnd:
       return endSession(session, {});
     case AdError: {
@@ -503,20 +536,27 @@ void VemoraAdPlayerBase_p::_evaluateWindow(const JsonValue& parameters, const Se
 }
 
 void VemoraAdPlayerBase_p::_openWindow(const URL& url, const Session& session) {
+  const auto became = [&](const char* state, const JsonValue& reason = {}) {
+    if (inspect::isOn())
+      inspect::record("window", session->number(),
+                      {{"state", state}, {"url", url.absoluteString}, {"reason", reason}});
+  };
   const auto presenter = topMostController();
-  if (!presenter) return;
+  if (!presenter) return became("noWindow");
   if (const char* refusal = browserRefusal(session->mainThread().browserTimes, dispatch().now())) {
     Vemora::log("In-app browser not opened, since " + std::string(refusal) + ": " + url.absoluteString);
-    return;
+    return became("refused", refusal);
   }
   const auto browser = Platform::shared().application().createSafariViewController(url);
-  if (!browser) return;
+  if (!browser) return became("unsupported");
   _heartbeatSuspend();
   session->setBrowser(browser);
   browser->setDelegate(weak_from_this());
   presenter->presentViewController(browser, true, nullptr);
+  const bool isPresented = presenter->presentedViewController() == browser;
+  became(isPresented ? "opened" : "notPresented");
   // Nobody would close a browser that did not get onto the screen.
-  if (presenter->presentedViewController() != browser) _heartbeatResume();
+  if (!isPresented) _heartbeatResume();
 }
 
 std::shared_ptr<ViewController> VemoraAdPlayerBase_p::topMostController() {
@@ -527,6 +567,7 @@ std::shared_ptr<ViewController> VemoraAdPlayerBase_p::topMostController() {
 }
 
 void VemoraAdPlayerBase_p::safariViewControllerDidFinish(const std::shared_ptr<SFSafariViewController>&) {
+  if (inspect::isOn()) inspect::record("window", session()->number(), {{"state", "closed"}});
   _heartbeatResume();
   performInBackground(&VemoraAdPlayerBase_p::_resume, nullptr);
 }
@@ -539,8 +580,11 @@ void VemoraAdPlayerBase_p::_fireBeacon(const URL& url, const AdSession& session)
   const auto& known = session.context();
   if (const auto userAgent = known ? known->userAgent() : std::nullopt)
     request.addValue(*userAgent, "User-Agent");
+  const auto beacon =
+      inspect::isOn() ? inspect::beaconSent(session.number(), url.absoluteString) : inspect::Beacon();
   Platform::shared().system().createEphemeralURLSession()->downloadTaskWithRequest(
-      request, [](const std::optional<VMRError>& error) {
+      request, [beacon](const std::optional<VMRError>& error) {
+        if (inspect::isOn()) inspect::beaconEnded(beacon, error);
         if (error) Vemora::logError("Failed to fire beacon: " + toString(*error));
       });
 }

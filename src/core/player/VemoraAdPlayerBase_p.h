@@ -141,14 +141,19 @@ class VemoraAdPlayerBase_p : public SFSafariViewControllerDelegate,
   void deliverEnding(const Session& session, const AdSessionEnding& ending);
   void watchStart(const Session& session);
   Heartbeat::Check heartbeatCheck(const Session& session);
+  /// Records an operation that the host has called.
+  void recordCall(const char* operation, const JsonValue& value = {}) const;
   /// Calls the delegate, if it is still there and the host has not released the player. Main thread.
   template <typename... Parameters, typename... Arguments>
-  void notifyDelegate(void (VemoraAdPlayerDelegate::*callback)(const VemoraAdPlayerDelegate::Player&,
+  void notifyDelegate(const AdSession& session, const char* name,
+                      void (VemoraAdPlayerDelegate::*callback)(const VemoraAdPlayerDelegate::Player&,
                                                                Parameters...),
                       const Arguments&... arguments);
 
   class BorrowedPlayer;
 
+  inline static std::atomic<std::uint64_t> count_{0};
+  const std::uint64_t number_ = ++count_;             ///< Of the players of this process, for recordings.
   Locked<std::weak_ptr<VemoraAdPlayerBase>> player_;  ///< The owner. Set by `load`.
   std::atomic<long> borrowed_{0};                     ///< How many of its strong references are ours.
   std::atomic<double> startTimeout_{0};

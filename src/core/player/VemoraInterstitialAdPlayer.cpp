@@ -1,3 +1,4 @@
+#include "core/inspect/Inspection.h"
 #include "core/page/VMRWebViewRuntime.h"
 #include "core/player/VemoraAdPlayerBase_p.h"
 #include "core/player/VemoraInterstitialViewController.h"
@@ -54,12 +55,18 @@ class VemoraInterstitialAdPlayer_p final : public VemoraAdPlayerBase_p {
     // The ad starts once it can be seen; a stage that never comes up never starts it.
     stage = presenter ? VemoraInterstitialViewController::present(
                             presenter, webView, perform([parameters](auto& self, const Session& session) {
+                              recordStage(*session, "presented");
                               self.startInBackground(session, parameters);
                             }),
                             perform([](auto& self, const Session& session) { self.viewerClosed(session); }))
                       : nullptr;
+    recordStage(*session, stage ? "presenting" : "noWindow");
     if (!stage)
       Vemora::logError("The interstitial cannot be presented: there is no window to present it over");
+  }
+
+  static void recordStage(const AdSession& session, const char* state) {
+    if (inspect::isOn()) inspect::record("stage", session.number(), {{"state", state}});
   }
 
   void startInBackground(const Session& session, const JsonValue& parameters) {
@@ -70,6 +77,7 @@ class VemoraInterstitialAdPlayer_p final : public VemoraAdPlayerBase_p {
 
   void viewerClosed(const Session& session) {
     session->mainThread().stage = nullptr;
+    recordStage(*session, "closed");
     performInBackground(&VemoraAdPlayerBase_p::_close, nullptr);
     dispatch().mainAfter(kCloseTimeout, [weak = weakSelf(this), weakSession = std::weak_ptr(session)] {
       const auto self = weak.lock();

@@ -1,5 +1,6 @@
 #include "core/settings/StallWatch.h"
 
+#include "core/inspect/Inspection.h"
 #include "ports/Platform.h"
 
 #include <Vemora/Vemora.h>
@@ -29,6 +30,9 @@ StallWatch::~StallWatch() {
   current = nullptr;
   const double held = dispatch().now() - begin_ - inHost_;
   if (held <= kLimit) return;
+  if (inspect::isOn())
+    inspect::record("held", 0,
+                    {{"by", "sdk"}, {"operation", operation_}, {"duration", inspect::durationOf(held)}});
   Vemora::log("Main thread held for " + std::to_string(std::lround(held * 1000)) + " ms: " + operation_);
 }
 

@@ -1,9 +1,11 @@
 #include "base/Mutex.h"
+#include "core/inspect/Inspection.h"
 #include "ports/Platform.h"
 
 #include <Vemora/Vemora.h>
 
 #include <atomic>
+#include <cstdlib>
 #include <memory>
 #include <sstream>
 
@@ -20,6 +22,16 @@ struct Settings {
   /// Atomic, since `log` reads it without the lock.
   std::atomic<bool> debugMode{false};
 };
+
+/// Starts the recording that the environment of a process in debug mode asks for, once.
+void recordAsEnvironmentAsks() {
+  static std::atomic<bool> isDone{false};
+  const char* file = std::getenv("VEMORA_INSPECT");
+  if (!file || *file == '\0' || isDone.exchange(true)) return;
+  const char* unredacted = std::getenv("VEMORA_INSPECT_UNREDACTED");
+  const bool showsAll = unredacted && std::string_view(unredacted) == "1";
+  Vemora::startRecording(file, showsAll ? VemoraRecordingUnredacted : VemoraRecordingRedacted);
+}
 
 Settings& settings() {
   static Settings& shared = *new Settings;
@@ -50,16 +62,31 @@ bool Vemora::debugMode() {
 }
 
 void Vemora::debugMode(bool enabled) {
-  RecursiveMutexLock lock(settings().mutex);
-  settings().debugMode = enabled;
+  {
+    RecursiveMutexLock lock(settings().mutex);
+    settings().debugMode = enabled;
+  }
+  if (enabled) recordAsEnvironmentAsks();
+}
+
+bool Vemora::startRecording(const std::string& file, VemoraRecordingDetail detail) {
+  const auto failure = inspect::Recorder::shared().start(file, detail == VemoraRecordingRedacted);
+  if (failure) logError("No recording is made, since \"" + file + "\" cannot be written: " + *failure);
+  return !failure;
+}
+
+void Vemora::stopRecording() {
+  inspect::Recorder::shared().stop();
 }
 
 void Vemora::log(std::string_view message) {
+  if (inspect::isOn()) inspect::logLine("log", message);
   if (!settings().debugMode.load(std::memory_order_relaxed)) return;
   Platform::shared().system().log(LogLevel::Default, std::string("VEMORA LOG: ").append(message));
 }
 
 void Vemora::logError(std::string_view message) {
+  if (inspect::isOn()) inspect::logLine("error", message);
   Platform::shared().system().log(LogLevel::Error, std::string("VEMORA ERROR: ").append(message));
 }
 
