@@ -3,7 +3,10 @@ import { largestDocument } from "../util/fetching";
 import { AdFailure, VastCode } from "./vast_error";
 
 /** Names that servers are known to write in another case. */
-const canonicalNames: Record<string, string> = { inline: "InLine", wrapper: "Wrapper" };
+const canonicalNames = new Map([
+  ["inline", "InLine"],
+  ["wrapper", "Wrapper"],
+]);
 
 const addressElements: ReadonlySet<string> = new Set(
   (
@@ -38,7 +41,7 @@ function declaresDocumentType(text: string): boolean {
 }
 
 function canonicalName(element: Element): string {
-  return canonicalNames[element.localName.toLowerCase()] ?? element.localName;
+  return canonicalNames.get(element.localName.toLowerCase()) ?? element.localName;
 }
 
 function copied(element: Element, target: Document): Element {
