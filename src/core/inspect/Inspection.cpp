@@ -90,8 +90,8 @@ Member argument(const std::optional<VMRError>& error) {
 Member argument(const VMRError& error) {
   return {"error", valueOf(error)};
 }
-Member argument(double time) {
-  return {"time", time};
+Member argument(double value) {
+  return {"value", value};
 }
 
 HostCallback::HostCallback(const char* name) : isRecorded_(isOn()), name_(name) {

@@ -64,7 +64,7 @@ Member argument(const std::shared_ptr<VemoraAd>& ad);
 Member argument(const std::shared_ptr<VemoraAdGroup>& group);
 Member argument(const std::optional<VMRError>& error);
 Member argument(const VMRError& error);
-Member argument(double time);
+Member argument(double value);
 
 /// The call of a delegate's operation, from before it to after it. Main thread, on the stack.
 class HostCallback {

@@ -478,7 +478,8 @@ void VemoraAdPlayerBase_p::act(const Session& session, VemoraAdEvent event,
   switch (event) {
     case AdLoaded:
     case AdSizeChange:
-      if (const auto ratio = aspectRatioIn(data)) notifyDelegate(&Delegate::vemoraAdAspectRatio, ad, *ratio);
+      if (const auto ratio = aspectRatioIn(data))
+        notifyDelegate(*session, "vemoraAdAspectRatio", &Delegate::vemoraAdAspectRatio, ad, *ratio);
       return;
     case AdStarted:
       session->mainThread().hasStarted = true;
