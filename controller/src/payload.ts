@@ -35,6 +35,11 @@ export interface PrivacyData {
   gdprConsent?: string;
 }
 
+/** Whether a companion can follow the video; in place of an inline ad the host app has its own content. */
+export function hasEndCards(placement: PlacementType): boolean {
+  return placement === "interstitial" || placement === "resizeable";
+}
+
 function placementFrom(params: JsonObject): PlacementType {
   const text = textAt(params, "placement_type");
   return text === "inline" || text === "resizeable" || text === "interstitial" ? text : "none";

@@ -45,8 +45,10 @@ export interface ParsedCreative {
   interactiveCreativeFile?: { apiFramework: string | null } | null;
   closedCaptionFiles?: Array<{ type: string | null; language: string | null; fileURL: string | null }>;
   icons?: ParsedIcon[];
-  /** The companions of a companion creative. */
+  /** The companions of a companion creative; a nonlinear creative has its overlays here, which are not read. */
   variations?: ParsedCompanion[];
+  /** Of a companion creative: "all", "any" or "none". */
+  required?: string | null;
   trackingEvents?: Record<string, string[]>;
   videoClickThroughURLTemplate?: { url: string } | null;
   videoClickTrackingURLTemplates?: Array<{ url: string }>;

@@ -36,9 +36,17 @@ function linearOf(ad: ParsedAd): ParsedCreative {
   throw new AdFailure(VastCode.unexpectedAdType, "The ad has no linear creative");
 }
 
-/** True when the media file of the ad is played without the interactive layer that the ad has for it. */
-export function losesInteractivity(ad: ParsedAd): boolean {
-  return linearOf(ad).interactiveCreativeFile != null;
+/**
+ * The codes for parts of the ad without which its video is played: its interactive layer, and companions that it
+ * requires beyond those that can be shown. `companionRoom` is how many can be shown.
+ */
+export function lossesOf(ad: ParsedAd, companionRoom: number): number[] {
+  const isUnmet = ({ type, required, variations = [] }: ParsedCreative) => {
+    const needed = required === "all" ? variations.length : Number(required === "any" && variations.length > 0);
+    return type === "companion" && needed > companionRoom;
+  };
+  const codes = linearOf(ad).interactiveCreativeFile ? [VastCode.interactiveNotExecuted as number] : [];
+  return ad.creatives.some(isUnmet) ? [...codes, VastCode.requiredCompanion] : codes;
 }
 
 function mediaOf(creative: ParsedCreative): MediaFile[] {

@@ -22,6 +22,17 @@ export function adElements(vast: Document): Element[] {
   return Array.from(vast.documentElement.children).filter(({ localName }) => localName === "Ad");
 }
 
+/** Measurement scripts of VAST 2 and 3 come in an extension, some without the element that the parser looks for. */
+export function completeVerifications(vast: Document): void {
+  for (const extension of Array.from(vast.querySelectorAll("Extension"))) {
+    const bare = Array.from(extension.children).filter(({ localName }) => localName === "Verification");
+    if (bare.length === 0) continue;
+    const list = vast.createElementNS(extension.namespaceURI, "AdVerifications");
+    list.append(...bare);
+    extension.append(list);
+  }
+}
+
 /** True for an ad that belongs to a pod. */
 export function hasSequence(ad: { sequence: string | null }): boolean {
   return parseInt(ad.sequence ?? "", 10) > 0;

@@ -15,6 +15,8 @@ export const VastCode = {
   noSupportedMedia: 403,
   mediaDisplay: 405,
   interactiveNotExecuted: 409,
+  requiredCompanion: 602,
+  undefinedError: 900,
   vpaid: 901,
   interactive: 902,
 } as const;

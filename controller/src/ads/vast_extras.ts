@@ -102,7 +102,8 @@ function companionFrom(companion: ParsedCompanion, views: string[], fill: Fill):
 /** Those of the ad itself first. A wrapper's companion without a resource only adds its trackers to the others. */
 export function companionsOf(ad: ParsedAd, fill: Fill): Companion[] {
   // The parser puts the creatives of wrappers first.
-  const all = [...ad.creatives].reverse().flatMap(({ variations }) => variations ?? []);
+  const companions = [...ad.creatives].reverse().filter(({ type }) => type === "companion");
+  const all = companions.flatMap(({ variations }) => variations ?? []);
   const isEmpty = (one: ParsedCompanion) =>
     one.staticResources.length + one.htmlResources.length + one.iframeResources.length === 0;
   const views = all.filter(isEmpty).flatMap(({ trackingEvents }) => trackingEvents.creativeView ?? []);

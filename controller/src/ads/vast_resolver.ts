@@ -2,7 +2,15 @@ import { VASTParser } from "@dailymotion/vast-client";
 import type { Deadline } from "../util/deadline";
 import { diagnosed, FetchFailure, type FetchedText } from "../util/fetching";
 import type { ParsedAd } from "./parsed_ad";
-import { adElements, errorAddressesOf, formOf, hasSequence, isBeforePods, vastDocument } from "./vast_document";
+import {
+  adElements,
+  completeVerifications,
+  errorAddressesOf,
+  formOf,
+  hasSequence,
+  isBeforePods,
+  vastDocument,
+} from "./vast_document";
 import { AdFailure, VastCode } from "./vast_error";
 
 export interface ResolverOptions {
@@ -20,6 +28,7 @@ export interface ResolverOptions {
 }
 
 interface ParseOptions {
+  url?: string | null;
   isRootVAST?: boolean;
   allowMultipleAds?: boolean;
   followAdditionalWrappers?: boolean;
@@ -77,10 +86,12 @@ export class VastResolver extends VASTParser {
   override parseVastXml(vast: Document, options: ParseOptions): object[] {
     const errorsBefore = this.errorURLTemplates.length;
     const reportForDocument = (code: number) => {
+      this.options.log(`VAST error ${code}: the document ${options.url ?? ""} has no usable ad`);
       const ofWrapped = this.errorURLTemplates.splice(errorsBefore);
       this.options.reportErrors(options.isRootVAST ? this.rootErrorURLTemplates : ofWrapped, code);
     };
     const silent = this.removeUnusable(vast, options);
+    completeVerifications(vast);
     // Which ads of a pod are allowed is decided below: the parser would refuse a single ad with a sequence.
     const ads: ParsedAd[] = super.parseVastXml(vast, { ...options, allowMultipleAds: undefined });
     if (ads.length === 0) reportForDocument(silent > 0 ? VastCode.schema : VastCode.noAdsAfterWrappers);

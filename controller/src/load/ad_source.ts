@@ -1,7 +1,7 @@
 import type { Ad } from "../ads/ad";
 import { adsFromList } from "../ads/ad_list";
 import type { ParsedAd } from "../ads/parsed_ad";
-import { adFromVast, losesInteractivity, macrosOf } from "../ads/vast_ads";
+import { adFromVast, lossesOf, macrosOf } from "../ads/vast_ads";
 import { requireVast } from "../ads/vast_document";
 import { AdFailure, VastCode } from "../ads/vast_error";
 import { VastResolver } from "../ads/vast_resolver";
@@ -9,7 +9,7 @@ import { breakOf, isVmap, VmapCode, type AdBreak } from "../ads/vmap_breaks";
 import { xmlDocument } from "../ads/xml_document";
 import type { Config } from "../config";
 import { isPlayable, type CanPlayType } from "../media/media_choice";
-import type { Payload } from "../payload";
+import { hasEndCards, type Payload } from "../payload";
 import { resolveMacros, sessionMacros, type MacroValues } from "../tracking/macros";
 import { loadableAddress } from "../util/address";
 import type { Deadline } from "../util/deadline";
@@ -149,14 +149,14 @@ export class AdSource {
     try {
       const ad = adFromVast(parsed, position, (template) => this.fill(template));
       if (!this.isPlayable(ad)) return undefined;
-      if (losesInteractivity(parsed)) {
-        this.fireErrors(parsed.errorURLTemplates, VastCode.interactiveNotExecuted, ad.macros);
-      }
+      const companionRoom = hasEndCards(this.payload.placementType) ? 1 : 0;
+      for (const code of lossesOf(parsed, companionRoom)) this.fireErrors(parsed.errorURLTemplates, code, ad.macros);
       return ad;
     } catch (error) {
-      if (!(error instanceof AdFailure)) throw error;
-      this.tools.log(`Ad ${parsed.id ?? position + 1}: ${error.text}`);
-      this.fireErrors(parsed.errorURLTemplates, error.code, macrosOf(parsed));
+      // An ad that the reader was not made for must not take the other ads of the document with it.
+      const failure = error instanceof AdFailure ? error : new AdFailure(VastCode.undefinedError, String(error));
+      this.tools.log(`Ad ${parsed.id ?? position + 1}: ${failure.text}`);
+      this.fireErrors(parsed.errorURLTemplates, failure.code, macrosOf(parsed));
       return undefined;
     }
   }

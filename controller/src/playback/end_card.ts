@@ -1,5 +1,5 @@
 import type { Companion } from "../ads/ad";
-import type { PlacementType } from "../payload";
+import { hasEndCards, type PlacementType } from "../payload";
 
 /** An image or frame that has not loaded by then is not waited for. */
 const loadTimeoutSeconds = 2;
@@ -12,13 +12,13 @@ function misfit(companion: Companion, view: { width: number; height: number }): 
   return Math.abs(Math.log2(Math.min(view.width / companion.width, view.height / companion.height)));
 }
 
-/** The companion that is shown behind the video; in place of an inline ad the host app has its own content. */
+/** The companion that is shown behind the video. */
 export function endCardOf(
   companions: Companion[],
   placement: PlacementType,
   view: { width: number; height: number },
 ): Companion | undefined {
-  if (placement !== "interstitial" && placement !== "resizeable") return undefined;
+  if (!hasEndCards(placement)) return undefined;
   const rank = (companion: Companion) => [companion.renderingMode === "end-card" ? 0 : 1, misfit(companion, view)];
   return companions
     .filter(({ renderingMode }) => renderingMode !== "concurrent")

@@ -1,6 +1,6 @@
 import { afterEach, expect, it } from "vitest";
 import { origin, PageDriver, type Answer, type DriverOptions } from "./page_driver";
-import { inline, leaf, linear, mediaFile, vast, wrapper } from "../samples/vast_text";
+import { inline, leaf, linear, mediaFile, vast, wrapper } from "../vast_text";
 
 let driver: PageDriver | undefined;
 
