@@ -10,7 +10,7 @@ const read = (path) => readFile(new URL(path, root));
 
 /** The rows and columns of a sheet. */
 const rows = [
-  [["1920x1080"], ["640x360"]],
+  [["1280x720"], ["640x360"]],
   [["390x844"], ["160x600"], ["320x180", "200x112", "320x50"]],
 ];
 const sizes = rows.flat(2).map((size) => size.split("x").map(Number));
@@ -20,6 +20,9 @@ const largestOnSheet = 640;
 
 const languages = ["en", "ar", "de"];
 
+const notice = (width, height) =>
+  `<IconClickFallbackImage width="${width}" height="${height}"><AltText>Why this ad: it is about balloons.</AltText><StaticResource>${origin}/notice.svg</StaticResource></IconClickFallbackImage>`;
+const notices = `<IconClickFallbackImages>${notice(320, 180)}</IconClickFallbackImages>`;
 const tracker = (name) => `<Tracking event="${name}">${origin}/beacon/${name}</Tracking>`;
 const drawing = (width, height, body) =>
   `<svg xmlns="http://www.w3.org/2000/svg" width="${width}" height="${height}" viewBox="0 0 ${width} ${height}">${body}</svg>`;
@@ -29,6 +32,11 @@ const images = {
     20,
     '<rect width="20" height="20" fill="#fff"/><circle cx="10" cy="10" r="8" fill="#00aecd"/><path d="M9 9h2v6H9zM9 5h2v2H9z" fill="#fff"/>',
   ),
+  "/notice.svg": drawing(
+    320,
+    180,
+    '<rect width="320" height="180" rx="12" fill="#fff"/><circle cx="60" cy="60" r="32" fill="#00aecd"/><path d="M55 55h10v26h-10zM55 40h10v9h-10z" fill="#fff"/><path d="M112 36h170v14H112zM112 62h170v14H112zM112 88h110v14H112zM28 124h254v12H28zM28 146h190v12H28z" fill="#b5bdc9"/>',
+  ),
   "/card.svg": drawing(
     640,
     360,
@@ -36,9 +44,9 @@ const images = {
   ),
 };
 
-function adXml({ number, skipOffset, captions, extras }) {
+function adXml({ number, skipOffset, captions, extras, iconNotice }) {
   const captionFiles = `<ClosedCaptionFiles><ClosedCaptionFile type="text/vtt" language="en">${origin}/media/ad-2.vtt</ClosedCaptionFile></ClosedCaptionFiles>`;
-  const icon = `<Icons><Icon program="AdChoices" width="20" height="20" xPosition="right" yPosition="top"><StaticResource creativeType="image/svg+xml">${origin}/choices.svg</StaticResource><IconClicks><IconClickThrough>https://choices.example/</IconClickThrough></IconClicks></Icon></Icons>`;
+  const icon = `<Icons><Icon program="AdChoices" width="20" height="20" xPosition="right" yPosition="top"><StaticResource creativeType="image/svg+xml">${origin}/choices.svg</StaticResource><IconClicks>${iconNotice ? notices : "<IconClickThrough>https://choices.example/</IconClickThrough>"}</IconClicks></Icon></Icons>`;
   const companion = `<Creative><CompanionAds><Companion width="640" height="360"><StaticResource creativeType="image/svg+xml">${origin}/card.svg</StaticResource><CompanionClickThrough>https://advertiser.example/</CompanionClickThrough></Companion></CompanionAds></Creative>`;
   return `<Ad id="ad-${number}" sequence="${number}"><InLine><AdSystem>Pictures</AdSystem><AdTitle>Highland Balloons</AdTitle>
 <Impression>${origin}/beacon/impression</Impression><Creatives><Creative><Linear ${skipOffset === undefined ? "" : `skipoffset="00:00:0${skipOffset}"`}>
@@ -69,6 +77,11 @@ const states = {
     playback: { muted: true },
     at: 2,
     prepare: (page) => page.keyboard.press("k"),
+  },
+  notice: {
+    vast: vast({ number: 2, skipOffset: 4, extras: true, iconNotice: true }),
+    at: 1.2,
+    prepare: (page) => page.locator(".ad-icon").click(),
   },
   ended: { vast: vast({ number: 1, extras: true }), event: "AdVideoComplete" },
   failed: { vast: vast({ number: 2 }), isUnplayable: true, event: "AdError" },

@@ -21,7 +21,7 @@ export interface CaptionFile {
 export type Resource =
   { kind: "static"; src: string; type: string } | { kind: "html"; html: string } | { kind: "iframe"; src: string };
 
-/** An image to show where the page of an icon cannot be opened. */
+/** An image that says what the page of an icon would, for players that cannot open it. */
 export interface FallbackImage {
   src: string;
   /** Pixels; 0 when unknown. */

@@ -22,8 +22,21 @@ export function adElements(vast: Document): Element[] {
   return Array.from(vast.documentElement.children).filter(({ localName }) => localName === "Ad");
 }
 
+/** Changes what the parser would not find, or not keep apart. */
+export function adaptToParser(vast: Document): void {
+  completeVerifications(vast);
+  separateAltTexts(vast);
+}
+
+/** The parser reads a fallback image as one text. Its address must be the last word of it. */
+function separateAltTexts(vast: Document): void {
+  for (const altText of Array.from(vast.querySelectorAll("IconClickFallbackImage > AltText"))) {
+    altText.parentElement?.prepend(altText, "\n");
+  }
+}
+
 /** Measurement scripts of VAST 2 and 3 come in an extension, some without the element that the parser looks for. */
-export function completeVerifications(vast: Document): void {
+function completeVerifications(vast: Document): void {
   for (const extension of Array.from(vast.querySelectorAll("Extension"))) {
     const bare = Array.from(extension.children).filter(({ localName }) => localName === "Verification");
     if (bare.length === 0) continue;

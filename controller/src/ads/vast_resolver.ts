@@ -3,8 +3,8 @@ import type { Deadline } from "../util/deadline";
 import { diagnosed, FetchFailure, type FetchedText } from "../util/fetching";
 import type { ParsedAd } from "./parsed_ad";
 import {
+  adaptToParser,
   adElements,
-  completeVerifications,
   errorAddressesOf,
   formOf,
   hasSequence,
@@ -91,7 +91,7 @@ export class VastResolver extends VASTParser {
       this.options.reportErrors(options.isRootVAST ? this.rootErrorURLTemplates : ofWrapped, code);
     };
     const silent = this.removeUnusable(vast, options);
-    completeVerifications(vast);
+    adaptToParser(vast);
     // Which ads of a pod are allowed is decided below: the parser would refuse a single ad with a sequence.
     const ads: ParsedAd[] = super.parseVastXml(vast, { ...options, allowMultipleAds: undefined });
     if (ads.length === 0) reportForDocument(silent > 0 ? VastCode.schema : VastCode.noAdsAfterWrappers);

@@ -1,4 +1,4 @@
-import { isClickable, type Companion, type Icon } from "../ads/ad";
+import { isClickable, type Companion, type FallbackImage, type Icon } from "../ads/ad";
 import type { ViewSize } from "../media/media_choice";
 import type { AdPresentation, EndCardEvents, PlayerView, SkipState } from "../playback/player_view";
 import { countdownText } from "../util/clock_text";
@@ -8,6 +8,7 @@ import { EndCardView } from "./end_card_view";
 import { fitControls } from "./fit";
 import { boxOf, containedBox } from "./geometry";
 import { IconLayer } from "./icon_layer";
+import { IconNotice, imageForView } from "./icon_notice";
 import { listenForKeys } from "./keyboard";
 import { fillIn, languageFor, type Language } from "./texts";
 import { VideoPair } from "./video_pair";
@@ -62,6 +63,7 @@ export class Controls implements PlayerView {
     (clicked) => this.actions?.iconClicked(clicked),
     () => this.layout(),
   );
+  private readonly iconNotice = new IconNotice();
   private readonly endCard = new EndCardView((link) => this.actions?.endCardClicked(link));
   private actions: ViewerActions | undefined;
   private language: Language = languageFor([navigator.language]);
@@ -168,6 +170,7 @@ export class Controls implements PlayerView {
     setIcon(this.pauseIcon, paused ? "play" : "pause");
     setLabel(this.pauseButton, paused ? this.language.texts.play : this.language.texts.pause);
     this.bigPlay.hidden = !paused;
+    if (!paused) this.iconNotice.hide();
   }
 
   setMuted(muted: boolean): void {
@@ -179,6 +182,12 @@ export class Controls implements PlayerView {
   setIcons(icons: Icon[], onShown: (icon: Icon) => void): void {
     const hasRoom = !this.stage.classList.contains("strip");
     this.icons.show(hasRoom ? icons : [], this.language.texts.aboutAd, onShown);
+  }
+
+  showIconNotice(images: FallbackImage[], onDismiss: () => void): void {
+    const view = { width: this.stage.clientWidth, height: this.stage.clientHeight };
+    const image = imageForView(images, view);
+    if (image) this.iconNotice.show(image, this.language.texts.aboutAd, onDismiss);
   }
 
   prepareEndCard(companion: Companion): void {
@@ -206,6 +215,7 @@ export class Controls implements PlayerView {
     this.stage.classList.remove("active", "waiting", "ended", "failed");
     this.captions.clear();
     this.icons.clear();
+    this.iconNotice.hide();
     this.endCard.clear();
   }
 
@@ -226,6 +236,7 @@ export class Controls implements PlayerView {
       this.chrome,
       this.progress,
       this.notice,
+      this.iconNotice.layer,
     );
     root.append(this.stage);
   }
@@ -248,7 +259,7 @@ export class Controls implements PlayerView {
       mute: () => this.actions?.toggleMute(),
       captions: () => this.toggleCaptions(),
       skip: () => this.actions?.skipByViewer(),
-      close: () => this.closeIfAllowed(),
+      close: () => (this.iconNotice.isShown ? this.iconNotice.dismiss() : this.closeIfAllowed()),
     });
   }
 
@@ -270,6 +281,7 @@ export class Controls implements PlayerView {
     setLabel(this.bigPlay, texts.play);
     setLabel(this.captionsButton, texts.captions);
     setLabel(this.closeButton, texts.close);
+    this.iconNotice.setLabels(texts.dismiss);
     setLabel(this.progress, texts.progress);
     this.setPaused(this.isPaused);
     this.setMuted(this.isMuted);

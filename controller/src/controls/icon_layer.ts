@@ -79,7 +79,7 @@ export class IconLayer {
       },
       failed: () => entry.root.remove(),
     });
-    const isClickable = icon.clickthru !== undefined || icon.clickTracking.length > 0;
+    const isClickable = icon.clickthru !== undefined || icon.clickTracking.length + icon.fallbackImages.length > 0;
     entry.root = isClickable ? button("ad-icon", text, content) : element("div", "ad-icon", content);
     if (icon.hoverText) entry.root.title = icon.hoverText;
     entry.root.addEventListener("click", () => this.onClick(icon));

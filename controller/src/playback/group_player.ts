@@ -141,7 +141,11 @@ export class GroupPlayer {
   }
 
   iconClicked(icon: Icon): void {
-    this.current?.iconClicked(icon, () => this.pause());
+    this.current?.iconClicked(
+      icon,
+      () => this.pause(),
+      () => this.resume(),
+    );
   }
 
   endCardClicked(link: string | undefined): void {

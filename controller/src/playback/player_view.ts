@@ -1,4 +1,4 @@
-import type { Ad, Companion, Icon } from "../ads/ad";
+import type { Ad, Companion, FallbackImage, Icon } from "../ads/ad";
 import type { ViewSize } from "../media/media_choice";
 
 /** What the viewer sees. The player decides what is shown, the view how. */
@@ -20,6 +20,8 @@ export interface PlayerView {
   setMuted(muted: boolean): void;
   /** Exactly these are shown; `onShown` is called for each once it can be seen. */
   setIcons(icons: Icon[], onShown: (icon: Icon) => void): void;
+  /** Shows one of these images, which say what the page of an icon would. Ends when the viewer dismisses it or the ad plays. */
+  showIconNotice(images: FallbackImage[], onDismiss: () => void): void;
   /** Loads the end card out of sight. */
   prepareEndCard(companion: Companion): void;
   showEndCard(companion: Companion, events: EndCardEvents): void;

@@ -129,9 +129,15 @@ export class PlayingAd {
     this.open(this.parts.ad.clickthru, "AdClickThru", pause);
   }
 
-  iconClicked(icon: Icon, pause: () => void): void {
+  /** Opens the icon's page. An icon without one shows an image over the ad, which `pause` has paused. */
+  iconClicked(icon: Icon, pause: () => void, resume: () => void): void {
     this.upToDateTracker().fireAll(icon.clickTracking);
     this.open(icon.clickthru, "AdInteraction", pause);
+    if (icon.clickthru || icon.fallbackImages.length === 0) return;
+    const wasPlaying = this.isPlaying;
+    pause();
+    this.report("AdInteraction");
+    this.parts.view.showIconNotice(icon.fallbackImages, () => wasPlaying && resume());
   }
 
   endCardClicked(link: string | undefined, pause: () => void): void {

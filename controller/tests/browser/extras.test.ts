@@ -11,9 +11,17 @@ const picture = (color: string) => ({
 });
 const answers = { "/icon.svg": picture("teal"), "/card.svg": picture("navy") };
 
-const icon = `<Icons><Icon program="AdChoices" width="20" height="20" xPosition="right" yPosition="top" offset="00:00:01">
+const clickThrough = "<IconClickThrough>https://choices.example/</IconClickThrough>";
+const fallbackImages = `<IconClickFallbackImages>
+  <IconClickFallbackImage width="900" height="900"><StaticResource>${origin}/large.svg</StaticResource></IconClickFallbackImage>
+  <IconClickFallbackImage width="40" height="40"><AltText>Your choices</AltText>
+    <StaticResource>${origin}/card.svg</StaticResource></IconClickFallbackImage></IconClickFallbackImages>`;
+
+const icon = (
+  clicks: string,
+) => `<Icons><Icon program="AdChoices" width="20" height="20" xPosition="right" yPosition="top" offset="00:00:01">
   <StaticResource creativeType="image/svg+xml">${origin}/icon.svg</StaticResource>
-  <IconClicks><IconClickThrough>https://choices.example/</IconClickThrough>
+  <IconClicks>${clicks}
     <IconClickTracking>${origin}/beacon/icon-click</IconClickTracking></IconClicks>
   <IconViewTracking>${origin}/beacon/icon-view</IconViewTracking></Icon></Icons>`;
 
@@ -42,7 +50,7 @@ async function playing(vast_xml: string) {
 }
 
 it("an icon appears at its time, next to the controls, and opens its own page", async () => {
-  const page = await playing(vast(3, icon));
+  const page = await playing(vast(3, icon(clickThrough)));
   const shown = page.locator(".ad-icon");
   expect(await shown.count()).toBe(0);
   await shown.waitFor();
@@ -59,6 +67,28 @@ it("an icon appears at its time, next to the controls, and opens its own page", 
   await driver.waitFor(() => driver.beacons().includes("/beacon/viewable"));
   const expected = ["icon-click", "icon-view", "impression", "viewable"];
   expect(driver.beacons().sort()).toEqual(expected.map((name) => `/beacon/${name}`));
+});
+
+it("an icon without a page shows its image that fits, until the viewer dismisses it", async () => {
+  const page = await playing(vast(3, icon(fallbackImages)));
+  await page.locator(".ad-icon").click();
+  await driver.waitForEvent("AdInteraction");
+  const notice = page.getByRole("dialog", { name: "Your choices" });
+  expect(await notice.boundingBox()).toEqual({ x: 0, y: 0, width: 640, height: 360 });
+  expect(await notice.locator("img").getAttribute("src")).toBe(`${origin}/card.svg`);
+  expect(await notice.getByText("Your choices").isVisible()).toBe(true);
+  await page.keyboard.press("Tab");
+  expect(await page.evaluate(() => document.activeElement?.getAttribute("aria-label"))).toBe("Close");
+  await page.keyboard.press("Escape");
+  await driver.waitForEvent("AdPlaying");
+  expect(await notice.isVisible()).toBe(false);
+  expect(driver.events().slice(-3)).toEqual(["AdPaused", "AdInteraction", "AdPlaying"]);
+  expect(driver.windowUrls("open")).toEqual([]);
+  // Playback that the host resumes ends the notice as well.
+  await page.locator(".ad-icon").click();
+  await notice.waitFor();
+  await driver.call("control.resume");
+  await notice.waitFor({ state: "hidden" });
 });
 
 describe("an end card", () => {

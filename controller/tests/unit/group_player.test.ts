@@ -1,5 +1,5 @@
 import { afterEach, beforeEach, describe, expect, it, vi } from "vitest";
-import { adWith, beaconNames, type Ad, type Companion, type Icon } from "../../src/ads/ad";
+import { adWith, beaconNames, type Ad, type Companion, type FallbackImage, type Icon } from "../../src/ads/ad";
 import { adsFromList } from "../../src/ads/ad_list";
 import { configFrom } from "../../src/config";
 import { payloadFrom } from "../../src/payload";
@@ -23,8 +23,9 @@ let posted: string[];
 let data: Record<string, unknown>;
 let player: GroupPlayer;
 /** What the view was asked to show, and its callbacks. */
-let shown: { icons: Icon[]; endCard?: Companion; hasFailed: boolean };
+let shown: { icons: Icon[]; notice?: FallbackImage[]; endCard?: Companion; hasFailed: boolean };
 let iconShown: (icon: Icon) => void;
+let dismissNotice: () => void;
 let endCard: EndCardEvents;
 let setShare: ((share: number) => void) | undefined;
 
@@ -104,6 +105,10 @@ beforeEach(() => {
     setIcons: (icons, onShown) => {
       shown.icons = icons;
       iconShown = onShown;
+    },
+    showIconNotice: (images, onDismiss) => {
+      shown.notice = images;
+      dismissNotice = onDismiss;
     },
     prepareEndCard: () => undefined,
     showEndCard: (companion, events) => {
@@ -314,6 +319,24 @@ describe("icons", () => {
     news();
     player.iconClicked(about);
     expect(news()).toEqual(["icon-click", "AdPaused", "AdInteraction", "open https://choices.example/"]);
+    expect(shown.notice).toBeUndefined();
+  });
+
+  it("without a page show their image over the paused ad, which then is as it was before", () => {
+    const fallbackImages = [{ src: "https://m/choices.png", width: 200, height: 100, altText: "Your choices" }];
+    const about = icon({ fallbackImages });
+    startAds([adWith({ id: "a", index: 0, media, icons: [about] })]);
+    video.begin(10);
+    news();
+    player.iconClicked(about);
+    expect(shown.notice).toEqual(fallbackImages);
+    expect(news()).toEqual(["icon-click", "AdPaused", "AdInteraction"]);
+    dismissNotice();
+    expect(news()).toEqual(["AdPlaying"]);
+    player.pause();
+    player.iconClicked(about);
+    dismissNotice();
+    expect(news()).toEqual(["AdPaused", "icon-click", "AdInteraction"]);
   });
 });
 
