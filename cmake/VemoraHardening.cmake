@@ -20,6 +20,8 @@ macro(vemora_harden)
     unset(CMAKE_REQUIRED_FLAGS)
     # Fortified functions need optimization.
     add_compile_options("$<$<NOT:$<CONFIG:Debug>>:-U_FORTIFY_SOURCE;-D_FORTIFY_SOURCE=2>")
-    add_link_options(-Wl,-z,relro -Wl,-z,now -Wl,-z,noexecstack)
+    if(NOT APPLE)  # Whose linker has its own, always on.
+      add_link_options(-Wl,-z,relro -Wl,-z,now -Wl,-z,noexecstack)
+    endif()
   endif()
 endmacro()
