@@ -5,7 +5,9 @@
 #include "ports/ViewController.h"
 #include "ports/WebView.h"
 
+#include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -21,9 +23,10 @@ inline constexpr char UIApplicationDidBecomeActiveNotification[] = "UIApplicatio
 ///
 /// Lifetime: Lives as long as the platform. The caller owns the objects that it creates.
 ///
-/// Threads: Main thread only. The result of `webViewUserAgent` never changes and may be used on any thread.
+/// Threads: Main thread only.
 ///
-/// Completion: Operations take effect before they return.
+/// Completion: Operations take effect before they return, except for `webViewUserAgent`, which completes once,
+/// on the main thread, inside the call or later.
 ///
 /// Errors: `keyWindow` returns null when there is no window. `createSafariViewController` returns null when
 /// there is no in-app browser or when the browser cannot show the address.
@@ -40,8 +43,10 @@ class Application {
   virtual std::shared_ptr<ViewController> createViewController(const ViewControllerTraits& traits) = 0;
   virtual std::shared_ptr<SFSafariViewController> createSafariViewController(const URL& url) = 0;
   virtual void showAlert(std::string_view title, std::string_view message, std::string_view button) = 0;
-  /// The value of "navigator.userAgent" in a new web view; absent when it cannot be read.
-  virtual std::optional<std::string> webViewUserAgent() = 0;
+  /// The value of "navigator.userAgent" in a new web view; absent when it cannot be read. Always the same
+  /// value, once there has been one.
+  using UserAgentCompletion = std::function<void(const std::optional<std::string>&)>;
+  virtual void webViewUserAgent(UserAgentCompletion completion) = 0;
 };
 
 }  // namespace vemora

@@ -11,7 +11,8 @@ enum class UserInterfaceIdiom { Unspecified = -1, Phone = 0, Pad = 1, TV = 2 };
 ///
 /// Lifetime: As long as the platform.
 ///
-/// Threads: Thread-safe, except for `statusBarDataNetworkType`.
+/// Threads: The first call is made on the main thread, by the first load, so that the facts can be gathered
+/// there. After it thread-safe, except for `statusBarDataNetworkType`.
 ///
 /// Completion: Every call returns its result at once.
 ///

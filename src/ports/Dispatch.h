@@ -35,8 +35,8 @@ class DispatchBlock {
 /// Threads: Thread-safe. Every operation except `waitUntil` returns at once.
 ///
 /// Completion: The main queue runs its blocks one at a time on the main thread, in the order of the calls.
-/// The global queue runs blocks concurrently on background threads; a block that waits never keeps another
-/// from starting. A block is destroyed on the thread that ran it, soon after it has run.
+/// The global queue runs blocks concurrently on background threads. A block that waits does not keep another
+/// from starting, but some platforms start no more while some tens of blocks wait. A block is destroyed on the thread that ran it, soon after it has run.
 ///
 /// Errors: None. A block must not throw.
 class Dispatch {
@@ -55,7 +55,7 @@ class Dispatch {
   /// Starts `work` on a background thread that runs nothing else meanwhile.
   virtual void detachNewThread(Work work) = 0;
 
-  /// Seconds on a monotonic clock.
+  /// Seconds on a monotonic clock. Where the device can sleep, it stands still meanwhile, as delays do.
   virtual double now() const = 0;
   /// Waits on `condition` with `mutex` released meanwhile, as condition variables do, until it is notified or
   /// `now()` reaches `deadline`. May wake for no reason. False once the deadline has passed.

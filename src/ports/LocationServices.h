@@ -38,10 +38,10 @@ class LocationManager {
 /// Lifetime: As long as the platform. Managers belong to the caller.
 ///
 /// Threads: Thread-safe. A manager may be made and destroyed on any thread. Its delegate is called on the
-/// main thread if the manager was made there, otherwise on a background thread.
+/// main thread if the manager was made there, otherwise on the main thread or a background thread.
 ///
-/// Completion: Results come from what is known. The first call may wait up to a quarter of a second for it,
-/// and later ones may be out of date for a moment after a change.
+/// Completion: Results are what the platform said last; no call asks it anew. The first call may wait up to a
+/// quarter of a second for the first answer, and later ones may be out of date for a moment after a change.
 ///
 /// Errors: Without a location service `locationServicesEnabled` is false.
 class LocationServices {

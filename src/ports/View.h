@@ -45,6 +45,9 @@ class LayoutObserver {
 ///
 /// Lifetime: A superview holds its subviews strongly. `superview`, `window`, observers and the items of
 /// constraints are held weakly. A constraint is removed when its superview or one of its items is destroyed.
+/// Each call may return another object for the same view or window, so their addresses mean nothing. What was
+/// added through an object (observers, constraints) is removed through the same object, and observers last as
+/// long as it does.
 ///
 /// Threads: Main thread only, including destruction.
 ///
@@ -80,12 +83,13 @@ class View {
   virtual void removeConstraint(const std::shared_ptr<LayoutConstraint>& constraint) = 0;
   virtual void setNeedsLayout() = 0;
 
-  /// With `initial`, the observer is also notified once inside this call.
+  /// With `initial`, the observer is also notified once inside this call. Only web views must notify later.
   virtual void addObserver(std::weak_ptr<KeyValueObserver> observer, std::string_view keyPath,
                            bool initial) = 0;
   virtual void removeObserver(const KeyValueObserver* observer, std::string_view keyPath) = 0;
   /// One observer for each view; a null pointer removes it. It is called on the main thread after the layout
-  /// that changed frame or place, once for each change.
+  /// that changed frame or place, once for each change. Only web views must notify, and a platform may miss
+  /// changes of place that lay nothing out.
   virtual void setLayoutObserver(std::weak_ptr<LayoutObserver> observer) = 0;
 
   /// The platform's native layer or view, for third-party measurement libraries.

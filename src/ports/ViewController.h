@@ -24,7 +24,8 @@ class PresentationControllerDelegate {
 /// Controls a view that fills a window and can be presented over another controller.
 ///
 /// Lifetime: A controller holds its view strongly. It also holds the controller that it presents, until that
-/// one is dismissed.
+/// one is dismissed. Each call may return another object for the same controller: compare with `isEqual`. A
+/// delegate belongs to the controller, or to the object that it was set through if the owner keeps that.
 ///
 /// Threads: Main thread only, including destruction.
 ///
@@ -36,8 +37,12 @@ class ViewController {
  public:
   virtual ~ViewController() = default;
 
+  /// True for every object of the same controller.
+  virtual bool isEqual(const ViewController& other) const = 0;
   virtual std::shared_ptr<View> view() const = 0;
   virtual std::shared_ptr<ViewController> presentedViewController() const = 0;
+  /// The controller that presented this one; null when it is not presented.
+  virtual std::shared_ptr<ViewController> presentingViewController() const = 0;
   virtual void presentViewController(const std::shared_ptr<ViewController>& controller, bool animated,
                                      std::function<void()> completion) = 0;
   /// Dismisses the controller that this one presented, with all that is presented over it.
@@ -45,6 +50,11 @@ class ViewController {
   /// Held weakly.
   virtual void setPresentationDelegate(std::weak_ptr<PresentationControllerDelegate> delegate) = 0;
 };
+
+inline bool presents(const ViewController& presenter, const ViewController& controller) {
+  const auto presented = presenter.presentedViewController();
+  return presented && presented->isEqual(controller);
+}
 
 class SFSafariViewController;
 

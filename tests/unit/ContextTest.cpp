@@ -38,6 +38,27 @@ TEST_F(ContextTest, OwnsItsProvidersWithoutACycle) {
   EXPECT_EQ(manager->geo_country(), std::nullopt);
 }
 
+TEST_F(ContextTest, WaitsForALateUserAgentOffTheMainThreadOnly) {
+  application().holdUserAgent();
+  const auto context = VMRContext::init();
+  EXPECT_EQ(context->userAgent(), std::nullopt) << "the main thread does not wait";
+  std::optional<std::string> early = "unset";
+  std::optional<std::string> late;
+  dispatch().detachNewThread([&] {
+    early = context->userAgent();
+    late = context->userAgent();
+  });
+  advance(1.9);
+  EXPECT_EQ(early, "unset") << "it waits";
+  advance(0.2);
+  EXPECT_EQ(early, std::nullopt) << "but not for long";
+  application().answerUserAgents();
+  settle();
+  EXPECT_EQ(late, "FakeWebKit/1.0");
+  application().setUserAgent("Other/2.0");
+  EXPECT_EQ(context->userAgent(), "FakeWebKit/1.0") << "it never changes once it is known";
+}
+
 TEST_F(ContextTest, FillsTheDeviceFields) {
   const auto context = VMRContext::init();
   const auto manager = context->deviceManager();

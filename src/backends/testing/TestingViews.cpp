@@ -300,6 +300,11 @@ std::shared_ptr<ViewController> FakeViewController::presentedViewController() co
   return presented_;
 }
 
+std::shared_ptr<ViewController> FakeViewController::presentingViewController() const {
+  assertMainThread();
+  return presenter_ ? presenter_->shared_from_this() : nullptr;
+}
+
 void FakeViewController::presentViewController(const std::shared_ptr<ViewController>& controller, bool,
                                                std::function<void()> completion) {
   assertMainThread();
@@ -356,7 +361,10 @@ void FakeSafariViewController::setDelegate(std::weak_ptr<SFSafariViewControllerD
 }
 
 void FakeSafariViewController::didCloseByUser() {
-  if (const auto delegate = delegate_.lock()) delegate->safariViewControllerDidFinish(shared_from_this());
+  if (const auto delegate = delegate_.lock()) {
+    delegate->safariViewControllerDidFinish(
+        std::dynamic_pointer_cast<SFSafariViewController>(shared_from_this()));
+  }
 }
 
 // Web views.
@@ -528,10 +536,16 @@ void FakeApplication::showAlert(std::string_view title, std::string_view message
   alerts_.push_back({std::string(title), std::string(message), std::string(button)});
 }
 
-std::optional<std::string> FakeApplication::webViewUserAgent() {
+void FakeApplication::webViewUserAgent(UserAgentCompletion completion) {
   assertMainThread();
   ++userAgentQueries_;
-  return userAgent_;
+  if (!holdsUserAgent_) return completion(userAgent_);
+  heldUserAgents_.push_back(std::move(completion));
+}
+
+void FakeApplication::answerUserAgents() {
+  assertMainThread();
+  for (const auto& completion : std::exchange(heldUserAgents_, {})) completion(userAgent_);
 }
 
 void FakeApplication::resignActive() {

@@ -112,13 +112,16 @@ class FakeWindow final : public FakeView, public Window {
 /// `FakeApplication::setHoldsPresentations`, when the test calls `finishPresentation`. Presenting over
 /// something presented, or from outside a window, does nothing. `userCloses` is the viewer closing it: it is
 /// dismissed with all that is presented over it, and each of them notifies its delegate, the topmost first.
-class FakeViewController : public virtual ViewController {
+class FakeViewController : public virtual ViewController,
+                           public std::enable_shared_from_this<FakeViewController> {
  public:
   explicit FakeViewController(const ViewControllerTraits& traits);
   ~FakeViewController() override;
 
   std::shared_ptr<View> view() const override;
+  bool isEqual(const ViewController& other) const override { return this == &other; }
   std::shared_ptr<ViewController> presentedViewController() const override;
+  std::shared_ptr<ViewController> presentingViewController() const override;
   void presentViewController(const std::shared_ptr<ViewController>& controller, bool animated,
                              std::function<void()> completion) override;
   void dismissViewController(bool animated) override;
@@ -144,9 +147,7 @@ class FakeViewController : public virtual ViewController {
 };
 
 /// The in-app browser. `userCloses` dismisses it and notifies its delegate.
-class FakeSafariViewController final : public FakeViewController,
-                                       public SFSafariViewController,
-                                       public std::enable_shared_from_this<FakeSafariViewController> {
+class FakeSafariViewController final : public FakeViewController, public SFSafariViewController {
  public:
   explicit FakeSafariViewController(URL url) : FakeViewController({}), url_(std::move(url)) {}
 
@@ -250,11 +251,14 @@ class FakeApplication final : public Application {
   /// For http and https addresses, as long as the browser is there.
   std::shared_ptr<SFSafariViewController> createSafariViewController(const URL& url) override;
   void showAlert(std::string_view title, std::string_view message, std::string_view button) override;
-  std::optional<std::string> webViewUserAgent() override;
+  void webViewUserAgent(UserAgentCompletion completion) override;
 
   void setKeyWindow(std::shared_ptr<FakeWindow> window) { window_ = std::move(window); }
   void setHasBrowser(bool has) { hasBrowser_ = has; }
   void setUserAgent(std::optional<std::string> userAgent) { userAgent_ = std::move(userAgent); }
+  /// From now on queries are answered by `answerUserAgents`, not at once.
+  void holdUserAgent() { holdsUserAgent_ = true; }
+  void answerUserAgents();
   void setHoldsPresentations(bool holds) { holdsPresentations_ = holds; }
   bool holdsPresentations() const { return holdsPresentations_; }
   /// The application as a whole leaves and comes back.
@@ -277,6 +281,8 @@ class FakeApplication final : public Application {
   bool holdsPresentations_ = false;
   std::optional<std::string> userAgent_ = "FakeWebKit/1.0";
   std::size_t userAgentQueries_ = 0;
+  bool holdsUserAgent_ = false;
+  std::vector<UserAgentCompletion> heldUserAgents_;
   std::vector<std::weak_ptr<FakeWebView>> webViews_;
   std::vector<std::shared_ptr<FakeSafariViewController>> browsers_;
   std::vector<ShownAlert> alerts_;

@@ -554,7 +554,7 @@ void VemoraAdPlayerBase_p::_openWindow(const URL& url, const Session& session) {
   session->setBrowser(browser);
   browser->setDelegate(weak_from_this());
   presenter->presentViewController(browser, true, nullptr);
-  const bool isPresented = presenter->presentedViewController() == browser;
+  const bool isPresented = presents(*presenter, *browser);
   became(isPresented ? "opened" : "notPresented");
   // Nobody would close a browser that did not get onto the screen.
   if (!isPresented) _heartbeatResume();

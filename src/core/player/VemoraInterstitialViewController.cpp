@@ -19,14 +19,19 @@ std::vector<std::weak_ptr<ViewController>>& controllersInUse() {
   return controllers;
 }
 
-void forget(const std::shared_ptr<ViewController>& controller) {
-  std::erase_if(controllersInUse(),
-                [&](const auto& entry) { return entry.expired() || entry.lock() == controller; });
+bool isEntryOf(const std::weak_ptr<ViewController>& entry, const ViewController& controller) {
+  const auto kept = entry.lock();
+  return kept && kept->isEqual(controller);
 }
 
-bool isInUse(const std::shared_ptr<ViewController>& controller) {
+void forget(const ViewController& controller) {
+  std::erase_if(controllersInUse(),
+                [&](const auto& entry) { return entry.expired() || isEntryOf(entry, controller); });
+}
+
+bool isInUse(const ViewController& controller) {
   const auto& all = controllersInUse();
-  return std::any_of(all.begin(), all.end(), [&](const auto& entry) { return entry.lock() == controller; });
+  return std::any_of(all.begin(), all.end(), [&](const auto& entry) { return isEntryOf(entry, controller); });
 }
 
 /// The stages that were dismissed while another session was shown over them.
@@ -47,7 +52,6 @@ std::shared_ptr<VemoraInterstitialViewController> VemoraInterstitialViewControll
     const std::shared_ptr<ViewController>& presenter, const std::shared_ptr<WebView>& webView,
     Callback onPresented, Callback onClosedByViewer) {
   std::shared_ptr<Stage> stage(new Stage);
-  stage->presenter_ = presenter;
   stage->controller_ = init();
   stage->onPresented_ = std::move(onPresented);
   stage->onClosedByViewer_ = std::move(onClosedByViewer);
@@ -65,8 +69,8 @@ std::shared_ptr<VemoraInterstitialViewController> VemoraInterstitialViewControll
     self->isPresented_ = true;
     if (const auto presented = std::exchange(self->onPresented_, nullptr)) presented();
   });
-  if (presenter->presentedViewController() == stage->controller_) return stage;
-  forget(stage->controller_);
+  if (presents(*presenter, *stage->controller_)) return stage;
+  forget(*stage->controller_);
   return nullptr;
 }
 
@@ -77,7 +81,7 @@ bool VemoraInterstitialViewController::holds(const View& view) const {
 void VemoraInterstitialViewController::dismiss() {
   onPresented_ = nullptr;
   onClosedByViewer_ = nullptr;
-  forget(controller_);
+  forget(*controller_);
   if (isCovered()) {
     coveredStages().push_back(shared_from_this());
     return;
@@ -88,7 +92,7 @@ void VemoraInterstitialViewController::dismiss() {
 
 void VemoraInterstitialViewController::presentationControllerDidDismiss() {
   const auto self = shared_from_this();
-  forget(controller_);
+  forget(*controller_);
   std::erase(coveredStages(), self);
   onPresented_ = nullptr;
   if (const auto closed = std::exchange(onClosedByViewer_, nullptr)) closed();
@@ -97,16 +101,14 @@ void VemoraInterstitialViewController::presentationControllerDidDismiss() {
 
 bool VemoraInterstitialViewController::isCovered() const {
   for (auto over = controller_->presentedViewController(); over; over = over->presentedViewController()) {
-    if (isInUse(over)) return true;
+    if (isInUse(*over)) return true;
   }
   return false;
 }
 
 void VemoraInterstitialViewController::takeDown() {
-  const auto presenter = presenter_.lock();
-  // The presenter may show something else by now: this stage was closed by the viewer.
-  if (presenter && presenter->presentedViewController() == controller_)
-    presenter->dismissViewController(true);
+  // None when the stage was closed by the viewer.
+  if (const auto presenter = controller_->presentingViewController()) presenter->dismissViewController(true);
 }
 
 void VemoraInterstitialViewController::takeDownUncovered() {

@@ -45,7 +45,6 @@ class VemoraInterstitialViewController final
   void takeDown();
   static void takeDownUncovered();
 
-  std::weak_ptr<ViewController> presenter_;
   std::shared_ptr<ViewController> controller_;
   Callback onPresented_, onClosedByViewer_;
   bool isPresented_ = false;

@@ -328,7 +328,9 @@ TEST_F(WebViewTest, LeaksNothingWhenCreatedAndDestroyedRepeatedly) {
 }
 
 TEST(UserAgent, IsThatOfTheWebView) {
-  const auto agent = application().webViewUserAgent();
+  std::optional<std::string> agent;
+  application().webViewUserAgent([&](const auto& answer) { agent = answer; });
+  ASSERT_TRUE(agent);
   const auto page = Page::create();
   page->loadHtmlAndWait("<p>page");
   EXPECT_EQ(page->ask("navigator.userAgent"), JsonValue(agent));

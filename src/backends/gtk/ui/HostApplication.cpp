@@ -64,12 +64,12 @@ void HostApplication::showAlert(std::string_view title, std::string_view message
   showAlertWindow(windows_->keyWindow().get(), title, message, button);
 }
 
-std::optional<std::string> HostApplication::webViewUserAgent() {
+void HostApplication::webViewUserAgent(UserAgentCompletion completion) {
   assertMainThread();
-  if (!hasDisplay()) return std::nullopt;
+  if (!hasDisplay()) return completion(std::nullopt);
   const GLContextKeeper keeper;
   const auto settings = GObjectPtr<WebKitSettings>::adopt(webkit_settings_new());
-  return webkit_settings_get_user_agent(settings.get());
+  completion(webkit_settings_get_user_agent(settings.get()));
 }
 
 }  // namespace vemora::gtk

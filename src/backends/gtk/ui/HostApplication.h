@@ -22,7 +22,7 @@ class HostApplication final : public Application {
   std::shared_ptr<ViewController> createViewController(const ViewControllerTraits& traits) override;
   std::shared_ptr<SFSafariViewController> createSafariViewController(const URL& url) override;
   void showAlert(std::string_view title, std::string_view message, std::string_view button) override;
-  std::optional<std::string> webViewUserAgent() override;
+  void webViewUserAgent(UserAgentCompletion completion) override;
 
  private:
   const std::shared_ptr<HostWindows> windows_;

@@ -32,6 +32,10 @@ GObjectPtr<GdkMonitor> monitorOfWindow(GtkWindow* window) {
       surface ? gdk_display_get_monitor_at_surface(gdk_surface_get_display(surface), surface) : nullptr);
 }
 
+bool WidgetViewController::isEqual(const ViewController& other) const {
+  return this == &other;
+}
+
 std::shared_ptr<ViewController> WidgetViewController::presentedViewController() const {
   return presented_;
 }

@@ -23,7 +23,9 @@ void markOwnWindow(GtkWindow* window);
 class WidgetViewController : public virtual ViewController,
                              public std::enable_shared_from_this<WidgetViewController> {
  public:
+  bool isEqual(const ViewController& other) const override;
   std::shared_ptr<ViewController> presentedViewController() const override;
+  std::shared_ptr<ViewController> presentingViewController() const override { return nullptr; }
   void presentViewController(const std::shared_ptr<ViewController>& controller, bool animated,
                              std::function<void()> completion) override;
   void dismissViewController(bool animated) override;
@@ -62,6 +64,7 @@ class RootViewController final : public WidgetViewController {
 class PresentableViewController : public WidgetViewController {
  public:
   ~PresentableViewController() override;
+  std::shared_ptr<ViewController> presentingViewController() const override { return presenter_.lock(); }
   bool isPresented() const { return static_cast<bool>(window_); }
 
  protected:
