@@ -1,4 +1,5 @@
 #include "OutcomesDocument.h"
+#include "RecordedScenario.h"
 #include "Scenario.h"
 
 #include <gtest/gtest.h>
@@ -11,6 +12,7 @@
 #include <iterator>
 #include <regex>
 #include <set>
+#include <stdexcept>
 #include <string_view>
 
 namespace vemora::scenarios {
@@ -110,11 +112,27 @@ TEST(OutcomesDocument, IsUpToDate) {
 }  // namespace
 }  // namespace vemora::scenarios
 
+namespace {
+
+int record(const char* folder) {
+  try {
+    std::printf("%zu scenarios are recorded in %s\n", vemora::scenarios::recordScenarios(folder), folder);
+    return 0;
+  } catch (const std::runtime_error& error) {
+    std::fprintf(stderr, "vemora-scenarios: %s\n", error.what());
+    return 1;
+  }
+}
+
+}  // namespace
+
 int main(int argc, char** argv) {
   ::testing::InitGoogleTest(&argc, argv);
   if (argc == 1) return RUN_ALL_TESTS();
-  if (argc != 3 || std::string_view(argv[1]) != "--write") {
-    std::fputs("usage: vemora-scenarios [--write FILE]\n", stderr);
+  const std::string_view option = argc == 3 ? argv[1] : "";
+  if (option == "--record") return record(argv[2]);
+  if (option != "--write") {
+    std::fputs("usage: vemora-scenarios [--write FILE | --record FOLDER]\n", stderr);
     return 2;
   }
   std::ofstream stream(argv[2]);

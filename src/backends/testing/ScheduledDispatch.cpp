@@ -4,6 +4,7 @@
 #include <semaphore.h>
 
 #include <algorithm>
+#include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <limits>
@@ -268,11 +269,21 @@ void ScheduledDispatch::run() {
 
 void ScheduledDispatch::advance(double seconds) {
   const double limit = now_ + seconds;
+  runUntil(limit);
+  now_ = limit;
+}
+
+void ScheduledDispatch::approach(double seconds) {
+  const double moment = now_ + seconds;
+  runUntil(std::nextafter(moment, 0));
+  now_ = moment;
+}
+
+void ScheduledDispatch::runUntil(double limit) {
   for (;;) {
     if (!happens(policy_.slowness) && step()) continue;
     if (!moveClock(limit) && ready_.empty() && main_.empty()) break;
   }
-  now_ = limit;
 }
 
 /// Advances to the next moment at which something is due; false when there is none up to the limit.

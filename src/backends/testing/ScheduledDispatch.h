@@ -55,6 +55,8 @@ class ScheduledDispatch final : public FakeDispatch {
   /// Runs until all is idle at the present time.
   void run();
   void advance(double seconds);
+  /// The same, without what comes due at the very end of that time.
+  void approach(double seconds);
   /// Ends all waits, runs what is ready and drops what is queued or due later.
   void reset() override;
 
@@ -99,6 +101,7 @@ class ScheduledDispatch final : public FakeDispatch {
   void makeReady(Thread& thread);
   void wakeDue();
   bool moveClock(double limit);
+  void runUntil(double limit);
   [[noreturn]] void reportDeadlock() const;
 
   // No mutex: only the thread with the turn touches these.
