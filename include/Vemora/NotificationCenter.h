@@ -58,6 +58,14 @@ class VEMORA_EXPORT NotificationCenter {
   [[nodiscard]] Token addObserver(std::string_view name, Handler handler);
   /// Calls the handlers of the notification's name, and returns after the last of them.
   void postNotification(const Notification& notification);
+
+  /// A moment in the order in which observers were added.
+  enum class Moment : std::uint64_t {};
+  /// The present moment.
+  Moment now() const;
+  /// Calls only those handlers that were added before `moment`. Use it for the second of two notifications that
+  /// belong together, so that only those are called who could observe the first.
+  void postNotification(const Notification& notification, Moment moment);
   /// True when `name` has observers. Lets a frequent poster skip creating the notification.
   bool hasObservers(std::string_view name) const;
 

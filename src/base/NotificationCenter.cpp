@@ -3,6 +3,7 @@
 #include <Vemora/NotificationCenter.h>
 
 #include <atomic>
+#include <limits>
 #include <map>
 #include <vector>
 
@@ -10,6 +11,7 @@ namespace vemora {
 
 struct NotificationCenter::Token::Entry {
   Handler handler;
+  std::uint64_t number = 0;  ///< In the order of the observers of the centre.
   std::atomic<bool> ended{false};
 };
 
@@ -18,7 +20,7 @@ struct NotificationCenter::State {
   std::map<std::string, std::vector<std::weak_ptr<Token::Entry>>, std::less<>> observers
       VMR_GUARDED_BY(mutex);
   /// Lets posts that nobody hears, such as most completed futures, pass without the lock.
-  std::atomic<std::size_t> registrations{0};
+  std::atomic<std::uint64_t> registrations{0};
 };
 
 NotificationCenter::Token& NotificationCenter::Token::operator=(Token&& other) noexcept {
@@ -49,12 +51,20 @@ NotificationCenter::Token NotificationCenter::addObserver(std::string_view name,
   if (found == state_->observers.end()) found = state_->observers.emplace(std::string(name), 0).first;
   auto& list = found->second;
   std::erase_if(list, [](const auto& other) { return other.expired(); });
+  entry->number = state_->registrations.fetch_add(1, std::memory_order_relaxed);
   list.push_back(entry);
-  state_->registrations.fetch_add(1, std::memory_order_relaxed);
   return Token(std::move(entry));
 }
 
+NotificationCenter::Moment NotificationCenter::now() const {
+  return Moment(state_->registrations.load(std::memory_order_relaxed));
+}
+
 void NotificationCenter::postNotification(const Notification& notification) {
+  postNotification(notification, Moment(std::numeric_limits<std::uint64_t>::max()));
+}
+
+void NotificationCenter::postNotification(const Notification& notification, Moment moment) {
   if (state_->registrations.load(std::memory_order_relaxed) == 0) return;
   std::vector<std::weak_ptr<Token::Entry>> snapshot;
   {
@@ -64,7 +74,8 @@ void NotificationCenter::postNotification(const Notification& notification) {
   }
   for (const auto& observer : snapshot) {
     const auto entry = observer.lock();
-    if (entry && !entry->ended) entry->handler(notification);
+    if (entry && !entry->ended && entry->number < static_cast<std::uint64_t>(moment))
+      entry->handler(notification);
   }
 }
 

@@ -25,6 +25,18 @@ TEST(NotificationCenter, CallsInOrderAndOnlyForTheName) {
   EXPECT_FALSE(center.hasObservers("sport"));
 }
 
+TEST(NotificationCenter, PostsToThoseWhoObservedAtAMoment) {
+  NotificationCenter center;
+  std::string heard;
+  const auto early = center.addObserver("news", [&](const Notification&) { heard += 'e'; });
+  const auto moment = center.now();
+  const auto late = center.addObserver("news", [&](const Notification&) { heard += 'l'; });
+  center.postNotification(kNews, moment);
+  EXPECT_EQ(heard, "e");
+  center.postNotification(kNews, center.now());
+  EXPECT_EQ(heard, "eel");
+}
+
 TEST(NotificationCenter, MovingATokenMovesTheObservation) {
   NotificationCenter center;
   int heard = 0;

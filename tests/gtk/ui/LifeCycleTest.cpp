@@ -59,6 +59,25 @@ TEST_F(LifeCycleTest, LeavesWhenAnotherProgramIsInUseAndComesBack) {
   EXPECT_EQ(heard_, kLeftAndBack);
 }
 
+TEST_F(LifeCycleTest, PostsAReturnOnlyToThoseWhoObservedTheLeaving) {
+  gtk_window_minimize(host_.window());
+  ASSERT_TRUE(waitUntil([this] { return heard_ == kLeft; }));
+  int late = 0;
+  const auto addLate = [&late](const char* name) {
+    return NotificationCenter::defaultCenter().addObserver(name, [&late](const Notification&) { ++late; });
+  };
+  const auto leaving = addLate(UIApplicationWillResignActiveNotification);
+  const auto coming = addLate(UIApplicationDidBecomeActiveNotification);
+  gtk_window_present(host_.window());
+  ASSERT_TRUE(waitUntil([this] { return heard_ == kLeftAndBack; }));
+  EXPECT_EQ(late, 0);
+  gtk_window_minimize(host_.window());
+  ASSERT_TRUE(waitUntil([this] { return heard_.size() == 3; }));
+  gtk_window_present(host_.window());
+  ASSERT_TRUE(waitUntil([this] { return heard_.size() == 4; }));
+  EXPECT_EQ(late, 2);
+}
+
 TEST_F(LifeCycleTest, StaysWhileFocusMovesBetweenItsWindows) {
   HostWindow second;
   ASSERT_TRUE(waitForActive(second.window()));

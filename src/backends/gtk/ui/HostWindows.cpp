@@ -26,8 +26,8 @@ bool isHostWindow(GtkWindow* window) {
   return !isOwnWindow(window) && gtk_widget_get_display(GTK_WIDGET(window)) == gdk_display_get_default();
 }
 
-void post(const char* name) {
-  NotificationCenter::defaultCenter().postNotification({name, nullptr, nullptr});
+NotificationCenter& center() {
+  return NotificationCenter::defaultCenter();
 }
 
 }  // namespace
@@ -88,7 +88,7 @@ void HostWindows::activeChanged() {
   }
   const bool wasActive = std::exchange(inUse_, active);
   if (active && std::exchange(left_, false)) {
-    post(UIApplicationDidBecomeActiveNotification);
+    center().postNotification({UIApplicationDidBecomeActiveNotification, nullptr, nullptr}, whenLeft_);
   } else if (wasActive && !active) {
     dispatch().mainAfter(kLeaveDelay, [weak = weak_from_this(), absence = ++absences_] {
       if (const auto self = weak.lock()) self->leaveIfStillIn(absence);
@@ -100,7 +100,8 @@ void HostWindows::leaveIfStillIn(std::uint64_t absence) {
   // The app may have become active and inactive again since; the later absence has its own delay.
   if (inUse_ || left_ || absence != absences_) return;
   left_ = true;
-  post(UIApplicationWillResignActiveNotification);
+  whenLeft_ = center().now();
+  center().postNotification({UIApplicationWillResignActiveNotification, nullptr, nullptr}, whenLeft_);
 }
 
 }  // namespace vemora::gtk

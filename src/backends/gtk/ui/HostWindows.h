@@ -3,6 +3,8 @@
 #include "backends/gtk/base/GObjectPtr.h"
 #include "backends/gtk/base/GObjectSignal.h"
 
+#include <Vemora/NotificationCenter.h>
+
 #include <gtk/gtk.h>
 
 #include <cstdint>
@@ -17,6 +19,9 @@ namespace vemora::gtk {
 /// opens gets it only once the window manager has seen to it. So the application counts as left only after
 /// none of its windows has been active for `kLeaveDelay`; it counts as back at once. Until a window has been
 /// active for the first time (there may be no window manager to make it so) nothing is announced.
+///
+/// A return is posted only to those who observed the leaving. A player that was loaded in between has nothing to
+/// resume: it would lower a depth that it has not raised, and arm a second heartbeat check.
 class HostWindows : public std::enable_shared_from_this<HostWindows> {
  public:
   static constexpr double kLeaveDelay = 0.25;
@@ -41,6 +46,7 @@ class HostWindows : public std::enable_shared_from_this<HostWindows> {
   GObjectWeakPtr<GtkWindow> lastActive_;
   bool inUse_ = false;
   bool left_ = false;
+  NotificationCenter::Moment whenLeft_{};
   std::uint64_t absences_ = 0;  ///< Times that no window was active, however briefly.
 };
 
