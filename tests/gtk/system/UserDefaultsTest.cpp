@@ -279,6 +279,47 @@ TEST_F(UserDefaultsTest, NeverWaitsForAnotherProcessOnTheMainThread) {
   EXPECT_EQ(open().stringForKey("vemora.app.guid"), "mine");
 }
 
+TEST_F(UserDefaultsTest, LosesNothingAtTheEndOfAProcessWhileAnotherOneWrites) {
+  const auto leftBeside = [this] {
+    int count = 0;
+    for (const auto& entry : std::filesystem::directory_iterator(folder_.path("/vemora")))
+      count += entry.path().string().find(".unsaved-") != std::string::npos;
+    return count;
+  };
+  folder_.write(kFile, "[Defaults]\nremoved=old\nchanged=old\nkept=old\n");
+  const int lock = ::open((path() + ".lock").c_str(), O_RDWR | O_CREAT, 0600);
+  ASSERT_EQ(flock(lock, LOCK_EX), 0);
+  const auto begin = std::chrono::steady_clock::now();
+  for (const int process : {1, 2}) {
+    KeyFileUserDefaults defaults = open();
+    defaults.setObject(process, "changed");
+    if (process == 1) {
+      defaults.removeObjectForKey("removed");
+      defaults.setObject("a", "added");
+      EXPECT_EQ(defaults.setObjectIfAbsent("mine", "vemora.app.guid"), JsonValue("mine"));
+    }
+    EXPECT_TRUE(defaults.saveWithoutWaiting());
+  }
+  EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(1));
+  const auto expectAll = [this] {
+    KeyFileUserDefaults defaults = open();
+    EXPECT_EQ(defaults.objectForKey("changed"), JsonValue(2));
+    EXPECT_EQ(defaults.objectForKey("removed"), JsonValue());
+    EXPECT_EQ(defaults.stringForKey("added"), "a");
+    EXPECT_EQ(defaults.stringForKey("kept"), "old");
+    EXPECT_EQ(defaults.setObjectIfAbsent("other", "vemora.app.guid"), JsonValue("mine"));
+  };
+  expectAll();
+  EXPECT_EQ(leftBeside(), 2);
+  close(lock);
+  KeyFileUserDefaults next = open();
+  next.setObject("b", "added");
+  next.setObject("a", "added");
+  EXPECT_TRUE(next.saveWithoutWaiting());
+  EXPECT_EQ(leftBeside(), 0);
+  expectAll();
+}
+
 TEST_F(UserDefaultsTest, RemovesTemporaryFilesOfKilledWriters) {
   const std::vector<std::string> names = {"abandoned.A1b2C3", "org.example.App.ini.A1b2C3",
                                           "org.example.App.ini.D4e5F6", "org.example.App.ini.corrupt"};

@@ -6,8 +6,11 @@
 
 #include <glib.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
+#include <algorithm>
 #include <cmath>
+#include <filesystem>
 #include <memory>
 #include <utility>
 
@@ -17,6 +20,9 @@ namespace {
 
 constexpr char kValues[] = "Defaults";
 constexpr char kTypes[] = "Types";
+/// The type of a key whose value is to be removed, in files of changes.
+constexpr char kRemoved[] = "removed";
+constexpr char kHandedOver[] = ".unsaved-";
 
 struct TypedText {
   const char* type;  ///< Null for strings.
@@ -120,8 +126,30 @@ void apply(GKeyFile* file, std::string_view key, const DefaultsFile::Change& cha
   if (typed->type) g_key_file_set_string(file, kTypes, name.c_str(), typed->type);
 }
 
+DefaultsFile::Changes changesOf(const std::string& path) {
+  DefaultsFile::Changes changes;
+  const GKeyFilePtr file = parseKeyFile(readFile(path).value_or(""));
+  if (!file) return changes;
+  for (auto& [key, value] : valuesOf(file.get())) {
+    const GStringPtr type(g_key_file_get_string(file.get(), kTypes, escapedKey(key).c_str(), nullptr));
+    const bool isRemoved = type && std::string_view(type.get()) == kRemoved;
+    changes.emplace(key, DefaultsFile::Change{isRemoved ? JsonValue() : value});
+  }
+  return changes;
+}
+
+std::string textOf(GKeyFile* file) {
+  gsize length = 0;
+  const GStringPtr text(g_key_file_to_data(file, &length, nullptr));
+  return {text.get(), length};
+}
+
 std::int64_t nanoseconds(const timespec& time) {
   return static_cast<std::int64_t>(time.tv_sec) * 1'000'000'000 + time.tv_nsec;
+}
+
+std::string folder(const std::string& path) {
+  return std::filesystem::path(path).parent_path().string();
 }
 
 bool exists(const std::string& path) {
@@ -135,19 +163,32 @@ bool DefaultsFile::Version::isSettled() const {
   constexpr std::int64_t kClockTick = 100'000'000;
   timespec now{};
   clock_gettime(CLOCK_REALTIME, &now);
-  return nanoseconds(now) - changed > kClockTick;
+  return nanoseconds(now) - std::max(changed, folderModified) > kClockTick;
 }
 
 DefaultsFile::Version DefaultsFile::version() const {
+  Version version;
   struct stat status {};
-  if (stat(path_.c_str(), &status) != 0) return {};
-  return {status.st_dev, status.st_ino, status.st_size, nanoseconds(status.st_mtim),
-          nanoseconds(status.st_ctim)};
+  if (stat(folder(path_).c_str(), &status) == 0) version.folderModified = nanoseconds(status.st_mtim);
+  if (stat(path_.c_str(), &status) != 0) return version;
+  version.device = status.st_dev;
+  version.file = status.st_ino;
+  version.size = status.st_size;
+  version.modified = nanoseconds(status.st_mtim);
+  version.changed = nanoseconds(status.st_ctim);
+  return version;
 }
 
 DefaultsFile::Values DefaultsFile::read() const {
   const GKeyFilePtr file = parseKeyFile(readFile(path_).value_or(""));
-  return file ? valuesOf(file.get()) : Values{};
+  Values values = file ? valuesOf(file.get()) : Values{};
+  for (const std::string& path : handedOver()) {
+    for (const auto& [key, change] : changesOf(path)) {
+      values.erase(key);
+      if (!change.value.isNull()) values.emplace(key, change.value);
+    }
+  }
+  return values;
 }
 
 std::optional<DefaultsFile::Values> DefaultsFile::merge(const Changes& changes) const {
@@ -159,11 +200,43 @@ std::optional<DefaultsFile::Values> DefaultsFile::merge(const Changes& changes) 
     if (!replacePrivateFile(path_ + ".corrupt", *text)) return std::nullopt;
     file = parseKeyFile("");
   }
+  const std::vector<std::string> older = handedOver();
+  for (const std::string& path : older) {
+    for (const auto& [key, change] : changesOf(path)) apply(file.get(), key, change);
+  }
   for (const auto& [key, change] : changes) apply(file.get(), key, change);
-  gsize length = 0;
-  const GStringPtr merged(g_key_file_to_data(file.get(), &length, nullptr));
-  if (!replacePrivateFile(path_, std::string_view(merged.get(), length))) return std::nullopt;
+  if (!replacePrivateFile(path_, textOf(file.get()))) return std::nullopt;
+  for (const std::string& path : older) unlink(path.c_str());
   return valuesOf(file.get());
+}
+
+bool DefaultsFile::handOver(const Changes& changes) const {
+  const GKeyFilePtr file(g_key_file_new());
+  for (const auto& [key, change] : changes) {
+    apply(file.get(), key, change);
+    if (!change.value.isNull()) continue;
+    g_key_file_set_string(file.get(), kValues, escapedKey(key).c_str(), "");
+    g_key_file_set_string(file.get(), kTypes, escapedKey(key).c_str(), kRemoved);
+  }
+  const GStringPtr unique(g_uuid_string_random());
+  return replacePrivateFile(path_ + kHandedOver + unique.get(), textOf(file.get()));
+}
+
+std::vector<std::string> DefaultsFile::handedOver() const {
+  std::vector<std::pair<std::int64_t, std::string>> found;
+  std::error_code error;
+  for (const auto& entry : std::filesystem::directory_iterator(folder(path_), error)) {
+    const std::string name = entry.path().string();
+    struct stat status {};
+    // A temporary name has more after the unique part, and dots in it.
+    const bool isOurs =
+        name.starts_with(path_ + kHandedOver) && name.find('.', path_.size() + 1) == std::string::npos;
+    if (isOurs && stat(name.c_str(), &status) == 0) found.emplace_back(nanoseconds(status.st_mtim), name);
+  }
+  std::sort(found.begin(), found.end());
+  std::vector<std::string> paths;
+  for (auto& [time, path] : found) paths.push_back(std::move(path));
+  return paths;
 }
 
 std::string DefaultsFile::claimPath(std::string_view key) const {

@@ -9,6 +9,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace vemora::gtk {
 
@@ -40,6 +41,7 @@ class DefaultsFile {
     off_t size = 0;
     std::int64_t modified = 0;  ///< Nanoseconds.
     std::int64_t changed = 0;
+    std::int64_t folderModified = 0;  ///< Changes that were handed over are files of their own.
 
     bool operator==(const Version&) const = default;
     /// Old enough that another change could not have the same time.
@@ -56,6 +58,9 @@ class DefaultsFile {
   /// file is kept under another name and replaced. Absent when nothing could be written. The caller holds the
   /// lock of `path`.
   std::optional<Values> merge(const Changes& changes) const;
+  /// Leaves the changes beside the file, without any lock: each `read` includes them, and the next `merge` puts
+  /// them into the file before its own. False when they could not be written.
+  bool handOver(const Changes& changes) const;
 
   const std::string& path() const { return path_; }
   /// Where `setObjectIfAbsent` keeps the value of this key until it is saved.
@@ -65,6 +70,9 @@ class DefaultsFile {
   static bool canHold(std::string_view key, const JsonValue& value);
 
  private:
+  /// The files of `handOver`, the oldest first.
+  std::vector<std::string> handedOver() const;
+
   const std::string path_;
 };
 

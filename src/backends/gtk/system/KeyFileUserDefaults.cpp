@@ -55,16 +55,18 @@ class KeyFileUserDefaults::Store {
     return saved;
   }
 
-  bool save() {
+  /// Without waiting, it hands the changes over to the next save of any process when the file is locked.
+  bool save(LockWait wait = LockWait::ThreeSeconds) {
     if (!hasUnsavedChanges()) return true;
     // Serialises all saves, so that an older change never overwrites a newer one.
-    const FileLock fileLock(file_.path(), LockWait::ThreeSeconds);
+    const FileLock fileLock(file_.path(), wait);
     const DefaultsFile::Changes changes = unsavedChanges();
     DefaultsFile::Changes writable;
     for (const auto& [key, change] : changes) {
       if (DefaultsFile::canHold(key, change.value)) writable.emplace(key, change);
     }
     if (writable.empty()) return changes.empty();
+    if (!fileLock.isHeld() && wait == LockWait::None) return handOver(std::move(writable));
     std::optional<DefaultsFile::Values> merged = fileLock.isHeld() ? file_.merge(writable) : std::nullopt;
     if (!merged) {
       if (!hasLoggedFailure_.exchange(true)) {
@@ -81,6 +83,12 @@ class KeyFileUserDefaults::Store {
 
  private:
   using Snapshot = std::shared_ptr<const DefaultsFile::Values>;
+
+  bool handOver(DefaultsFile::Changes changes) {
+    // Their claims stay on the disk and are taken by the next process.
+    std::erase_if(changes, [](const auto& entry) { return entry.second.onlyIfAbsent; });
+    return changes.empty() || file_.handOver(changes);
+  }
 
   static void removeFile(const std::string& path) { unlink(path.c_str()); }
 
@@ -176,12 +184,16 @@ void KeyFileUserDefaults::saveAfter(double seconds) {
   });
 }
 
+bool KeyFileUserDefaults::saveWithoutWaiting() {
+  return store_->save(LockWait::None);
+}
+
 void KeyFileUserDefaults::saveAtProcessEnd() {
   static std::weak_ptr<Store>& store = *new std::weak_ptr<Store>(store_);
   static const pid_t process = getpid();
   std::atexit([] {
     const std::shared_ptr<Store> living = getpid() == process ? store.lock() : nullptr;
-    if (living) living->save();
+    if (living) living->save(LockWait::None);
   });
 }
 

@@ -31,7 +31,10 @@ class KeyFileUserDefaults final : public UserDefaults {
   /// On a thread that must not wait, only starts the save.
   bool synchronize() override;
 
-  /// Once in a process.
+  /// Never waits for another process: when one is writing, the changes are left beside the file, for the next
+  /// process that reads or saves. False when they could not be written.
+  bool saveWithoutWaiting();
+  /// Saves so when the process exits. Once in a process.
   void saveAtProcessEnd();
 
  private:
