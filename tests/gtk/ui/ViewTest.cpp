@@ -156,6 +156,23 @@ TEST(KeyWindow, IsTheHostsAndKeepsItsIdentity) {
   EXPECT_EQ(root->view(), application().keyWindow());
 }
 
+/// Under Wayland, a surface that a closed window leaves behind may keep a later window from being drawn.
+TEST(HostWindow, IsDrawnHoweverManyWereClosedBefore) {
+  application();
+  for (int window = 0; window < 40; ++window) {
+    HostWindow host(300, 200);
+    int frames = 0;
+    gtk_widget_add_tick_callback(
+        host.content(),
+        [](GtkWidget* widget, GdkFrameClock*, gpointer count) -> gboolean {
+          gtk_widget_queue_draw(widget);
+          return ++*static_cast<int*>(count) < 5;
+        },
+        &frames, nullptr);
+    ASSERT_TRUE(waitUntil([&] { return frames == 5; }, 10)) << "window " << window;
+  }
+}
+
 TEST(Alert, BlocksNothingAndClosesWithItsButton) {
   HostWindow host;
   GListModel* toplevels = gtk_window_get_toplevels();

@@ -74,6 +74,7 @@ void HostWindows::toplevelsChanged() {
                                                               if (const auto self = weak.lock())
                                                                 self->activeChanged();
                                                             });
+    entry->surfaceRelease = GLSurfaceRelease::watch(window.get());
     watched_.push_back(std::move(entry));
   }
   activeChanged();

@@ -2,6 +2,7 @@
 
 #include "backends/gtk/base/GObjectPtr.h"
 #include "backends/gtk/base/GObjectSignal.h"
+#include "backends/gtk/ui/GLSurfaceRelease.h"
 
 #include <Vemora/NotificationCenter.h>
 
@@ -35,6 +36,7 @@ class HostWindows : public std::enable_shared_from_this<HostWindows> {
   struct Watched {
     GObjectWeakPtr<GtkWindow> window;
     SignalConnection activeChanged;
+    std::shared_ptr<GLSurfaceRelease> surfaceRelease;
   };
 
   void toplevelsChanged();
