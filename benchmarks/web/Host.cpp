@@ -87,6 +87,14 @@ void Host::park(GtkWidget* widget) const {
   gtk_overlay_add_overlay(GTK_OVERLAY(content_), widget);
 }
 
+void Host::show(GtkWidget* widget) const {
+  if (gtk_widget_get_parent(widget)) remove(widget);
+  gtk_widget_set_size_request(widget, -1, -1);
+  gtk_widget_set_halign(widget, GTK_ALIGN_FILL);
+  gtk_widget_set_valign(widget, GTK_ALIGN_FILL);
+  gtk_overlay_add_overlay(GTK_OVERLAY(content_), widget);
+}
+
 void Host::remove(GtkWidget* widget) const {
   gtk_overlay_remove_overlay(GTK_OVERLAY(content_), widget);
 }
@@ -133,6 +141,10 @@ BarePage::~BarePage() {
 
 void BarePage::load() {
   webkit_web_view_load_uri(view_.get(), host_.server().pageAddress().c_str());
+}
+
+void BarePage::load(const std::string& path) {
+  webkit_web_view_load_uri(view_.get(), ("https://" + host_.server().host() + path).c_str());
 }
 
 void BarePage::evaluate(const std::string& script) {

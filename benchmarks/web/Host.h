@@ -26,6 +26,8 @@ class Host {
 
   /// Takes the widget in, at a size of nothing, as the SDK parks its pages.
   void park(GtkWidget* widget) const;
+  /// Lays the widget over the whole window.
+  void show(GtkWidget* widget) const;
   void remove(GtkWidget* widget) const;
 
   /// All web views in the window.
@@ -53,6 +55,8 @@ class BarePage {
   BarePage& operator=(const BarePage&) = delete;
 
   void load();
+  /// Loads another page of the host's server.
+  void load(const std::string& path);
   bool isLoaded() const { return loaded_; }
   /// The completion is called when it has run; a script that fails ends the program.
   void evaluate(const std::string& script);

@@ -29,8 +29,8 @@ void CountingDelegate::vemoraAdError(const Player&, const Ad&, const VMRError& e
   fail(error.description);
 }
 
-LoadedPlayer::LoadedPlayer(const Host& host)
-    : host_(host), player_(VemoraInlineAdPlayer::initWithAdPlayerDelegate(delegate_)) {
+LoadedPlayer::LoadedPlayer(const Host& host, std::shared_ptr<View> parentView)
+    : host_(host), player_(VemoraInlineAdPlayer::initInView(std::move(parentView), delegate_)) {
   const Usage before = Usage::ofThread();
   player_->load();
   loadCall_ = Usage::ofThread() - before;

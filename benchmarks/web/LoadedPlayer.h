@@ -27,7 +27,7 @@ class CountingDelegate final : public VemoraAdPlayerDelegate {
 /// A player that has loaded ads. `shutdown` comes with its end.
 class LoadedPlayer {
  public:
-  explicit LoadedPlayer(const Host& host);
+  explicit LoadedPlayer(const Host& host, std::shared_ptr<View> parentView = nullptr);
   ~LoadedPlayer();
   LoadedPlayer(const LoadedPlayer&) = delete;
   LoadedPlayer& operator=(const LoadedPlayer&) = delete;

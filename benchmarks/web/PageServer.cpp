@@ -41,7 +41,9 @@ std::string readAll(int from) {
 
 }  // namespace
 
-PageServer::PageServer(const std::filesystem::path& page, const std::optional<std::filesystem::path>& ads) {
+PageServer::PageServer(const std::filesystem::path& page, const std::optional<std::filesystem::path>& ads,
+                       const std::optional<std::filesystem::path>& pages,
+                       const std::optional<std::filesystem::path>& media) {
   int ends[2];
   if (pipe(ends) != 0) std::abort();
   process_ = fork();
@@ -50,6 +52,8 @@ PageServer::PageServer(const std::filesystem::path& page, const std::optional<st
     LocalServerOptions options;
     options.page = page;
     options.ads = ads;
+    options.rootFolder = pages;
+    options.mediaFolder = media;
     serve(options, ends[1]);
   }
   close(ends[1]);

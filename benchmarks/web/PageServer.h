@@ -11,8 +11,11 @@ namespace vemora::bench {
 /// It is a fork: to be started first of all in `main`, before anything has made a thread.
 class PageServer {
  public:
-  /// Ends the program with a message when it cannot start.
-  PageServer(const std::filesystem::path& page, const std::optional<std::filesystem::path>& ads);
+  /// Ends the program with a message when it cannot start. "pages" and "media" are folders of other
+  /// pages and of the ads' media.
+  PageServer(const std::filesystem::path& page, const std::optional<std::filesystem::path>& ads,
+             const std::optional<std::filesystem::path>& pages = {},
+             const std::optional<std::filesystem::path>& media = {});
   /// One that another process has started.
   static PageServer runningAt(std::string host, std::string certificatePem);
   ~PageServer();
