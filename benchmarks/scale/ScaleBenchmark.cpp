@@ -42,6 +42,24 @@ std::shared_ptr<VMRRpcTask> newTask(const std::shared_ptr<VMRRuntime>& runtime) 
   return task;
 }
 
+/// A call in a list without an index: it is offered every message.
+class ScannedCall final : public VMRRuntimeMessageHandler {
+ public:
+  explicit ScannedCall(std::shared_ptr<VMRRpcTask> task) : task_(std::move(task)) {}
+  bool onMessage(const std::shared_ptr<VMRRpc>& message) override { return task_->onMessage(message); }
+  const std::shared_ptr<VMRRpcTask>& task() const { return task_; }
+
+ private:
+  const std::shared_ptr<VMRRpcTask> task_;
+};
+
+std::shared_ptr<ScannedCall> newScannedCall(const std::shared_ptr<VMRRuntime>& runtime) {
+  auto call = std::make_shared<ScannedCall>(VMRRpcTask::initWithRuntime(
+      runtime, VMRRpc::initWithMethod("control.play", nullptr), VMRFuture::init()));
+  runtime->registerObserver(call);
+  return call;
+}
+
 /// A channel with a player's two listeners and calls that await their replies.
 struct BusyChannel {
   explicit BusyChannel(int outstanding) {
@@ -67,6 +85,17 @@ double costOfReplies(BusyChannel& channel) {
       const auto task = newTask(channel.runtime);
       channel.runtime->onMessage(task->message()->replyWith(JsonValue::object({{"ok", true}})));
       if (!task->future()->isDone()) std::abort();
+    }
+  }));
+}
+
+double costOfScannedReplies(const std::shared_ptr<VMRRuntime>& runtime) {
+  return perMessage(usageOf([&] {
+    for (int i = 0; i < kBatch; ++i) {
+      const auto call = newScannedCall(runtime);
+      runtime->onMessage(call->task()->message()->replyWith(JsonValue::object({{"ok", true}})));
+      if (!call->task()->future()->isDone()) std::abort();
+      runtime->unregisterObserver(call.get());
     }
   }));
 }
@@ -99,6 +128,21 @@ void measureOutstandingCalls(Report& report) {
         takeTurns(
             report.rounds(21), [&] { return costOfEvents(idle); }, [&] { return costOfEvents(busy); }),
         1.1);
+  }
+}
+
+/// What the index of awaited replies gains.
+void measureIndex(Report& report) {
+  for (const int outstanding : {0, 9, 999}) {
+    BusyChannel indexed(outstanding), scanned(0);
+    std::vector<std::shared_ptr<ScannedCall>> calls;
+    for (int i = 0; i < outstanding; ++i) calls.push_back(newScannedCall(scanned.runtime));
+    report.ratio("call and reply by the index, " + std::to_string(outstanding + 1) + " outstanding", "ns",
+                 "a list that is scanned",
+                 takeTurns(
+                     report.rounds(21), [&] { return costOfScannedReplies(scanned.runtime); },
+                     [&] { return costOfReplies(indexed); }),
+                 {});
   }
 }
 
@@ -210,6 +254,7 @@ int main(int argc, char** argv) {
   Report report("scale, CPU time", argc, argv);
   TestingPlatform::current();
   measureOutstandingCalls(report);
+  measureIndex(report);
   measureObservers(report);
   measurePlayers(report);
   return report.finish();
