@@ -1,4 +1,5 @@
 import { afterEach, describe, expect, it } from "vitest";
+import { inline, leaf, linear, mediaFile, vast } from "../vast_text";
 import { origin, PageDriver } from "./page_driver";
 
 let driver: PageDriver;
@@ -25,20 +26,17 @@ const icon = (
     <IconClickTracking>${origin}/beacon/icon-click</IconClickTracking></IconClicks>
   <IconViewTracking>${origin}/beacon/icon-view</IconViewTracking></Icon></Icons>`;
 
-function companion(resource: string, more = ""): string {
-  return `<Creative><CompanionAds><Companion width="300" height="250">${resource}${more}
+const companion = (resource: string, more = "") =>
+  `<CompanionAds><Companion width="300" height="250">${resource}${more}
     <CompanionClickTracking>${origin}/beacon/card-click</CompanionClickTracking>
     <TrackingEvents><Tracking event="creativeView">${origin}/beacon/card-view</Tracking></TrackingEvents>
-  </Companion></CompanionAds></Creative>`;
-}
+  </Companion></CompanionAds>`;
 
-function vast(number: 1 | 3, linear: string, creatives = ""): string {
-  return `<VAST version="4.2"><Ad id="a"><InLine><AdSystem>Test</AdSystem><AdTitle>Title</AdTitle>
-    <Impression>${origin}/beacon/impression</Impression>
-    <ViewableImpression><Viewable>${origin}/beacon/viewable</Viewable></ViewableImpression>
-    <Creatives><Creative><Linear><Duration>00:00:0${number + 3}</Duration>
-      <MediaFiles><MediaFile delivery="progressive" type="video/mp4" width="640" height="360">${origin}/media/ad-${number}.mp4</MediaFile></MediaFiles>
-      ${linear}</Linear></Creative>${creatives}</Creatives></InLine></Ad></VAST>`;
+function ad(number: 1 | 3, extras: string, ...creatives: string[]): string {
+  const media = mediaFile({}, `${origin}/media/ad-${number}.mp4`);
+  const viewable = leaf("Viewable", `${origin}/beacon/viewable`);
+  const viewability = `<ViewableImpression>${viewable}</ViewableImpression>`;
+  return vast("4.2", inline("a", { creatives: [linear({ media, extras }), ...creatives], extras: viewability }));
 }
 
 async function playing(vast_xml: string) {
@@ -50,7 +48,7 @@ async function playing(vast_xml: string) {
 }
 
 it("an icon appears at its time, next to the controls, and opens its own page", async () => {
-  const page = await playing(vast(3, icon(clickThrough)));
+  const page = await playing(ad(3, icon(clickThrough)));
   const shown = page.locator(".ad-icon");
   expect(await shown.count()).toBe(0);
   await shown.waitFor();
@@ -65,12 +63,12 @@ it("an icon appears at its time, next to the controls, and opens its own page", 
   expect(driver.events().filter((name) => names.includes(name))).toEqual(names.slice(0, 2));
   await driver.call("control.resume");
   await driver.waitFor(() => driver.beacons().includes("/beacon/viewable"));
-  const expected = ["icon-click", "icon-view", "impression", "viewable"];
-  expect(driver.beacons().sort()).toEqual(expected.map((name) => `/beacon/${name}`));
+  const expected = ["/beacon/icon-click", "/beacon/icon-view", "/beacon/viewable", "/impression-a"];
+  expect(driver.beacons().sort()).toEqual(expected);
 });
 
 it("an icon without a page shows its image that fits, until the viewer dismisses it", async () => {
-  const page = await playing(vast(3, icon(fallbackImages)));
+  const page = await playing(ad(3, icon(fallbackImages)));
   await page.locator(".ad-icon").click();
   await driver.waitForEvent("AdInteraction");
   const notice = page.getByRole("dialog", { name: "Your choices" });
@@ -95,7 +93,7 @@ describe("an end card", () => {
   it("follows the video, opens its page and ends the ad", async () => {
     const target = "<CompanionClickThrough>https://card.example/</CompanionClickThrough>";
     const image = `<StaticResource creativeType="image/svg+xml">${origin}/card.svg</StaticResource>`;
-    const page = await playing(vast(1, "", companion(image, target)));
+    const page = await playing(ad(1, "", companion(image, target)));
     await page.locator(".card").click({ timeout: 20_000 });
     await driver.waitFor(() => driver.windowUrls("open").length > 0);
     expect(driver.windowUrls("open")).toEqual(["https://card.example/"]);
@@ -120,7 +118,7 @@ describe("an end card", () => {
       <script>${attack}</script><img src="${origin}/none" onerror="${attack}"><svg onload="${attack}"></svg>
       <iframe srcdoc="${nested}"></iframe><iframe src="javascript:${attack}"></iframe>
       <form id="f" action="${origin}/attack"></form><script>f.submit()</script>`;
-    const page = await playing(vast(1, "", companion(`<HTMLResource><![CDATA[${html}]]></HTMLResource>`)));
+    const page = await playing(ad(1, "", companion(`<HTMLResource><![CDATA[${html}]]></HTMLResource>`)));
     const heading = page.frameLocator(".card iframe").getByText("Hello");
     await heading.waitFor({ timeout: 20_000 });
     expect(await heading.evaluate((one) => getComputedStyle(one).color)).toBe("rgb(1, 2, 3)");

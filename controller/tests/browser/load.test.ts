@@ -54,11 +54,12 @@ it("fails the load of a tag whose server does not allow the page to read it, and
   expect(page.logs.join()).toContain(`set "Access-Control-Allow-Origin: ${origin}"`);
 });
 
-it("reports an unreadable video from a server without CORS as 405 and not as missing", async () => {
+it("reports an unreadable video from a server without CORS as 405 and not as missing, and the viewer reads why", async () => {
   const ad = inline("a", { creatives: [linear({ media: mediaFile({}, "https://closed.example/a.mp4") })] });
   const page = await opened({ "/tag": { body: vast("4.2", ad) } });
   await serveWithoutPermission(page, { contentType: "video/mp4", body: "no video" });
   await page.loadAds({ params: { vast_url: `${origin}/tag` } });
   await page.call("control.start");
   expect((await page.waitForEvent("AdError")).params?.data).toMatch(/^VAST error 405: /);
+  await page.page.getByText("This ad cannot be shown").waitFor();
 });

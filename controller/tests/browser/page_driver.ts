@@ -61,7 +61,7 @@ async function sharedBrowser(): Promise<Browser> {
   return browser;
 }
 
-export async function fixture(name: string): Promise<string> {
+async function fixture(name: string): Promise<string> {
   const text = await readFile(new URL(name, fixtureFolder), "utf8");
   return text.split("{{origin}}").join(origin);
 }

@@ -65,40 +65,7 @@ describe("a group of ads", () => {
   });
 });
 
-describe("pausing", () => {
-  it("stops the video and the time, in the background as well", async () => {
-    const page = await opened({ answers: adList(listedAd(1)) });
-    await page.loadAds();
-    await page.call("control.start");
-    await page.waitForEvent("AdTimeChange");
-    const data = { background: true };
-    await page.call("control.pause", { data });
-    await page.waitForEvent("AdPaused");
-    const position = () => page.page.evaluate(() => document.querySelector("video")?.currentTime);
-    const before = await position();
-    await page.page.waitForTimeout(400);
-    expect(await position()).toBe(before);
-    await page.call("control.resume", { data });
-    await page.waitForEvent("AdPlaying");
-    await page.call("control.stop");
-    await page.waitForEvent("AdGroupEnd");
-    expect(page.events().slice(-4)).toEqual(["AdPaused", "AdPlaying", "AdStopped", "AdGroupEnd"]);
-  });
-});
-
 describe("failures", () => {
-  const unplayable = { "/media/ad-1.mp4": { body: "not a video", contentType: "video/mp4" } };
-
-  it("of a video that cannot be decoded are reported with their code, and the viewer reads why", async () => {
-    const page = await opened({ answers: { ...adList(listedAd(1)), ...unplayable } });
-    await page.loadAds();
-    await page.call("control.start");
-    const { params } = await page.waitForEvent("AdError");
-    expect(params?.data).toMatch(/^VAST error 405: /);
-    expect(page.beacons()).toEqual(["/beacon/error?ad=1&code=405"]);
-    await page.page.getByText("This ad cannot be shown").waitFor();
-  });
-
   it("of a video that never arrives are reported after the limit, while the page continues to ping", async () => {
     const never = { "/media/ad-1.mp4": { status: 200, delay: 60_000 } };
     const page = await opened({ answers: { ...adList(listedAd(1)), ...never }, manualClock: true });

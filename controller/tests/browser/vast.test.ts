@@ -1,6 +1,6 @@
 import { readdirSync, readFileSync } from "node:fs";
 import { expect, it } from "vitest";
-import { fixture, origin, PageDriver, type Answer } from "./page_driver";
+import { origin, PageDriver, type Answer } from "./page_driver";
 
 interface Expected {
   what: string;
@@ -57,29 +57,6 @@ it.concurrent.each(names)("%s", async (name) => {
       const { params } = await driver.waitForEvent("AdError");
       expect(params?.data).toContain(`VAST error ${expected.error}`);
     }
-  } finally {
-    await driver.close();
-  }
-});
-
-it("takes a document that comes with the request before a tag", async () => {
-  const driver = await PageDriver.open();
-  try {
-    const params = { vast_xml: await fixture("single.xml"), vast_url: `${origin}/pod.xml` };
-    const ads = await driver.loadAds({ params });
-    expect(ads).toEqual([
-      {
-        id: "ad-1",
-        index: 0,
-        vpi: "mp4",
-        title: "Ad 1",
-        duration: 4,
-        price: 1.25,
-        url: `${origin}/media/ad-1.mp4`,
-        clickthru: "https://advertiser.example/ad-1",
-      },
-    ]);
-    expect(driver.requests).not.toContain("/pod.xml");
   } finally {
     await driver.close();
   }

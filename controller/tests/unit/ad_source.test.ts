@@ -1,4 +1,6 @@
+import { readFileSync } from "node:fs";
 import { afterEach, beforeEach, describe, expect, it, vi } from "vitest";
+import { describeAd } from "../../src/ads/ad";
 import { AdSource, type AdLoad } from "../../src/load/ad_source";
 import { configFrom } from "../../src/config";
 import { payloadFrom } from "../../src/payload";
@@ -38,6 +40,17 @@ async function load(params: object, config: object = {}): Promise<AdLoad & { ids
 const list = (...ids: string[]) => JSON.stringify({ ads: ids.map((id) => ({ id, media: [{ src: "/a.mp4" }] })) });
 
 describe("the source of the ads", () => {
+  it("is a document that comes with the request, before a tag", async () => {
+    const single = readFileSync("tests/fixtures/single.xml", "utf8").split("{{origin}}").join(origin);
+    const { ads } = await load({ vast_xml: single, vast_url: `${origin}/tag` });
+    expect(fetched).toEqual([]);
+    const url = `${origin}/media/ad-1.mp4`;
+    const clickthru = "https://advertiser.example/ad-1";
+    expect(ads.map(describeAd)).toEqual([
+      { id: "ad-1", index: 0, vpi: "mp4", title: "Ad 1", duration: 4, price: 1.25, url, clickthru },
+    ]);
+  });
+
   it("is the tag, with its macros filled and over https, before the server's list", async () => {
     const media = mediaFile({}, "http://media.example/a.mp4");
     documents = { "/tag": vast("4.0", inline("a", { creatives: [linear({ media })] })), "/ads.json": list("x") };

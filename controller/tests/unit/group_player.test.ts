@@ -37,13 +37,29 @@ function listed(id: string, more: object = {}): object {
 }
 
 function startWith(ads: object[], request: object = {}, config: object = {}): void {
-  startAds(adsFromList(JSON.stringify({ ads: ads.map((ad, index) => ({ index, ...ad })) })), request, config);
+  startAds(adsFromList(JSON.stringify({ ads })), request, config);
 }
 
 function startAds(ads: Ad[], request: object = {}, config: object = {}, wait = 0): void {
   player.prepare({ ads, macros: {}, payload: payloadFrom({ ...request }), config: configFrom({ ...config }) });
   passTime(wait);
   player.start();
+}
+
+/** Starts and goes to the first frame of a video of ten seconds. */
+function watchAds(ads: Ad[], request: object = {}): void {
+  startAds(ads, request);
+  video.begin(10);
+  news();
+}
+
+function watch(ads: object[], request: object = {}): void {
+  watchAds(adsFromList(JSON.stringify({ ads })), request);
+}
+
+async function fail(code: number): Promise<void> {
+  video.fail(code);
+  await vi.advanceTimersByTimeAsync(0);
 }
 
 /** What has been posted since the last look. */
@@ -121,7 +137,7 @@ beforeEach(() => {
   player = new GroupPlayer(
     {
       event: (_id, name, value) => {
-        posted.push(name);
+        posted.push(name === "AdVolumeChange" ? `${name} ${String(value)}` : name);
         data[name] = value;
       },
       beacon: (url) => posted.push(url.replace("https://t/", "")),
@@ -175,10 +191,7 @@ describe("a group", () => {
     player.start();
     video.begin(10);
     news();
-    for (let tick = 1; tick <= 4; tick += 1) {
-      video.currentTime = tick / 4;
-      passTime(0.25);
-    }
+    playTo(1);
     passTime(1);
     expect(news()).toEqual(Array(4).fill("AdTimeChange"));
     expect(data.AdTimeChange).toBe(1);
@@ -198,14 +211,6 @@ describe("a group", () => {
     for (const command of commands) player[command]();
     passTime(1);
     expect(news()).toEqual(["AdUserClose", "AdGroupEnd"]);
-  });
-
-  it("can be made to fail by the configuration", () => {
-    startWith([listed("a")], {}, { faults: { adError: "on purpose" } });
-    passTime(1);
-    expect(news()).toEqual(["AdError"]);
-    expect(data.AdError).toBe("on purpose");
-    expect(shown.hasFailed).toBe(true);
   });
 });
 
@@ -243,8 +248,7 @@ describe("the next ad", () => {
     video.finish();
     expect(video.sources).toEqual(["https://m/b.mp4", "https://m/b.mp4"]);
     news();
-    video.fail(decodeError);
-    await vi.advanceTimersByTimeAsync(0);
+    await fail(decodeError);
     expect(news()).toEqual(["error-405", "AdError"]);
   });
 });
@@ -254,9 +258,7 @@ describe("viewability", () => {
   const reported = () => news().filter((name) => !name.startsWith("Ad"));
 
   beforeEach(() => {
-    startAds([adWith({ id: "a", index: 0, media, viewableImpression })]);
-    video.begin(10);
-    news();
+    watchAds([adWith({ id: "a", index: 0, media, viewableImpression })]);
   });
 
   it("is half of the view for two seconds of uninterrupted playback", () => {
@@ -325,9 +327,7 @@ describe("icons", () => {
   it("without a page show their image over the paused ad, which then is as it was before", () => {
     const fallbackImages = [{ src: "https://m/choices.png", width: 200, height: 100, altText: "Your choices" }];
     const about = icon({ fallbackImages });
-    startAds([adWith({ id: "a", index: 0, media, icons: [about] })]);
-    video.begin(10);
-    news();
+    watchAds([adWith({ id: "a", index: 0, media, icons: [about] })]);
     player.iconClicked(about);
     expect(shown.notice).toEqual(fallbackImages);
     expect(news()).toEqual(["icon-click", "AdPaused", "AdInteraction"]);
@@ -432,9 +432,7 @@ describe("skipping", () => {
 
 describe("pausing", () => {
   beforeEach(() => {
-    startWith([listed("a"), listed("b")]);
-    video.begin(10);
-    news();
+    watch([listed("a"), listed("b")]);
   });
 
   const background = (ignorePreviousState = false) => ({ background: true, ignorePreviousState });
@@ -495,35 +493,19 @@ describe("pausing", () => {
   });
 });
 
-describe("the viewer", () => {
-  beforeEach(() => {
-    startWith([listed("a")], { playback: { volume: 0.5 } });
-    video.begin(10);
-    news();
-  });
-
-  it("opens the advertiser's page, which pauses the ad", () => {
-    player.clickThrough();
-    expect(news()).toEqual(["clickTracking", "pause", "AdPaused", "AdClickThru", "open https://advertiser.example/"]);
-    player.resume();
-    expect(news()).toEqual(["resume", "AdPlaying"]);
-  });
-
-  it("mutes and unmutes", () => {
-    player.toggleMute();
-    expect(data.AdVolumeChange).toBe(0);
-    player.toggleMute();
-    expect(data.AdVolumeChange).toBe(0.5);
-    expect(news()).toEqual(["mute", "AdVolumeChange", "unmute", "AdVolumeChange"]);
-  });
-});
-
-it("a click on a video without a page to open is counted", () => {
-  startWith([listed("a", { clickthru: undefined })]);
-  video.begin(10);
-  news();
-  player.clickThrough();
-  expect(news()).toEqual(["clickTracking"]);
+it.each<[string, object, Array<"clickThrough" | "toggleMute" | "resume">, string[]]>([
+  [
+    "opens the advertiser's page, which pauses the ad",
+    {},
+    ["clickThrough", "resume"],
+    ["clickTracking", "pause", "AdPaused", "AdClickThru", "open https://advertiser.example/", "resume", "AdPlaying"],
+  ],
+  ["clicks on a video without a page to open", { clickthru: undefined }, ["clickThrough"], ["clickTracking"]],
+  ["mutes and unmutes", {}, ["toggleMute", "toggleMute"], ["mute", "AdVolumeChange 0", "unmute", "AdVolumeChange 0.5"]],
+])("the viewer %s", (_, more, commands, expected) => {
+  watch([listed("a", more)], { playback: { volume: 0.5 } });
+  for (const command of commands) player[command]();
+  expect(news()).toEqual(expected);
 });
 
 describe("a failure", () => {
@@ -536,8 +518,7 @@ describe("a failure", () => {
     await vi.runOnlyPendingTimersAsync();
     expect(news().slice(-2)).toEqual(["error-405", "AdStopped"]);
     expect(shown.hasFailed).toBe(false);
-    video.fail(networkError);
-    await vi.advanceTimersByTimeAsync(0);
+    await fail(networkError);
     expect(news()).toEqual(["error-402", "AdError"]);
     expect(data.AdError).toMatch(/^VAST error 402: /);
     expect(shown.hasFailed).toBe(true);
@@ -549,8 +530,7 @@ describe("a failure", () => {
   ])("of a file that %s has its own code", async (_, status, code) => {
     vi.stubGlobal("fetch", async () => new Response(null, { status }));
     startWith([listed("a")]);
-    video.fail(sourceError);
-    await vi.advanceTimersByTimeAsync(0);
+    await fail(sourceError);
     expect(news()).toEqual(["AdGroupStart", `error-${code}`, "AdError"]);
   });
 
@@ -565,12 +545,10 @@ describe("a failure", () => {
 
   it("of one file tries the next one before the first frame, and none after it", async () => {
     startWith([listed("a", { media: files("one", "two", "three") })]);
-    video.fail(decodeError);
-    await vi.advanceTimersByTimeAsync(0);
+    await fail(decodeError);
     video.begin(10);
     expect(news()).toEqual(["AdGroupStart", "AdLoaded", ...firstFrame]);
-    video.fail(decodeError);
-    await vi.advanceTimersByTimeAsync(0);
+    await fail(decodeError);
     expect(video.sources).toEqual(["https://m/one.mp4", "https://m/two.mp4"]);
     expect(news()).toEqual(["error-405", "AdStopped", "AdError"]);
   });
@@ -625,7 +603,7 @@ describe("a failure", () => {
     video.refuses = "sound";
     startWith([listed("a")]);
     await vi.advanceTimersByTimeAsync(0);
-    expect(news()).toEqual(["AdGroupStart", "AdVolumeChange"]);
+    expect(news()).toEqual(["AdGroupStart", "AdVolumeChange 0"]);
     expect([video.muted, video.paused]).toEqual([true, false]);
     video.refuses = "always";
     player.pause();
