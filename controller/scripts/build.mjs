@@ -45,6 +45,9 @@ const policy = [
   "form-action 'none'",
 ].join("; ");
 
+/** A page that every first ad waits for. Bytes. */
+const largestSize = 150_000;
+
 // The licences of the bundled libraries require their notices in every copy.
 const libraries = ["@dailymotion/vast-client", "@dailymotion/vmap"];
 const notices = libraries.map(async (name) => {
@@ -58,4 +61,9 @@ const page = template.replace(/\{\{(\w+)\}\}/g, (_, name) => parts[name]);
 
 await mkdir(inRoot("dist"), { recursive: true });
 await writeFile(inRoot("dist/VMRWebViewRuntime.html"), page);
-console.log(`dist/VMRWebViewRuntime.html: ${(Buffer.byteLength(page) / 1024).toFixed(1)} KiB`);
+const size = Buffer.byteLength(page);
+console.log(`dist/VMRWebViewRuntime.html: ${(size / 1024).toFixed(1)} KiB`);
+if (size > largestSize) {
+  console.error(`The page is larger than ${largestSize / 1000} kB.`);
+  process.exitCode = 1;
+}
