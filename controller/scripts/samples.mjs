@@ -109,7 +109,7 @@ async function judge(context, { folder, name }, isOffline) {
     const params = { params: { vast_url: address, placement_type: "interstitial" }, playback: { muted: true } };
     await post({ id: "1", method: "get.ads", params });
     const reply = await message(replyMs, () => window.posted.find(({ id }) => id === "1"));
-    const reasons = async () => (await page.evaluate(() => window.logged)).join("; ");
+    const reasons = async () => [...new Set(await page.evaluate(() => window.logged))].join("; ");
     if (!reply) return ["silent", `no reply within ${replyMs / 1000} s`];
     if (reply.error) return ["refused", reply.error.message];
     const { ads } = reply.result.data.adgroup;

@@ -141,7 +141,7 @@ export class VastResolver extends VASTParser {
       const failure = error instanceof AdFailure ? error : new AdFailure(VastCode.wrapperTimeout, String(error));
       this.fetchFailures.set(wrapperAd, failure);
       if (error instanceof FetchFailure) void this.logFetchFailure(url, error);
-      else this.options.log(`Wrapper ${url}: ${failure.text}`);
+      else if (this.fetches <= this.options.fetchLimit + 1) this.options.log(`Wrapper ${url}: ${failure.text}`);
       throw failure;
     }
   }
