@@ -37,7 +37,8 @@ Strings stringsOf(const JsonValue& list) {
 /// What the host app does in a fixture, as options of the demo: a delegate is not notified of every event,
 /// but of the time.
 Strings commandsFor(const JsonValue& controls) {
-  const std::map<std::string, std::string> moments{{"AdVideoFirstQuartile", "1.3"},
+  const std::map<std::string, std::string> moments{{"AdStarted", "adStart"},
+                                                   {"AdVideoFirstQuartile", "1.3"},
                                                    {"AdVideoMidpoint", "2.3"},
                                                    {"AdSkippableStateChange", "2.4"},
                                                    {"AdPaused", "adPaused"}};
