@@ -1,6 +1,6 @@
 import { readFileSync, writeFileSync } from "node:fs";
 import { join } from "node:path";
-import { afterEach, describe, expect, it, vi } from "vitest";
+import { afterEach, expect, it, vi } from "vitest";
 import { AdSource } from "../../src/load/ad_source";
 import { configFrom } from "../../src/config";
 import { payloadFrom } from "../../src/payload";
@@ -55,22 +55,26 @@ function serve(version: string): string[] {
 
 afterEach(() => vi.unstubAllGlobals());
 
-describe.each(samples)("$name", (sample) => {
-  it.each(versionsOf(sample))("%s", async (version) => {
-    const requests = serve(version);
-    const config = configFrom({});
-    const payload = payloadFrom({ params: { vast_url: `${origin}/${sample.name}.xml`, ...sample.params } });
-    const tools = { canPlayType, log: () => undefined };
-    const load = await new AdSource(payload, config, new Deadline(config.adsTimeout), tools).load();
-    expect(load.ads.map(({ id }) => id)).toEqual(sample.ads);
-    expect(load.failure).toBeUndefined();
-    expect(requests.length).toBeLessThanOrEqual(1 + config.fetchLimit);
-    const beacons = load.beacons.map((url) => url.replace(`${origin}/`, ""));
-    if (sample.everyBeacon) expect(beacons.filter((url) => !url.match(sample.everyBeacon as string))).toEqual([]);
-    else expect(beacons).toEqual(sample.beacons ?? []);
-    const plain: unknown = JSON.parse(JSON.stringify(load, (_, value: unknown) => value ?? null));
-    expect(plain).toMatchObject(sample.load ?? {});
-  });
+async function judge(sample: Sample, version: string): Promise<void> {
+  const requests = serve(version);
+  const config = configFrom({});
+  const payload = payloadFrom({ params: { vast_url: `${origin}/${sample.name}.xml`, ...sample.params } });
+  const tools = { canPlayType, log: () => undefined };
+  const load = await new AdSource(payload, config, new Deadline(config.adsTimeout), tools).load();
+  const ids = load.ads.map(({ id }) => id);
+  expect(ids, version).toEqual(sample.ads);
+  expect(load.failure, version).toBeUndefined();
+  expect(requests.length, version).toBeLessThanOrEqual(1 + config.fetchLimit);
+  const beacons = load.beacons.map((url) => url.replace(`${origin}/`, ""));
+  const { everyBeacon } = sample;
+  if (everyBeacon) expect(beacons.filter((url) => !url.match(everyBeacon))).toEqual([]);
+  else expect(beacons, version).toEqual(sample.beacons ?? []);
+  const plain: unknown = JSON.parse(JSON.stringify(load, (_, value: unknown) => value ?? null));
+  expect(plain, version).toMatchObject(sample.load ?? {});
+}
+
+it.each(samples)("$name", { timeout: 30_000 }, async (sample) => {
+  for (const version of versionsOf(sample)) await judge(sample, version);
 });
 
 /** UPDATE_DOCS=1 writes the table. */
