@@ -1,4 +1,4 @@
-/** The parts of a parsed ad that are read here; the library's parser leaves out and adds as the document does. */
+/** The parts of a parsed ad that are read here; members are absent where the document does not have them. */
 export interface ParsedAd {
   id: string | null;
   sequence: string | null;

@@ -45,7 +45,7 @@ function bySequence(one: ParsedAd, other: ParsedAd): number {
 
 /**
  * Turns a VAST document into its in-line ads, following wrappers. The parser of the library has no access
- * to the network: documents arrive and error beacons leave through the options.
+ * to the network: documents are fetched and errors are reported through the options.
  */
 export class VastResolver extends VASTParser {
   /** Ads that lead to another document; one that is left of them in the result led nowhere. */

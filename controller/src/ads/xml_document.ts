@@ -67,7 +67,7 @@ function elementsOf(xml: Document): Element[] {
   return Array.from(xml.getElementsByTagName("*"));
 }
 
-/** Relative addresses are meant against the document that holds them, and a wrapper merges several documents. */
+/** Relative addresses are relative to the document that holds them, and a wrapper merges several documents. */
 function resolveAddresses(xml: Document, base: string): void {
   for (const element of elementsOf(xml)) {
     if (!addressElements.has(element.localName)) continue;

@@ -47,7 +47,7 @@ export class Bridge implements NativeSide {
     else this.outbox.sendInOrder(post);
   }
 
-  /** Leaves at once, so that it precedes the event it belongs to and survives a shutdown that follows. */
+  /** Sent at once, so that it precedes the event it belongs to and survives a shutdown that follows. */
   beacon(url: string): void {
     const message = this.windowMessage("beacon", url);
     if (message) this.outbox.sendNow(() => this.post(message));

@@ -7,10 +7,10 @@ const shortHeight = 160;
 /** From this height on the skip button has room for a row of its own. */
 const tallHeight = 240;
 
-/** What leaves the upper row when it is too narrow, in this order: see docs/page.md. */
+/** What is hidden in the upper row when it is too narrow, in this order: see docs/page.md. */
 const fromTop = ["no-position", "no-time"];
 
-/** What changes in the lower row. Skip, Close, Learn more and the word that names the ad never leave. */
+/** What changes in the lower row. Skip, Close, Learn more and the label of the ad are never hidden. */
 const fromBottom = ["short-learn", "no-captions", "short-skip", "no-mute", "no-pause"];
 
 const everything = ["strip", "short", "skip-row", ...fromTop, ...fromBottom];
@@ -33,7 +33,7 @@ export function fitControls({ stage, chrome, top, bottom, skip }: Rows): void {
   const { clientHeight, classList } = stage;
   classList.remove(...everything);
   if (clientHeight === 0) return;
-  const leave = (row: Element, steps: string[]) => {
+  const narrow = (row: Element, steps: string[]) => {
     for (const step of steps) {
       if (!isTooNarrow(row)) return;
       classList.add(step);
@@ -42,10 +42,10 @@ export function fitControls({ stage, chrome, top, bottom, skip }: Rows): void {
   classList.toggle("short", clientHeight < shortHeight);
   if (clientHeight < stripHeight) {
     classList.add("strip");
-    leave(chrome, [...fromTop, ...fromBottom]);
+    narrow(chrome, [...fromTop, ...fromBottom]);
     return;
   }
-  leave(top, fromTop);
-  leave(bottom, clientHeight < tallHeight ? fromBottom : ["skip-row", ...fromBottom]);
+  narrow(top, fromTop);
+  narrow(bottom, clientHeight < tallHeight ? fromBottom : ["skip-row", ...fromBottom]);
   if (skip.offsetWidth > bottom.clientWidth) classList.add("short-skip");
 }

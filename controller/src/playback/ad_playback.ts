@@ -242,7 +242,7 @@ export class AdPlayback {
     return -1;
   }
 
-  /** WebKitGTK can wait for ever for data that it has. Only a pause followed by a play makes it go on. */
+  /** WebKitGTK can wait forever for data that it has. Only a pause followed by a play makes it continue. */
   private nudge(): void {
     this.video.pause();
     this.play();

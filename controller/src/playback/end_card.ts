@@ -32,7 +32,7 @@ export function endCardOf(
 /** Limits how long an end card stays: from when it shows, not counting pauses. */
 export class EndCardTimer {
   private isShown = false;
-  private isHeld = false;
+  private isPaused = false;
   private left = loadTimeoutSeconds;
   private readonly timer: ReturnType<typeof setInterval>;
 
@@ -44,7 +44,7 @@ export class EndCardTimer {
   }
 
   get isRunning(): boolean {
-    return !this.isHeld;
+    return !this.isPaused;
   }
 
   shown(): void {
@@ -53,12 +53,12 @@ export class EndCardTimer {
     this.left = this.seconds;
   }
 
-  hold(): void {
-    this.isHeld = true;
+  pause(): void {
+    this.isPaused = true;
   }
 
-  goOn(): void {
-    this.isHeld = false;
+  resume(): void {
+    this.isPaused = false;
   }
 
   stop(): void {
@@ -66,7 +66,7 @@ export class EndCardTimer {
   }
 
   private tick(): void {
-    if (this.isHeld) return;
+    if (this.isPaused) return;
     this.left -= tickMs / 1000;
     if (this.left > 0) return;
     this.stop();

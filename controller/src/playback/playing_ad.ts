@@ -33,7 +33,7 @@ export interface PlayingAdParts {
   config: Config;
   sessionMacros: MacroValues;
   playerState: () => PlayerState;
-  /** This ad leaves room for loading what follows. Called once. */
+  /** It is time to load what follows. Called once. */
   onTimeToPrepare: () => void;
   /** The ad has played to its end, and its end card has been shown. */
   onComplete: () => void;
@@ -89,12 +89,12 @@ export class PlayingAd {
   }
 
   pause(): void {
-    this.endCardTimer?.hold();
+    this.endCardTimer?.pause();
     this.playback.pause();
   }
 
   resume(): void {
-    this.endCardTimer?.goOn();
+    this.endCardTimer?.resume();
     this.playback.resume();
   }
 
@@ -193,7 +193,7 @@ export class PlayingAd {
     this.parts.onTimeToPrepare();
   }
 
-  /** After a long gap between two ticks the beacons still leave in the order of their offsets. */
+  /** After a long gap between two ticks the beacons are still sent in the order of their offsets. */
   private onQuartile({ name, share }: Quartile): void {
     const { duration } = this.playback;
     this.upToDateTracker().fireProgress(share * duration, duration);

@@ -22,7 +22,7 @@ export class StartLimit {
     return this.elapsed >= this.limitSeconds;
   }
 
-  /** A file of which nothing has arrived leaves time for those after it. */
+  /** A file of which nothing has arrived must not use up the time of those after it. */
   isFileShareUsed(filesLeft: number): boolean {
     const remaining = this.limitSeconds - this.elapsed + this.fileElapsed;
     return filesLeft > 0 && this.fileElapsed >= Math.max(remaining / (filesLeft + 1), leastShareSeconds);

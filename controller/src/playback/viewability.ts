@@ -34,7 +34,7 @@ export class Viewability {
     this.viewedFor = 0;
   }
 
-  /** The ad leaves the screen. */
+  /** The ad is removed from the screen. */
   finish(): void {
     this.decide(this.share === undefined ? "viewUndetermined" : "notViewable");
   }

@@ -6,7 +6,7 @@ function parse(address: string): URL | undefined {
   }
 }
 
-/** Addresses that may leave the page for the native side: http and https, made absolute. */
+/** Addresses that may be sent to the native side: http and https, made absolute. */
 export function webAddress(address: string | undefined): string | undefined {
   const url = address ? parse(address.trim()) : undefined;
   return url && (url.protocol === "https:" || url.protocol === "http:") ? url.href : undefined;

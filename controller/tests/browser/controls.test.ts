@@ -163,7 +163,7 @@ describe("the controls", () => {
     await driver.waitForEvent("AdSkipped");
   });
 
-  it.each(["en", "de", "ar", "ja"])("leave each other room in every view, in %s", async (language) => {
+  it.each(["en", "de", "ar", "ja"])("do not cover each other in any view, in %s", async (language) => {
     const ads = [listedAd(2, { clickthru: target, skipOffset: 4, captions }), listedAd(3)];
     const request = { params: { placement_type: "interstitial" }, device: { lang: language } };
     const page = await playing(ads, request);

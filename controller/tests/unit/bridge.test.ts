@@ -108,7 +108,7 @@ describe("notifications", () => {
     });
   };
 
-  it("are beacons that leave at once, events that follow in order, and replies without a wait of their own", async () => {
+  it("are beacons that are sent at once, events that follow in order, and replies without a wait of their own", async () => {
     bridge.serve(async () => ({ ok: true }));
     for (let count = 0; count < 60; count += 1) bridge.beacon(`https://tracker.example/${count}`);
     bridge.event("a", "AdStarted");
@@ -129,7 +129,7 @@ describe("notifications", () => {
     expect(names().slice(66)).toEqual(["reply"]);
   });
 
-  it("that end the session leave a moment after everything else", async () => {
+  it("that end the session are sent a moment after everything else", async () => {
     bridge.beacon("https://tracker.example/1");
     bridge.event("a", "AdStopped");
     bridge.event("a", "AdGroupEnd");

@@ -17,7 +17,7 @@ export class FakeVideo extends EventTarget {
   readyState = 0;
   /** Seconds from the beginning that have arrived. */
   arrived = 0;
-  /** Waits although it has data; a pause and a play make it go on. */
+  /** Waits although it has data; a pause and a play make it continue. */
   isStuck = false;
 
   get buffered() {

@@ -215,7 +215,7 @@ describe("a group", () => {
 });
 
 describe("the next ad", () => {
-  it("is loaded in the spare element once this one leaves the network free, and starts there at once", () => {
+  it("is loaded in the spare element once this one needs the network no more, and starts there at once", () => {
     startWith([listed("a"), listed("b"), listed("c")]);
     const [first, second] = videos;
     first.begin(60);

@@ -67,7 +67,7 @@ describe("macros", () => {
 });
 
 describe("beacons", () => {
-  it("leave once unless the event can repeat, and the same address once in a moment", () => {
+  it("are sent once unless the event can repeat, and the same address once in a moment", () => {
     const { tracker, sent } = tracked({
       urls: { start: ["https://t/s", "https://t/s", "https://t/w"], mute: ["https://t/m"] },
     });
@@ -95,7 +95,7 @@ describe("beacons", () => {
     expect(sent).toEqual(["https://t/2/640,360/autoplayed,muted"]);
   });
 
-  it("of progress leave once each, in the order of their offsets", () => {
+  it("of progress are sent once each, in the order of their offsets", () => {
     const progress = [
       { offset: { share: 0.5 }, url: "https://t/half" },
       { offset: { seconds: 1 }, url: "https://t/1" },
