@@ -9,7 +9,7 @@ import { payloadFrom } from "../../src/payload";
 import type { JsonObject } from "../../src/util/json";
 import { Deadline } from "../../src/util/deadline";
 import { documents } from "../fuzz/documents";
-import { origin } from "../samples/vast_text";
+import { origin } from "../vast_text";
 
 // FUZZ_SECONDS=60 FUZZ_SEED=4711 npm test -- fuzz: other inputs than the fixed ones, for as long as wanted.
 const seconds = Number(process.env.FUZZ_SECONDS ?? 0);
