@@ -47,6 +47,7 @@ constexpr Option kOptions[] = {
     {"events", Kind::File, "Write each callback as a line of JSON", "FILE|-"},
     {"beacons", Kind::File, "At the end, write the server's beacons as JSON", "FILE"},
     {"screenshot", Kind::File, "Take a picture while an ad plays", "FILE.png"},
+    {"inspect", Kind::File, "Record the session, for vemora-inspect", "FILE"},
     {"timeout", Kind::Text, "End the session after this many seconds", "S"},
     {"debug", Kind::Flag, "Let the SDK log what it does", nullptr},
 };
@@ -177,6 +178,7 @@ void readOutputOptions(const Options& options, CommandLine& into) {
     }
     into.screenshot = writableFile("screenshot", *file);
   }
+  if (const auto file = options.file("inspect")) into.inspect = writableFile("inspect", *file);
   into.debug = options.has("debug");
   const auto timeout = options.value("timeout");
   if (!timeout) return;

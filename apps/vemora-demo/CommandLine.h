@@ -40,6 +40,7 @@ struct CommandLine {
   std::optional<std::string> events;  ///< "-" is the standard output.
   std::optional<std::filesystem::path> beacons;
   std::optional<std::filesystem::path> screenshot;
+  std::optional<std::filesystem::path> inspect;
   std::vector<RehearsedStep> rehearsal;
   std::optional<double> timeout;  ///< Seconds.
   bool debug = false;

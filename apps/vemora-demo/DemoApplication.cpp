@@ -74,6 +74,7 @@ int DemoApplication::run() {
 void DemoApplication::activate() {
   g_application_hold(G_APPLICATION(application_.get()));
   Vemora::debugMode(commandLine_.debug);
+  if (commandLine_.inspect) Vemora::startRecording(commandLine_.inspect->string());
   if (commandLine_.apiKey) Vemora::setAPIKey(commandLine_.apiKey);
   if (commandLine_.subjectToGDPR || commandLine_.consent) {
     gtk::setConsent(commandLine_.subjectToGDPR, commandLine_.consent);

@@ -66,8 +66,7 @@ TEST_F(ReplayProgramTest, SaysWhereTheCallbacksPart) {
   const Run missing = run({session(with(R"("params":{"event":"AdPaused","id":"a"})", R"("params":{})"))});
   EXPECT_EQ(missing.status, 1);
   const Run pinged = run({session(with("\"method\":\"event\"", "\"method\":\"ping\""))});
-  EXPECT_NE(pinged.output.find("no further callback"), std::string::npos)
-      << pinged.output;
+  EXPECT_NE(pinged.output.find("no further callback"), std::string::npos) << pinged.output;
 }
 
 TEST_F(ReplayProgramTest, RefusesWhatItCannotReplay) {
