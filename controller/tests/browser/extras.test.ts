@@ -80,7 +80,8 @@ it("an icon without a page shows its image that fits, until the viewer dismisses
   await page.keyboard.press("Escape");
   await driver.waitForEvent("AdPlaying");
   expect(await notice.isVisible()).toBe(false);
-  expect(driver.events().slice(-3)).toEqual(["AdPaused", "AdInteraction", "AdPlaying"]);
+  const names = ["AdPaused", "AdInteraction", "AdPlaying"];
+  expect(driver.events().filter((name) => names.includes(name))).toEqual(names);
   expect(driver.windowUrls("open")).toEqual([]);
   // Playback that the host resumes ends the notice as well.
   await page.locator(".ad-icon").click();
