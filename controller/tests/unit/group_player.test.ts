@@ -289,6 +289,7 @@ describe("viewability", () => {
 });
 
 describe("icons", () => {
+  const fallbackImages = [{ src: "https://m/choices.png", width: 200, height: 100, altText: "Your choices" }];
   const icon = (parts: Partial<Icon>): Icon => ({
     program: "AdChoices",
     resources: [{ kind: "static", src: "https://m/icon.png", type: "image/png" }],
@@ -305,7 +306,7 @@ describe("icons", () => {
   });
 
   it("appear and disappear at their times, in the version for this screen, and are counted once visible", () => {
-    const about = icon({ clickthru: "https://choices.example/" });
+    const about = icon({ clickthru: "https://choices.example/", fallbackImages });
     const sharp = icon({ pixelRatio: 2 });
     const later = icon({ program: "other", offset: 2, duration: 3 });
     startAds([adWith({ id: "a", index: 0, media, icons: [sharp, about, later] })]);
@@ -325,7 +326,6 @@ describe("icons", () => {
   });
 
   it("without a page show their image over the paused ad, which then is as it was before", () => {
-    const fallbackImages = [{ src: "https://m/choices.png", width: 200, height: 100, altText: "Your choices" }];
     const about = icon({ fallbackImages });
     watchAds([adWith({ id: "a", index: 0, media, icons: [about] })]);
     player.iconClicked(about);
