@@ -26,6 +26,14 @@ export function adElements(vast: Document): Element[] {
 export function adaptToParser(vast: Document): void {
   completeVerifications(vast);
   separateAltTexts(vast);
+  fillUniversalAdIds(vast);
+}
+
+/** VAST 4.0 has the value in an attribute, later versions as text. */
+function fillUniversalAdIds(vast: Document): void {
+  for (const id of Array.from(vast.querySelectorAll("UniversalAdId[idValue]"))) {
+    if (!id.textContent?.trim()) id.textContent = id.getAttribute("idValue");
+  }
 }
 
 /** The parser reads a fallback image as one text. Its address must be the last word of it. */
