@@ -39,12 +39,31 @@ guint addTimeout(unsigned milliseconds, std::function<void()> work) {
       [](gpointer data) { delete static_cast<std::function<void()>*>(data); });
 }
 
-/// "5002: RPC bridge failure (Failed to send get.ads); the page answered 403: unknown api key"
+const VMRError& rootOf(const VMRError& error) {
+  return error.underlyingError ? rootOf(*error.underlyingError) : error;
+}
+
+/// What to try when the controller page did not load for this reason.
+std::string hintFor(const VMRError& reason) {
+  if (reason.domain == g_quark_to_string(G_TLS_ERROR)) {
+    return "If this is a test server, name its certificate with --ca FILE.";
+  }
+  if (reason.domain == "HTTP")
+    return "The server is there, but it does not serve a controller page at this address.";
+  return "Check the host and port of --controller-host, and that its server runs.";
+}
+
+/// "5002: RPC bridge failure (Failed to send get.ads); the page answered 403: unknown api key", or, when the
+/// page did not load, which page and why.
 std::string describe(const VMRError& error) {
-  std::string text = std::to_string(error.code) + ": " + error.description;
+  const VMRError& root = rootOf(error);
+  const std::string code = std::to_string(error.code) + ": ";
+  if (root.description.starts_with("The controller page did not load")) {
+    return code + root.description + ".\n" + hintFor(root);
+  }
+  std::string text = code + error.description;
   if (error.failureReason && !error.failureReason->empty()) text += " (" + *error.failureReason + ")";
-  const VMRError* const cause = error.underlyingError.get();
-  if (cause) text += "; the page answered " + std::to_string(cause->code) + ": " + cause->description;
+  if (&root != &error) text += "; the page answered " + std::to_string(root.code) + ": " + root.description;
   return text;
 }
 

@@ -45,6 +45,8 @@ struct WebViewConfiguration {
 class WebViewNavigationDelegate {
  public:
   virtual ~WebViewNavigationDelegate() = default;
+  /// The HTTP status of the page that loads. It precedes the end of the navigation.
+  virtual void webViewDidReceiveResponse(int status) = 0;
   virtual void webViewDidFinishNavigation() = 0;
   virtual void webViewDidFailProvisionalNavigation(const VMRError& error) = 0;
   virtual void webViewDidFailNavigation(const VMRError& error) = 0;

@@ -6,6 +6,7 @@ namespace {
 
 constexpr char kNoConfig[] = "Failed to send get.config";
 constexpr char kNotReady[] = "Controller NOT READY";
+constexpr char kNotLoaded[] = "The controller page did not load: ...";
 constexpr char kScriptFailed[] = "FAILED JS EVAL: ...";
 
 void finishAfter(Session& s, double seconds) {
@@ -41,10 +42,10 @@ std::vector<Scenario> loadingScenarios() {
          s.load();
          s.page().setHasBridge(false);
          s.page().setPings(false);
-         s.page().finish();
+         s.page().finish(404);
          s.advance(30);
        },
-       {{"didLoadAds - 5002"}, {kScriptFailed, kNoConfig, kScriptFailed}}},
+       {{"didLoadAds - 5002"}, {kNotLoaded, kScriptFailed, kNoConfig, kScriptFailed}}},
       {group,
        "tls-refused",
        "The certificate is refused, or the server cannot be reached.",
@@ -54,7 +55,7 @@ std::vector<Scenario> loadingScenarios() {
          s.page().fail("Unacceptable TLS certificate");
          s.advance(30);
        },
-       {{"didLoadAds - 5002"}, {kScriptFailed, kNoConfig, kScriptFailed}}},
+       {{"didLoadAds - 5002"}, {kNotLoaded, kScriptFailed, kNoConfig, kScriptFailed}}},
       {group,
        "page-breaks-off",
        "The connection breaks in the middle of the page.",
@@ -64,7 +65,7 @@ std::vector<Scenario> loadingScenarios() {
          s.page().fail("Connection terminated unexpectedly", false);
          s.advance(30);
        },
-       {{"didLoadAds - 5002"}, {kScriptFailed, kNoConfig, kScriptFailed}}},
+       {{"didLoadAds - 5002"}, {kNotLoaded, kScriptFailed, kNoConfig, kScriptFailed}}},
       {group,
        "page-after-4-s",
        "The page needs 4 s.",
@@ -101,7 +102,7 @@ std::vector<Scenario> loadingScenarios() {
          s.page().crash();
          s.advance(30);
        },
-       {{"didLoadAds - 5002"}, {kScriptFailed, kNoConfig, kScriptFailed}}},
+       {{"didLoadAds - 5002"}, {kNotLoaded, kScriptFailed, kNoConfig, kScriptFailed}}},
       {group,
        "crash-on-get-config",
        "The web process ends when it is asked for the configuration.",

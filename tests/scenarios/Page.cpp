@@ -65,10 +65,10 @@ void Page::reply(const std::string& id, const Answer& answer) {
     post(answer.raw ? answer.members : R"({"id":")" + used + R"(",)" + answer.members + "}");
 }
 
-void Page::finish() {
+void Page::finish(int status) {
   const auto kept = view();
   if (!kept || !alive_) return;
-  kept->finishNavigation();
+  kept->finishNavigation(status);
 }
 
 void Page::fail(const std::string& description, bool provisional) {

@@ -37,7 +37,7 @@ class Page : public std::enable_shared_from_this<Page> {
   /// Called when a call of the method reaches the page, before the answer.
   void onCall(const std::string& method, std::function<void()> act) { hooks_[method] = std::move(act); }
 
-  void finish();
+  void finish(int status = 200);
   void fail(const std::string& description, bool provisional = true);
   void crash();
   /// Every script fails, as on a page that has no bridge.

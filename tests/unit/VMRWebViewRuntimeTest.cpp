@@ -332,6 +332,34 @@ TEST_F(VMRWebViewMonitorTest, OnlyTheFirstOutcomeCounts) {
   EXPECT_EQ(breaking->loaded()->error(), error(3));
 }
 
+TEST_F(VMRWebViewMonitorTest, AFailedLoadIsLoggedAndExplainsTheScriptsThatFail) {
+  const std::string page =
+      "The controller page did not load: "
+      "https://cdn.vemora.example/mobile/sdk/v4/native/VMRWebViewRuntime.html: ";
+  const auto failing = VMRWebViewRuntime::init();
+  const auto view = application().lastWebView();
+  view->onEvaluate = [](const std::string&) { return error(7); };
+  view->failProvisionalNavigation(error(2));
+  view->failNavigation(error(3));
+  EXPECT_EQ(system().countLines("VEMORA ERROR: " + page + "no page"), 1u) << "only the first outcome counts";
+  std::optional<VMRError> reported;
+  failing->postMessage(VMRRpc::initWithMethod("get.ads", nullptr),
+                       [&](const VMRError& failure) { reported = failure; });
+  settle();
+  ASSERT_TRUE(reported && reported->underlyingError);
+  EXPECT_EQ(reported->code, 7);
+  EXPECT_EQ(toString(*reported->underlyingError), page + "no page (WebKit 2)");
+
+  const auto missing = VMRWebViewRuntime::init();
+  application().lastWebView()->finishNavigation(404);
+  EXPECT_TRUE(loggedError(page + "HTTP status 404"));
+  EXPECT_EQ(std::any_cast<bool>(missing->loaded()->value()), true) << "the page itself has come";
+
+  const auto crashing = VMRWebViewRuntime::init();
+  application().lastWebView()->terminateProcess();
+  EXPECT_TRUE(loggedError(page + "its web process ended"));
+}
+
 TEST_F(VMRWebViewMonitorTest, TurnsWindowRequestsIntoMessages) {
   view_->requestWindow(std::nullopt);
   view_->requestWindow("https://example.com/a?b=1");

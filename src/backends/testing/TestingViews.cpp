@@ -456,8 +456,11 @@ void FakeWebView::setContentInset(const EdgeInsets& insets) {
   contentInset_ = insets;
 }
 
-void FakeWebView::finishNavigation() {
-  if (const auto delegate = navigationDelegate_.lock()) delegate->webViewDidFinishNavigation();
+void FakeWebView::finishNavigation(int status) {
+  const auto delegate = navigationDelegate_.lock();
+  if (!delegate) return;
+  delegate->webViewDidReceiveResponse(status);
+  delegate->webViewDidFinishNavigation();
 }
 
 void FakeWebView::failProvisionalNavigation(const VMRError& error) {
@@ -517,6 +520,7 @@ std::shared_ptr<WebView> FakeApplication::createWebView(const Rect& frame,
                                                         const WebViewConfiguration& configuration) {
   auto webView = std::make_shared<FakeWebView>(frame, configuration);
   webViews_.push_back(webView);
+  if (onCreateWebView) onCreateWebView(webView);
   return webView;
 }
 

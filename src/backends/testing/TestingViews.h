@@ -196,7 +196,7 @@ class FakeWebView final : public FakeView, public WebView {
   void setContentInsetAdjustmentNever() override;
   void setContentInset(const EdgeInsets& insets) override;
 
-  void finishNavigation();
+  void finishNavigation(int status = 200);
   void failProvisionalNavigation(const VMRError& error);
   void failNavigation(const VMRError& error);
   void terminateProcess();
@@ -261,6 +261,8 @@ class FakeApplication final : public Application {
   void answerUserAgents();
   void setHoldsPresentations(bool holds) { holdsPresentations_ = holds; }
   bool holdsPresentations() const { return holdsPresentations_; }
+  /// Called with each web view that is made.
+  std::function<void(const std::shared_ptr<FakeWebView>&)> onCreateWebView;
   /// The application as a whole leaves and comes back.
   void resignActive();
   void becomeActive();

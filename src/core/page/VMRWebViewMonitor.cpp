@@ -1,5 +1,6 @@
 #include "core/page/VMRWebViewMonitor.h"
 
+#include "core/bridge/VMRBridgeErrors.h"
 #include "core/inspect/Inspection.h"
 #include "core/page/VMRWebViewRuntime.h"
 #include "ports/Platform.h"
@@ -7,6 +8,12 @@
 #include <Vemora/Vemora.h>
 
 namespace vemora {
+
+namespace {
+
+constexpr int kFirstErrorStatus = 400;  // RFC 9110, 15.5
+
+}  // namespace
 
 std::shared_ptr<VMRWebViewMonitor> VMRWebViewMonitor::initWithRuntime(
     std::weak_ptr<VMRWebViewRuntime> runtime) {
@@ -18,6 +25,11 @@ std::shared_ptr<VMRWebViewMonitor> VMRWebViewMonitor::initWithRuntime(
 void VMRWebViewMonitor::record(const char* event, const JsonValue& url, const JsonValue& error) const {
   const auto owner = runtime();
   inspect::record("page", owner ? owner->number() : 0, {{"event", event}, {"url", url}, {"error", error}});
+}
+
+void VMRWebViewMonitor::webViewDidReceiveResponse(int status) {
+  if (status >= kFirstErrorStatus)
+    reportFailure({"HTTP", status, "HTTP status " + std::to_string(status), {}, {}, nullptr});
 }
 
 void VMRWebViewMonitor::webViewDidFinishNavigation() {
@@ -32,15 +44,23 @@ void VMRWebViewMonitor::webViewDidFinishNavigation() {
 
 void VMRWebViewMonitor::webViewDidFailProvisionalNavigation(const VMRError& error) {
   if (inspect::isOn()) record("failedProvisional", {}, inspect::valueOf(error));
+  reportFailure(error);
   fail(error);
 }
 void VMRWebViewMonitor::webViewDidFailNavigation(const VMRError& error) {
   if (inspect::isOn()) record("failed", {}, inspect::valueOf(error));
+  reportFailure(error);
   fail(error);
 }
 void VMRWebViewMonitor::webViewWebContentProcessDidTerminate() {
   if (inspect::isOn()) record("terminated");
+  reportFailure(makeError(VMRErrorBridge, "its web process ended"));
   cancel();
+}
+
+void VMRWebViewMonitor::reportFailure(const VMRError& reason) {
+  const auto owner = isDone() ? nullptr : runtime();
+  if (owner) owner->pageDidNotLoad(reason);
 }
 
 void VMRWebViewMonitor::webViewCreateWebView(const std::optional<std::string>& url) {

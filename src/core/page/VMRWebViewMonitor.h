@@ -22,6 +22,8 @@ class VMRWebViewMonitor final : public VMRFuture, public WebViewNavigationDelega
   std::shared_ptr<VMRWebViewRuntime> runtime() const { return runtime_.lock(); }
   void setRuntime(std::weak_ptr<VMRWebViewRuntime> runtime) { runtime_ = std::move(runtime); }
 
+  /// An HTTP error is logged. It does not fail the load: that is left to the page that came with it.
+  void webViewDidReceiveResponse(int status) override;
   void webViewDidFinishNavigation() override;
   void webViewDidFailProvisionalNavigation(const VMRError& error) override;
   void webViewDidFailNavigation(const VMRError& error) override;
@@ -35,6 +37,7 @@ class VMRWebViewMonitor final : public VMRFuture, public WebViewNavigationDelega
  private:
   VMRWebViewMonitor() = default;
   void record(const char* event, const JsonValue& url = {}, const JsonValue& error = {}) const;
+  void reportFailure(const VMRError& reason);
 
   std::weak_ptr<VMRWebViewRuntime> runtime_;
 };

@@ -142,6 +142,13 @@ void VMRWebViewRuntime::loadHtml() {
   if (const auto webView = getWebView()) webView->loadRequest(request);
 }
 
+void VMRWebViewRuntime::pageDidNotLoad(const VMRError& reason) {
+  VMRError failure = reason;
+  failure.description = "The controller page did not load: " + pageAddress() + ": " + reason.description;
+  Vemora::logError(failure.description);
+  loadFailure_ = std::make_shared<const VMRError>(std::move(failure));
+}
+
 void VMRWebViewRuntime::postMessage(const std::shared_ptr<VMRRpc>& message, ErrorHandler errorHandler) {
   if (inspect::isOn())
     inspect::record("message", number(), {{"direction", "toPage"}, {"body", message->properties()}});
@@ -159,10 +166,13 @@ void VMRWebViewRuntime::evaluate(const std::string& script, const ErrorHandler& 
     if (hasNoWebView_ && errorHandler) errorHandler(noWebView());
     return;
   }
-  webView->evaluateJavaScript(script, [script, errorHandler](const std::optional<VMRError>& error) {
+  webView->evaluateJavaScript(script, [script, errorHandler, cause = loadFailure_](const auto& error) {
     if (!error) return;
     Vemora::logError("FAILED JS EVAL: " + script + "\n" + toString(*error));
-    if (errorHandler) errorHandler(*error);
+    if (!errorHandler) return;
+    VMRError reported = *error;
+    if (!reported.underlyingError) reported.underlyingError = cause;
+    errorHandler(reported);
   });
 }
 

@@ -47,6 +47,8 @@ class VMRWebViewRuntime final : public VMRRuntime,
   /// A new configuration, with this runtime behind both script message handlers.
   WebViewConfiguration configuration();
   void loadHtml();
+  /// Logs which page did not load and why, and adds that to the errors of the scripts that fail after it.
+  void pageDidNotLoad(const VMRError& reason);
 
   void postMessage(const std::shared_ptr<VMRRpc>& message, ErrorHandler errorHandler) override;
   void close() override;
@@ -79,7 +81,8 @@ class VMRWebViewRuntime final : public VMRRuntime,
   const std::shared_ptr<DeliveryLine> messages_ = std::make_shared<DeliveryLine>();
   Locked<std::shared_ptr<WebView>> webView_;
   std::atomic<bool> isVisible_{false};
-  bool hasNoWebView_ = false;  ///< The platform could make none. Main thread only.
+  std::shared_ptr<const VMRError> loadFailure_;  ///< Main thread only.
+  bool hasNoWebView_ = false;                    ///< The platform could make none. Main thread only.
 
   /// The view's place as it was recorded last. Main thread only.
   struct Layout {

@@ -78,6 +78,13 @@ VMRError scriptError(const char* description) {
           nullptr};
 }
 
+/// Of the page that was loaded; 0 for one that did not come over HTTP.
+int httpStatus(WebKitWebView* webView) {
+  WebKitWebResource* const page = webkit_web_view_get_main_resource(webView);
+  WebKitURIResponse* const response = page ? webkit_web_resource_get_response(page) : nullptr;
+  return response ? static_cast<int>(webkit_uri_response_get_status_code(response)) : 0;
+}
+
 constexpr std::string_view kBlankPage = "about:blank";
 constexpr char kProcessTerminated[] = "The web content process has ended";
 
@@ -271,7 +278,10 @@ void WebPageView::loadChanged(WebKitLoadEvent event) {
   }
   // WebKit also reports a failed load as finished.
   if (event != WEBKIT_LOAD_FINISHED || std::exchange(loadFailed_, false)) return;
-  tellNavigation([](WebViewNavigationDelegate& delegate) { delegate.webViewDidFinishNavigation(); });
+  tellNavigation([status = httpStatus(webKit())](WebViewNavigationDelegate& delegate) {
+    delegate.webViewDidReceiveResponse(status);
+    delegate.webViewDidFinishNavigation();
+  });
 }
 
 void WebPageView::loadFailed(WebKitLoadEvent event, const GError& error) {
