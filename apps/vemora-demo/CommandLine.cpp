@@ -1,5 +1,6 @@
 #include "CommandLine.h"
 
+#include "../common/DataFiles.h"
 #include "../common/GLibHandles.h"
 #include "../common/GObjectPtr.h"
 #include "../common/InputFiles.h"
@@ -123,7 +124,7 @@ void readServerOptions(const Options& options, CommandLine& into) {
     return;
   }
   if (options.has("ca")) throw BadArguments("--ca: only together with --controller-host");
-  const fs::path own(VEMORA_DEMO_FOLDER);
+  const fs::path own = dataFile("demo", VEMORA_DEMO_FOLDER);
   into.ads = readableFile("ads", options.file("ads").value_or(own / "ads.json"));
   checkAdList("ads", into.ads);
   into.media = readableFolder("media", options.file("media").value_or(own / "media"));

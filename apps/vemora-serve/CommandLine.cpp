@@ -1,5 +1,6 @@
 #include "CommandLine.h"
 
+#include "../common/DataFiles.h"
 #include "../common/GLibHandles.h"
 #include "../common/InputFiles.h"
 #include "../common/Options.h"
@@ -128,7 +129,7 @@ CheckRequest readCheckRequest(const Options& options) {
 LocalServerOptions readServerOptions(const Options& options) {
   LocalServerOptions server;
   if (const auto port = options.value("port")) server.port = readPort(*port);
-  server.page = options.file("page").value_or(VEMORA_SERVE_DEFAULT_PAGE);
+  server.page = options.file("page").value_or(dataFile("VMRWebViewRuntime.html", VEMORA_SERVE_DEFAULT_PAGE));
   if (!options.has("page") && whyUnreadableFile(server.page)) {
     throw BadArguments("there is no controller page at '" + server.page.string() +
                        "'; build it with scripts/setup, or name one with --page");
@@ -148,8 +149,8 @@ LocalServerOptions readServerOptions(const Options& options) {
 /// What a check of the own page plays unless an ad list is named.
 void addAdsForCheck(LocalServerOptions& server) {
   if (server.ads) return;
-  server.ads = VEMORA_SERVE_CHECK_ADS;
-  if (!server.mediaFolder) server.mediaFolder = VEMORA_SERVE_CHECK_MEDIA;
+  server.ads = dataFile("demo/ads.json", VEMORA_SERVE_CHECK_ADS);
+  if (!server.mediaFolder) server.mediaFolder = dataFile("demo/media", VEMORA_SERVE_CHECK_MEDIA);
 }
 
 }  // namespace

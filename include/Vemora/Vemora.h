@@ -8,7 +8,7 @@
 
 namespace vemora {
 
-/// The version as a number: 1.0. `Vemora::version` falls back to it.
+/// The major version as a number: 1.0. `Vemora::version` falls back to it.
 VEMORA_EXPORT extern const double VemoraVersionNumber;
 /// The version as a zero-terminated source-identification marker, which what(1) finds in the library.
 VEMORA_EXPORT extern const unsigned char VemoraVersionString[];

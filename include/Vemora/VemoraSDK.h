@@ -21,6 +21,7 @@
 #include <Vemora/VemoraInterstitialAdPlayer.h>
 #include <Vemora/VemoraResizableAdPlayer.h>
 #include <Vemora/VemoraTypes.h>
+#include <Vemora/VemoraVersion.h>
 #include <Vemora/VemoraView.h>
 
 /// Everything that the SDK declares, except the C interface for viewability libraries.

@@ -3,6 +3,7 @@
 #include "ports/Platform.h"
 
 #include <Vemora/Vemora.h>
+#include <Vemora/VemoraVersion.h>
 
 #include <atomic>
 #include <cstdlib>
@@ -11,8 +12,12 @@
 
 namespace vemora {
 
-const double VemoraVersionNumber = 1.0;
-const unsigned char VemoraVersionString[] = "@(#)PROGRAM:Vemora  PROJECT:Vemora-1\n";
+#define VEMORA_TEXT(value) VEMORA_TEXT_OF(value)
+#define VEMORA_TEXT_OF(value) #value
+
+const double VemoraVersionNumber = VEMORA_VERSION_MAJOR;
+const unsigned char VemoraVersionString[] =
+    "@(#)PROGRAM:Vemora  PROJECT:Vemora-" VEMORA_TEXT(VEMORA_VERSION_MAJOR) "\n";
 
 namespace {
 

@@ -1,0 +1,2 @@
+# The options that "vemora-demo --help" lists.
+complete -F _longopt vemora-demo

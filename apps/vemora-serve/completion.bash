@@ -1,0 +1,2 @@
+# The options that "vemora-serve --help" lists.
+complete -F _longopt vemora-serve

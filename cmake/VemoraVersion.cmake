@@ -1,0 +1,12 @@
+# vemora_read_version(RESULT): "1.2.3", from the public header.
+function(vemora_read_version result)
+  file(READ ${CMAKE_CURRENT_FUNCTION_LIST_DIR}/../include/Vemora/VemoraVersion.h header)
+  foreach(part MAJOR MINOR PATCH)
+    if(NOT header MATCHES "#define VEMORA_VERSION_${part} ([0-9]+)")
+      message(FATAL_ERROR "VemoraVersion.h has no VEMORA_VERSION_${part}")
+    endif()
+    list(APPEND parts ${CMAKE_MATCH_1})
+  endforeach()
+  list(JOIN parts . version)
+  set(${result} ${version} PARENT_SCOPE)
+endfunction()
