@@ -17,7 +17,7 @@ GtkPicture* video;
 std::shared_ptr<VemoraAdPlayerCallbacks> callbacks;
 std::shared_ptr<VemoraResizableAdPlayer> player;
 
-/// Stands for the app's own video.
+/// In place of the app's own video.
 void playVideo(bool plays) {
   gtk_widget_set_opacity(GTK_WIDGET(video), plays ? 1 : 0.4);
   g_print(plays ? "The video plays.\n" : "The video is paused.\n");

@@ -127,6 +127,11 @@ TEST_F(DemoSessionTest, HasNoControllerOnAWrongHost) {
   EXPECT_EQ(refused.finish(), 1);
   EXPECT_EQ(refused.callbacks(), (Strings{"requestForPlayer", "didLoadAds"})) << refused.output();
   EXPECT_EQ(refused.event("didLoadAds")["error"]["code"].integerValue(), 5002);
+  EXPECT_NE(refused.output().find("5002: The controller page did not load: https://127.0.0.1:1/"),
+            std::string::npos)
+      << refused.output();
+  EXPECT_NE(refused.output().find("Check the host and port of --controller-host"), std::string::npos)
+      << refused.output();
 
   const auto silent = GObjectPtr<GSocketListener>::adopt(g_socket_listener_new());
   const guint16 port = g_socket_listener_add_any_inet_port(silent.get(), nullptr, nullptr);

@@ -73,6 +73,7 @@ class Page : public ScriptMessageHandler,
 
   std::shared_ptr<WebView> view;
   std::vector<std::string> outcomes;
+  int httpStatus = 0;
   std::optional<VMRError> lastError;
   std::vector<ScriptMessage> messages;
   std::vector<std::optional<std::string>> newWindows;
@@ -82,6 +83,7 @@ class Page : public ScriptMessageHandler,
   std::function<void()> whenFinished;
 
   void userContentControllerDidReceiveScriptMessage(const ScriptMessage& message) override;
+  void webViewDidReceiveResponse(int status) override { httpStatus = status; }
   void webViewDidFinishNavigation() override;
   void webViewDidFailProvisionalNavigation(const VMRError& error) override;
   void webViewDidFailNavigation(const VMRError& error) override;

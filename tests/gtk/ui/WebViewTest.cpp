@@ -120,10 +120,12 @@ TEST_F(WebViewTest, SendsTheRequestsHeadersAndLoadsErrorPages) {
              {{"Access-Control-Allow-Origin", "*"}, {"Bad\nName", "x"}, {"X-Bad", "a\r\nb: c"}});
   EXPECT_TRUE(page->outcomes.empty());
   EXPECT_EQ(page->outcome(), "finished");
+  EXPECT_EQ(page->httpStatus, 200);
   EXPECT_EQ(server.requestHeader("/page", "Access-Control-Allow-Origin"), "*");
   EXPECT_EQ(server.requestHeader("/page", "X-Bad"), "");
   page->load(server.url("/none"));
   EXPECT_EQ(page->outcome(), "finished");
+  EXPECT_EQ(page->httpStatus, 404);
 }
 
 TEST_F(WebViewTest, DistinguishesFailuresBeforeContentFromLaterOnes) {
