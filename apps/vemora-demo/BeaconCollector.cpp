@@ -1,6 +1,7 @@
 #include "BeaconCollector.h"
 
 #include "../common/GLibHandles.h"
+#include "Timeout.h"
 
 #include <utility>
 
@@ -33,7 +34,7 @@ BeaconCollector::BeaconCollector(const std::string& origin, GObjectPtr<GTlsCerti
 
 void BeaconCollector::fetch() {
   message_ = GObjectPtr<SoupMessage>::adopt(soup_message_new("GET", url_.c_str()));
-  if (!message_) return finish(std::nullopt, "'" + url_ + "' is no address");
+  if (!message_) return finish(std::nullopt, "'" + url_ + "' is not an address");
   g_signal_connect(message_.get(), "accept-certificate", G_CALLBACK(isTrustedCertificate),
                    certificate_.get());
   soup_session_send_and_read_async(
@@ -66,14 +67,7 @@ void BeaconCollector::onList(const std::string& list) {
   if (now - changedAt_ >= kQuietInMicroseconds || now - startedAt_ >= kPatienceInMicroseconds) {
     return finish(lastList_, "");
   }
-  g_timeout_add_full(
-      G_PRIORITY_DEFAULT, kPauseInMilliseconds,
-      [](gpointer data) -> gboolean {
-        (*static_cast<std::shared_ptr<BeaconCollector>*>(data))->fetch();
-        return G_SOURCE_REMOVE;
-      },
-      new std::shared_ptr<BeaconCollector>(shared_from_this()),
-      [](gpointer data) { delete static_cast<std::shared_ptr<BeaconCollector>*>(data); });
+  addTimeout(kPauseInMilliseconds, [self = shared_from_this()] { self->fetch(); });
 }
 
 void BeaconCollector::finish(std::optional<std::string> list, const std::string& problem) {

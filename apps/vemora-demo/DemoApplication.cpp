@@ -4,6 +4,7 @@
 #include "../common/InputFiles.h"
 #include "BeaconCollector.h"
 #include "Screenshot.h"
+#include "Timeout.h"
 
 #include <Vemora/Gtk/VemoraGtk.h>
 #include <Vemora/Vemora.h>
@@ -27,17 +28,6 @@ constexpr unsigned kLastBeaconsInMilliseconds = 1000;
 constexpr double kScreenshotAtSeconds = 2.0;
 constexpr float kSizeStep = 1.25F;
 constexpr float kSmallestSize = 0.2F;
-
-guint addTimeout(unsigned milliseconds, std::function<void()> work) {
-  return g_timeout_add_full(
-      G_PRIORITY_DEFAULT, milliseconds,
-      [](gpointer data) -> gboolean {
-        (*static_cast<std::function<void()>*>(data))();
-        return G_SOURCE_REMOVE;
-      },
-      new std::function<void()>(std::move(work)),
-      [](gpointer data) { delete static_cast<std::function<void()>*>(data); });
-}
 
 const VMRError& rootOf(const VMRError& error) {
   return error.underlyingError ? rootOf(*error.underlyingError) : error;

@@ -1,6 +1,7 @@
 #include "ServerProcess.h"
 
 #include "../common/GLibHandles.h"
+#include "Timeout.h"
 
 #include <Vemora/JsonValue.h>
 
@@ -120,15 +121,10 @@ void ServerProcess::stop(std::function<void()> stopped) {
   if (exited_) return stopped();
   stopped_ = std::move(stopped);
   g_output_stream_close(g_subprocess_get_stdin_pipe(process_.get()), nullptr, nullptr);
-  g_timeout_add_full(
-      G_PRIORITY_DEFAULT, kPatienceInMilliseconds,
-      [](gpointer data) -> gboolean {
-        const auto server = static_cast<std::weak_ptr<ServerProcess>*>(data)->lock();
-        if (server && !server->exited_) g_subprocess_force_exit(server->process_.get());
-        return G_SOURCE_REMOVE;
-      },
-      new std::weak_ptr<ServerProcess>(weak_from_this()),
-      [](gpointer data) { delete static_cast<std::weak_ptr<ServerProcess>*>(data); });
+  addTimeout(kPatienceInMilliseconds, [weak = weak_from_this()] {
+    const auto server = weak.lock();
+    if (server && !server->exited_) g_subprocess_force_exit(server->process_.get());
+  });
 }
 
 }  // namespace vemora

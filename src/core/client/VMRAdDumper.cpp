@@ -61,19 +61,12 @@ JsonValue appObject(const std::shared_ptr<VMRAppInfo>& app) {
        {"id", uid}});
 }
 
-void setOrRemove(JsonDictionary& dictionary, const char* key, const std::optional<std::string>& value) {
-  if (value) {
-    dictionary.insert_or_assign(key, *value);
-  } else {
-    dictionary.erase(key);
-  }
-}
-
 JsonValue paramsObject(const VemoraAdRequest& request, const std::shared_ptr<VMRContext>& context) {
   JsonDictionary params = request.paramDict();
   params.insert_or_assign("channel_id", std::to_string(JsonValue(request.channel()).integerValue()));
   params.insert_or_assign("platform_type", "apple");
-  setOrRemove(params, "placement_type", request.placementType());
+  params.erase("placement_type");
+  if (const auto placement = request.placementType()) params.emplace("placement_type", *placement);
   if (context) {
     const std::vector<std::string> interfaces = context->supportedVPIs();
     params.insert_or_assign("vpi", std::vector<JsonValue>(interfaces.begin(), interfaces.end()));

@@ -1,3 +1,4 @@
+#include "../../common/MainLoop.h"
 #include "BackgroundServer.h"
 #include "SelfSignedCertificate.h"
 #include "URLSessionEnd.h"
@@ -22,17 +23,10 @@ namespace vemora::gtk {
 namespace {
 
 using test::BackgroundServer;
+using test::waitUntil;
 using Result = std::optional<VMRError>;
 
 constexpr char kUserAgent[] = "Mozilla/5.0 (X11; Linux) Exactly/1.0 as, set";
-
-bool eventually(const std::function<bool()>& condition) {
-  const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(60);
-  while (!condition() && std::chrono::steady_clock::now() < end) {
-    std::this_thread::sleep_for(std::chrono::milliseconds(1));
-  }
-  return condition();
-}
 
 URLRequest requestFor(const std::string& url) {
   URLRequest request;
@@ -237,9 +231,9 @@ TEST(URLSessionTest, LimitsTheDownloadsFromOneHostAndUsesOneThread) {
       ++completed;
     });
   }
-  EXPECT_TRUE(eventually([&] { return server.pausedCount() == kDownloadsPerHost; }));
+  EXPECT_TRUE(waitUntil([&] { return server.pausedCount() == kDownloadsPerHost; }));
   EXPECT_EQ(completed, 0);
-  EXPECT_TRUE(eventually([&] {
+  EXPECT_TRUE(waitUntil([&] {
     EXPECT_LE(server.pausedCount(), kDownloadsPerHost);
     if (server.pausedCount() > 0) server.answerPaused();
     return completed == kBeacons;
@@ -259,10 +253,10 @@ TEST(URLSessionTest, ASilentServerDoesNotDelayOtherHosts) {
     makeSoupURLSession()->downloadTaskWithRequest(requestFor(silent.url("/")),
                                                   [&](const Result&) { ++completed; });
   }
-  EXPECT_TRUE(eventually([&] { return silent.pausedCount() == kDownloadsPerHost; }));
+  EXPECT_TRUE(waitUntil([&] { return silent.pausedCount() == kDownloadsPerHost; }));
   EXPECT_EQ(download(requestFor(other.url("/"))), std::nullopt);
   EXPECT_EQ(completed, 0);
-  EXPECT_TRUE(eventually([&] {
+  EXPECT_TRUE(waitUntil([&] {
     if (silent.pausedCount() > 0) silent.answerPaused();
     return completed == kBeacons;
   }));
@@ -282,7 +276,7 @@ TEST(URLSessionTest, SendsABurstOverTLS) {
       ++completed;
     });
   }
-  EXPECT_TRUE(eventually([&] { return completed == kBeacons; }));
+  EXPECT_TRUE(waitUntil([&] { return completed == kBeacons; }));
   EXPECT_EQ(failed, 0);
   EXPECT_EQ(server.requests().size(), static_cast<std::size_t>(kBeacons));
 }

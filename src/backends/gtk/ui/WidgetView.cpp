@@ -6,6 +6,8 @@
 #include "backends/gtk/ui/ConstraintSolver.h"
 #include "backends/gtk/ui/HostWindowView.h"
 
+#include <Vemora/Vemora.h>
+
 #include <algorithm>
 
 namespace vemora::gtk {
@@ -158,7 +160,7 @@ std::optional<Rect> WidgetView::convertRectToView(const Rect& rect, const View& 
 
 void WidgetView::addSubview(const std::shared_ptr<View>&) {
   assertMainThread();
-  Platform::shared().system().log(LogLevel::Error, "A widget of the app's takes no ads; ad views do");
+  Vemora::logError("Only ad views can contain ads, not other widgets of the host app");
 }
 
 void WidgetView::removeFromSuperview() {
