@@ -48,8 +48,8 @@ std::string firstLine(const char* text) {
   return all.substr(0, all.find('\n'));
 }
 
-/// Line and column of the first byte that makes the text no JSON are not known; the usual mistakes are few.
-constexpr const char* kNoJson = "is not valid JSON (a comma too many or missing, or a name without quotes?)";
+/// The parser reports no line or column, so the message names the usual mistakes.
+constexpr const char* kNoJson = "is not valid JSON (an extra or missing comma, or a name without quotes?)";
 
 }  // namespace
 
@@ -107,7 +107,8 @@ void checkAdDocument(const std::string& option, const fs::path& file) {
   }
   const xmlNode* const root = xmlDocGetRootElement(document.get());
   const std::string name = root ? reinterpret_cast<const char*>(root->name) : "";
-  if (name != "VAST" && name != "VMAP") fail(option, file, "is no VAST document: its root is <" + name + ">");
+  if (name != "VAST" && name != "VMAP")
+    fail(option, file, "is not a VAST document: its root is <" + name + ">");
 }
 
 void checkCertificates(const std::string& option, const fs::path& file) {
@@ -115,8 +116,8 @@ void checkCertificates(const std::string& option, const fs::path& file) {
   GList* const list = g_tls_certificate_list_new_from_file(readableFile(option, file).c_str(), error.out());
   const bool isEmpty = !list;
   g_list_free_full(list, g_object_unref);
-  if (error) fail(option, file, "is no certificate: " + error.message());
-  if (isEmpty) fail(option, file, "holds no certificate in PEM format");
+  if (error) fail(option, file, "is not a certificate: " + error.message());
+  if (isEmpty) fail(option, file, "contains no certificate in PEM format");
 }
 
 }  // namespace vemora

@@ -16,7 +16,7 @@ namespace vemora {
 
 namespace fs = std::filesystem;
 
-/// What the callback of GLib's parser works on.
+/// The state of the callback of GLib's parser.
 struct OptionsReader {
   std::span<const Option> options;
   Options result;

@@ -52,7 +52,7 @@ class Options {
   [[nodiscard]] std::optional<std::filesystem::path> file(std::string_view name) const;
   /// All values in the order given.
   [[nodiscard]] std::vector<std::string> values(std::string_view name) const;
-  /// What followed the options.
+  /// The arguments after the options.
   [[nodiscard]] const std::vector<std::string>& parameters() const { return parameters_; }
 
  private:
@@ -64,12 +64,12 @@ class Options {
 /// The status of a program that was given arguments or input files that it cannot use.
 inline constexpr int kBadArgumentsStatus = 2;
 
-/// Prints what is wrong, and where the help is; returns the exit status.
+/// Prints the problem and a hint at --help; returns the exit status.
 int reportBadArguments(const char* program, const BadArguments& problem);
 
-/// The number that is all of the text; absent when it is none, or not finite.
+/// The number that the whole text represents; absent when it is not a finite number.
 std::optional<double> readNumber(const std::string& text);
-/// A whole number without a sign that is all of the text.
+/// The same for a whole number without a sign.
 std::optional<std::uint64_t> readWholeNumber(std::string_view text, std::uint64_t largest);
 
 /// Throws BadArguments unless the file can be read; returns its absolute path.

@@ -66,7 +66,7 @@ class FileBody {
   std::int64_t left_;
 };
 
-/// What "Range" asks for: nothing usable, something that does not exist, or one range.
+/// The result of parsing "Range": unusable, outside the file, or one range.
 struct RangeRequest {
   bool unsatisfiable = false;
   std::optional<ByteRange> range;
@@ -83,7 +83,7 @@ RangeRequest readRange(SoupServerMessage* message, std::int64_t length) {
   soup_message_headers_free_ranges(headers, ranges);
   if (count != 1) return {};
 
-  // What was asked may reach beyond either end of the file.
+  // The range may begin or end outside the file.
   const ByteRange range{std::max<std::int64_t>(asked.start, 0),
                         std::min<std::int64_t>(asked.end, length - 1) + 1};
   if (range.first >= range.end) return {true, std::nullopt};

@@ -47,7 +47,7 @@ struct LocalServerOptions {
 ///
 /// Threads: everything happens on the thread that called `start`, inside the main context that was that
 /// thread's default then; nothing is served unless that context runs. Lifetime: the destructor stops; a
-/// client in the middle of an answer is cut off.
+/// client in the middle of a response is disconnected.
 class LocalServer {
  public:
   explicit LocalServer(LocalServerOptions options);

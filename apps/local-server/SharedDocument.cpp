@@ -31,7 +31,7 @@ std::string randomName() {
   return name;
 }
 
-/// The path of an address without its query and fragment, decoded; empty for what is no relative address.
+/// The path of an address without its query and fragment, decoded; empty for what is not a relative address.
 std::string relativePathOf(std::string_view address) {
   const std::string path(address.substr(0, address.find_first_of("?#")));
   if (path.empty() || path.front() == '/' || path.find(':') != std::string::npos) return "";

@@ -31,7 +31,7 @@ class SharedDocument {
  private:
   struct Named {
     std::set<std::filesystem::path> files;
-    std::set<std::string> marked;  ///< The names after "{{origin}}/", as they are spelt.
+    std::set<std::string> marked;  ///< The names after "{{origin}}/", as they are written.
   };
   [[nodiscard]] Named named() const;
   void addNamesIn(const std::filesystem::path& file, Named& named) const;

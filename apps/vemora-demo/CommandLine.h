@@ -18,7 +18,7 @@ struct ControllerHost {
   std::string host;         ///< Without the port.
 };
 
-/// What the arguments say. Paths are absolute; input files exist and are well-formed.
+/// The parsed arguments. Paths are absolute; input files exist and are well-formed.
 struct CommandLine {
   Placement placement = Placement::Inline;
   std::optional<float> size;

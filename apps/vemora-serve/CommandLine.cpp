@@ -17,9 +17,9 @@ namespace fs = std::filesystem;
 
 constexpr const char* kSummary =
     "Serves a controller page, an ad list and media over HTTPS to clients on this machine,\n"
-    "and counts the beacons that they send. It makes its certificate when it starts.";
+    "and counts the beacons that they send. It generates its certificate at start-up.";
 constexpr const char* kDescription =
-    "The first line on the standard output says where it serves, as JSON:\n"
+    "The first line on the standard output is its address, as JSON:\n"
     "  {\"origin\":\"https://127.0.0.1:PORT\",\"ca\":\"FILE or null\",\"document\":\"URL or null\"}\n\n"
     "Paths: /mobile/sdk/v4/native/VMRWebViewRuntime.html, /ads.json, /config.json, /media/...,\n"
     "/beacon/... (counted), /beacons (lists them); anything else comes from --root.\n"
@@ -71,9 +71,9 @@ void refuse(const Options& options, std::span<const std::string_view> names, con
 
 void refuseStrayOptions(const Options& options) {
   if (!options.has("check")) return refuse(options, kForChecks, "needs --check");
-  refuse(options, kForServing, "does not go with --check");
+  refuse(options, kForServing, "cannot be combined with --check");
   if (!options.parameters().empty())
-    refuse(options, kForOwnPages, "does not go with the check of an address");
+    refuse(options, kForOwnPages, "cannot be combined with the check of an address");
 }
 
 void refuseStrayParameters(const Options& options) {

@@ -19,7 +19,7 @@ struct CheckRequest {
   bool asJson = false;
 };
 
-/// What the arguments say.
+/// The parsed arguments.
 struct CommandLine {
   std::optional<CheckRequest> check;
   LocalServerOptions server;

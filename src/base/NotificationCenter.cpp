@@ -19,7 +19,7 @@ struct NotificationCenter::State {
   Mutex mutex;  ///< Guards the lists; never held while a handler runs.
   std::map<std::string, std::vector<std::weak_ptr<Token::Entry>>, std::less<>> observers
       VMR_GUARDED_BY(mutex);
-  /// Lets posts that nobody hears, such as most completed futures, pass without the lock.
+  /// Skips the lock for notifications without observers, such as those of most completed futures.
   std::atomic<std::uint64_t> registrations{0};
 };
 

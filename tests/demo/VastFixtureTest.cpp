@@ -93,7 +93,7 @@ TEST_P(VastFixtureTest, PlaysAndFiresExactlyItsBeacons) {
 
   DemoRun run(arguments);
   const int status = run.finish();
-  // The demo refuses a document that is no XML; the tests of the page play it.
+  // The demo refuses a document that is not XML; the tests of the page play it.
   if (GetParam() == "malformed") {
     EXPECT_EQ(status, 2) << run.output();
     return;

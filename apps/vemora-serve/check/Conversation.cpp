@@ -7,7 +7,7 @@ namespace vemora::check {
 
 namespace {
 
-/// How long the end of a group is watched for what must not follow it.
+/// How long messages are still recorded after the end of a group, which nothing may follow.
 constexpr double kAfterTheEnd = 0.7;
 constexpr char kOddText[] =
     "\"quoted\" \\ back\\\\slash\r\n\ttab \u2028\u2029 </script> \u00fc \u6f22 \U0001F600";
@@ -63,7 +63,7 @@ double Conversation::now() const {
   return static_cast<double>(g_get_monotonic_time() - began_) / G_USEC_PER_SEC;
 }
 
-/// Called whenever something was written down.
+/// Called after each entry in the transcript.
 void Conversation::look() {
   if (isEnding_ || !finished_) return;
   const Step& step = plan_.steps[nextStep_ - 1];

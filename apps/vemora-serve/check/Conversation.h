@@ -60,7 +60,7 @@ class Conversation {
             Purpose purpose = Purpose::Ordinary);
   /// "get.config" and "get.ads".
   void sendAdRequest(const std::string& method, Purpose purpose = Purpose::Ordinary);
-  /// Hands the page a text that is no message.
+  /// Passes a text to the page that is not a message.
   void sendMalformed(const std::string& text);
   void place() { view_->place(); }
   void setShown(bool shown) { view_->setShown(shown); }

@@ -91,7 +91,7 @@ Verdict configAnswered(const Transcript& t) {
   for (const Call& call : t.calls) {
     if (call.method == "get.config") judgeAnswer(t, call, findings);
   }
-  return findings.verdict("it was not asked");
+  return findings.verdict("the request was not sent");
 }
 
 Verdict adsAnswered(const Transcript& t) {
@@ -99,7 +99,7 @@ Verdict adsAnswered(const Transcript& t) {
   for (const Call& call : t.calls) {
     if (call.method == "get.ads") judgeAnswer(t, call, findings);
   }
-  return findings.verdict("it was not asked");
+  return findings.verdict("the request was not sent");
 }
 
 Verdict controlsAnswered(const Transcript& t) {
@@ -121,7 +121,7 @@ Verdict replyIds(const Transcript& t) {
     if (id.isNull()) {
       findings.add("a reply has no id: " + shown(post->body));
     } else if (!id.isString()) {
-      findings.add("a reply has the id " + shown(id) + ", which is no text");
+      findings.add("a reply has the id " + shown(id) + ", which is not a string");
     } else if (!known) {
       findings.add("a reply has the id " + shown(id) + ", which no request had");
     }
@@ -213,7 +213,7 @@ Verdict livesAfter(const Transcript& t, Purpose purpose) {
       std::find_if(t.calls.begin(), t.calls.end(), [&](const Call& call) { return call.purpose == purpose; });
   const auto next =
       std::find_if(odd, t.calls.end(), [](const Call& call) { return call.purpose == Purpose::Ordinary; });
-  if (next == t.calls.end()) return {Outcome::Skip, "nothing was asked afterwards"};
+  if (next == t.calls.end()) return {Outcome::Skip, "no request followed"};
   if (replyTo(t, *next) || t.end - next->at < kReplyTimeout) return {};
   return {Outcome::Fail, next->method + " was not answered afterwards"};
 }
@@ -392,7 +392,7 @@ Verdict noEarlyPing(const Transcript& t) {
   if (!answered || all.front().at < *answered) {
     return {Outcome::Fail, "one came" + phaseAt(t, all.front().at)};
   }
-  if (all.front().at < *answered + kOvertaking) return {Outcome::Fail, "one came right behind the answer"};
+  if (all.front().at < *answered + kOvertaking) return {Outcome::Fail, "one came right after the reply"};
   return {};
 }
 
@@ -452,9 +452,9 @@ constexpr Rule kRules[] = {
      "answer unknown methods with an \"error\", e.g. code -32601", "robustness"},
     {"lives-after-unknown-method", "The page answers after an unknown method", livesAfterUnknownMethod,
      "check the method before using it", "robustness"},
-    {"lives-after-malformed", "The page answers after texts that are no messages", livesAfterMalformed,
+    {"lives-after-malformed", "The page answers after texts that are not messages", livesAfterMalformed,
      "catch the exceptions of JSON.parse, and check that the message is an object", "robustness"},
-    {"odd-text", "Quotes, line ends and every script in a request do no harm", oddText,
+    {"odd-text", "Quotes, line breaks and text of every script in a request are treated as data", oddText,
      "treat params as data; do not build scripts or markup from them", "robustness"},
     {"posts-objects", "Only objects are posted to \"Vemora\"", postsObjects,
      "post the message as an object, without JSON.stringify"},

@@ -119,7 +119,7 @@ PageView::PageView(Certificates trusted, Listener listener)
   g_signal_connect(view_.get(), "web-process-terminated", G_CALLBACK(Hooks::terminated), this);
   g_signal_connect(view_.get(), "script-dialog", G_CALLBACK(Hooks::dialog), this);
   g_signal_connect(view_.get(), "create", G_CALLBACK(Hooks::newWindow), this);
-  // Several sessions play at once, and all that matters of their sound is what the page does with it.
+  // Several sessions play at once; their sound is not needed to judge the page.
   webkit_web_view_set_is_muted(view_.get(), TRUE);
   gtk_widget_set_size_request(widget(), kParked, kParked);
   gtk_widget_set_halign(widget(), GTK_ALIGN_START);

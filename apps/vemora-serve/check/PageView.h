@@ -44,7 +44,7 @@ class PageView {
   void load(const std::string& address);
   /// Runs a script and reports its outcome, in the words of `Call::outcome`; for text, the text itself.
   void evaluate(const std::string& script, std::function<void(const std::string& outcome)> done);
-  /// Gives the view the size that an ad has, where before it had none to speak of.
+  /// Gives the view the size of an ad instead of the minimal size that it begins with.
   void place();
   void setShown(bool shown);
   /// Ends the page; nothing is reported any more.
@@ -59,7 +59,7 @@ class PageView {
   Listener listener_;
   GObjectPtr<WebKitNetworkSession> session_;
   GObjectPtr<WebKitWebView> view_;
-  std::shared_ptr<PageView*> self_;  ///< Null inside once this is gone, for scripts still on their way.
+  std::shared_ptr<PageView*> self_;  ///< Contains null after the destructor, for scripts that complete later.
   std::string address_;
   bool hasFailed_ = false;
   int retries_ = 0;

@@ -8,12 +8,12 @@ namespace {
 
 using Condition = std::function<bool(const Transcript&)>;
 
-/// A little more than what is allowed, to distinguish a late answer from none.
+/// A little longer than the limit, to distinguish a late reply from a missing one.
 constexpr double kLoading = 16;
 constexpr double kAnswer = 6.5;
-/// For the media of an ad to arrive.
+/// Time for the media of an ad to load.
 constexpr double kMedia = 10;
-/// Longer than the pause between two pings may be.
+/// Longer than the largest gap that is allowed between two pings.
 constexpr double kLongWait = 4.3;
 constexpr double kPaused = 2;
 constexpr double kMoment = 0.3;
@@ -59,7 +59,7 @@ bool isWellInsideAnAd(const Transcript& t) {
   if (!time || time->at < t.calls.back().at) return isOver(t);
   const double duration = durationOf(t, time->id.asString().value_or(""));
   const double left = duration - time->data.doubleValue();
-  // A page that is wrong about its times gets its commands nevertheless.
+  // A page with wrong times still gets its commands.
   const bool isNonsense = duration <= 0 || left < -1;
   return isNonsense || left > std::min(1.5, duration / 2) || isOver(t);
 }
@@ -87,7 +87,7 @@ std::vector<Step> loading() {
 }
 
 Step askForConfig(Purpose purpose = Purpose::Ordinary) {
-  return {"before the ads are asked for",
+  return {"before the ads are requested",
           [purpose](Conversation& page) { page.sendAdRequest("get.config", purpose); }, isLastAnswered,
           seconds(kAnswer)};
 }
@@ -198,13 +198,13 @@ Plan robustness() {
     }
   };
   const Step beforeConfig =
-      command("before it is asked anything", "control.resume", nullptr, isLastAnswered, kAnswer);
+      command("before the first request", "control.resume", nullptr, isLastAnswered, kAnswer);
   const Step unknown{"after an unknown method",
                      [](Conversation& page) {
                        page.send("check.unknown", JsonValue::object({{"x", 1}}), Purpose::UnknownMethod);
                      },
                      isLastAnswered, seconds(1)};
-  // Every later step would wait in vain for a page that is found dead here.
+  // With a page that does not answer here, every later step would only time out.
   const auto lives = [](const char* method) {
     Step step = command("", method, nullptr, isLastAnswered, kAnswer);
     step.isEssential = true;
@@ -217,7 +217,7 @@ Plan robustness() {
                               goOnWithAds(),
                               unknown,
                               lives("control.pause"),
-                              {"after texts that are no messages", sendNonsense, isOver, seconds(kLongWait)},
+                              {"after texts that are not messages", sendNonsense, isOver, seconds(kLongWait)},
                               lives("control.resume"),
                               startAd(),
                               endGroup("after a stop", "control.stop")}});

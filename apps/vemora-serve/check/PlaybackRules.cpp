@@ -11,12 +11,12 @@ namespace vemora::check {
 
 namespace {
 
-/// How soon a page reports what a command did, and how long its media may take to obey.
+/// The limit for the event that follows a command, and for its media to react.
 constexpr double kReporting = 2;
 constexpr double kSettling = 1;
-/// How soon a command that ends an ad or the group has done so.
+/// The limit for a command that ends an ad or the group.
 constexpr double kEnding = 5;
-/// What the time may still move by in an ad that counts as paused.
+/// How far the time of a paused ad may still advance.
 constexpr double kStill = 0.05;
 
 constexpr char kNotStarted[] = "the group was not started";
@@ -26,7 +26,7 @@ bool startWasSent(const Transcript& t) {
   return callOf(t, "control.start") != nullptr;
 }
 
-/// Events of one ad; the others are about the group.
+/// True for events of one ad; the others belong to the group.
 bool isOfAnAd(VemoraAdEvent event) {
   return event != AdUnknown && event != AdGroupStart && event != AdGroupEnd && event != AdError &&
          event != AdLog;
@@ -42,7 +42,7 @@ Verdict eventNames(const Transcript& t) {
   Findings findings;
   for (const Event& event : eventsOf(t)) {
     findings.look();
-    if (event.value == AdUnknown) findings.add(shown(JsonValue(event.name)) + " is no event");
+    if (event.value == AdUnknown) findings.add(shown(JsonValue(event.name)) + " is not a known event");
   }
   return findings.verdict("there was no event");
 }
@@ -245,7 +245,7 @@ Verdict adsPlay(const Transcript& t) {
   return started ? Verdict{} : Verdict{Outcome::Fail, "no ad was started after control.start"};
 }
 
-/// The time of the ad that is on.
+/// The time of the current ad.
 struct AdTime {
   std::string id;
   double startedAt = 0;
@@ -301,15 +301,14 @@ struct Command {
   [[nodiscard]] bool isPause() const { return call->method == "control.pause"; }
 };
 
-/// When the first ad was seen to play.
+/// When the first ad began to play.
 std::optional<double> firstStartOf(const std::vector<Event>& events) {
   const auto started =
       std::find_if(events.begin(), events.end(), [](const Event& event) { return event.value == AdStarted; });
   return started == events.end() ? std::nullopt : std::optional(started->at);
 }
 
-/// Follows the rule that a plain command says what the ad does, and that the background pair restores what
-/// it did before.
+/// A command without "background" sets the state of the ad; the background pair restores the state before.
 std::vector<Command> pausesAndResumes(const Transcript& t) {
   std::vector<Command> commands;
   const std::vector<Event> events = eventsOf(t);

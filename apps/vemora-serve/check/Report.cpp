@@ -43,7 +43,7 @@ std::string lineOf(const Finding& finding, std::size_t nameWidth) {
   return line + "\n";
 }
 
-/// What to do: a line for each rule that failed, and for each that could not be judged.
+/// The advice: a line for each rule that failed and for each that could not be judged.
 std::string summary(std::span<const Finding> findings) {
   std::string text;
   for (const Finding& finding : findings) {

@@ -8,7 +8,7 @@
 
 namespace vemora::check {
 
-/// As the program exits with it.
+/// The exit status of the program.
 enum class Result : std::uint8_t {
   Holds = 0,
   Broken = 1,

@@ -36,7 +36,7 @@ struct Finding {
   Outcome outcome = Outcome::Skip;
   /// For a failure what was seen, each with its session; otherwise one reason at most.
   std::vector<std::string> seen;
-  /// It was skipped although the session that should have judged it was run: nothing is known about it.
+  /// It was skipped although its session ran, so that nothing is known about it.
   bool isUnjudged = false;
 };
 
@@ -52,13 +52,13 @@ std::vector<Finding> judge(std::span<const Rule> rules, std::span<const Transcri
 /// Collects the faults of a page within one session.
 class Findings {
  public:
-  /// Notes that the rule had something to look at.
+  /// Records that there was something to judge.
   void look() { looked_ = true; }
   void add(const std::string& problem) {
     looked_ = true;
     if (++count_ == 1) first_ = problem;
   }
-  /// Skipped, with the reason, when there was nothing to look at.
+  /// Skipped, with the reason, when there was nothing to judge.
   [[nodiscard]] Verdict verdict(const char* nothingToLookAt) const;
 
  private:

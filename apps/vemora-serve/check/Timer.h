@@ -7,7 +7,8 @@
 
 namespace vemora::check {
 
-/// Calls once, after a time, in the default main context; not at all once it is destroyed or restarted.
+/// Calls a function once after a delay, in the default main context, unless it is destroyed or restarted
+/// first.
 class Timer {
  public:
   Timer() = default;

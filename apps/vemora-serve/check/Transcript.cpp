@@ -19,8 +19,8 @@ std::string cut(std::string text) {
   return text.substr(0, end) + "...";
 }
 
-/// Also of text, "4.5" or "00:00:04.5": a page that is wrong about this is still to be judged in everything
-/// else.
+/// Also from text, "4.5" or "00:00:04.5": a page that sends text breaks one rule and is still judged by the
+/// others.
 double secondsIn(const JsonValue& duration) {
   if (isNumber(duration)) return std::max(duration.doubleValue(), 0.0);
   double seconds = 0;
@@ -124,7 +124,7 @@ bool isNumber(const JsonValue& value) {
 }
 
 std::string shown(const JsonValue& value) {
-  return cut(value.serialized().value_or("what JSON cannot carry"));
+  return cut(value.serialized().value_or("a value that JSON cannot represent"));
 }
 
 std::string inSeconds(double seconds) {

@@ -11,23 +11,23 @@
 
 namespace vemora::check {
 
-/// What a call to the page is there to find out.
+/// The purpose of a call to the page.
 enum class Purpose : std::uint8_t {
   Ordinary,       ///< A request as the SDK makes it.
-  OddText,        ///< A request whose params hold text that is easily garbled.
-  UnknownMethod,  ///< A request that no page knows.
-  Malformed,      ///< A text that is no message.
+  OddText,        ///< A request whose params contain text that is easily corrupted.
+  UnknownMethod,  ///< A request with a method that no page has.
+  Malformed,      ///< A text that is not a message.
 };
 
-/// One script that was run in the page to bring it a message.
+/// One script that was run in the page to deliver a message.
 struct Call {
   double at = 0;
   Purpose purpose = Purpose::Ordinary;
-  std::string id;  ///< Empty for what is no request.
+  std::string id;  ///< Empty when the text is not a request.
   std::string method;
   JsonValue params;
   /// The outcome of the script: "undefined", as it should, what it returned instead, or what it threw. Absent
-  /// while the page has not said.
+  /// until the script has ended.
   std::optional<std::string> outcome;
 };
 
@@ -38,10 +38,10 @@ struct Post {
   double at = 0;
   Handler handler = Handler::Messages;
   std::string type;  ///< "object", "text", "number", "array" and so on.
-  JsonValue body;    ///< Null for what JSON cannot carry.
+  JsonValue body;    ///< Null for a value that JSON cannot represent.
 };
 
-/// What the session is about from this moment on, in words that follow a blank: "while it is paused".
+/// A phase of the session from this moment on, as it appears in findings: "while it is paused".
 struct Phase {
   double at = 0;
   std::string name;
@@ -58,7 +58,7 @@ struct Transcript {
   std::vector<Phase> phases;
   std::vector<Call> calls;
   std::vector<Post> posts;
-  /// Why there is no page any more; empty while there is one.
+  /// Why the page has gone; empty while it exists.
   std::string gone;
   double end = 0;
 };
@@ -67,7 +67,7 @@ struct Transcript {
 struct Event {
   double at = 0;
   VemoraAdEvent value = AdUnknown;
-  std::string name;  ///< As it was spelt.
+  std::string name;  ///< As the page wrote it.
   JsonValue id;
   JsonValue data;
 };
@@ -89,9 +89,9 @@ const Post* replyTo(const Transcript& transcript, const Call& call);
 const Call* callOf(const Transcript& transcript, std::string_view method);
 bool isControl(const Call& call);
 
-/// The list of ads as "get.ads" brought it; null when it brought none.
+/// The list of ads in the reply to "get.ads"; null when it has none.
 JsonValue adList(const Transcript& transcript);
-/// When the reply to "get.ads" came, from which on pings are due.
+/// When the reply to "get.ads" came. Pings are due from then on.
 std::optional<double> adsAnsweredAt(const Transcript& transcript);
 /// The duration of the ad with this id in seconds; 0 when it is not known.
 double durationOf(const Transcript& transcript, std::string_view adId);
@@ -100,12 +100,12 @@ double totalDuration(const Transcript& transcript);
 /// When the page ended the session: "AdGroupEnd" or "AdError". Absent while it has not.
 std::optional<double> endedAt(const Transcript& transcript);
 
-/// What the session was about at a time: " while it is paused"; empty before the first phase.
+/// The phase at a time, with a leading space: " while it is paused"; empty before the first phase.
 std::string phaseAt(const Transcript& transcript, double at);
 
-/// True for numbers alone: a boolean is none.
+/// True for numbers only, not for booleans.
 bool isNumber(const JsonValue& value);
-/// A value as it is shown to people: JSON, cut short.
+/// A value for display: JSON, shortened.
 std::string shown(const JsonValue& value);
 /// "4.2 s"
 std::string inSeconds(double seconds);

@@ -43,7 +43,7 @@ constexpr std::string_view kPrivateNames[] = {"ifa",
                                               "regs%5bgdpr%5d"};
 /// Members of the payload that hold what the host has put into its request.
 constexpr std::string_view kHostNames[] = {"params", "custom", "playback"};
-/// Params that the SDK sets itself: their values are no secrets and are found in every recording.
+/// Params that the SDK sets itself: their values are not secret and appear in every recording.
 constexpr std::string_view kOwnParams[] = {"platform_type", "placement_type", "vpi"};
 
 constexpr std::string_view kScriptBegin = "JSON.stringify(";

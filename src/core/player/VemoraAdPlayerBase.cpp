@@ -556,7 +556,7 @@ void VemoraAdPlayerBase_p::_openWindow(const URL& url, const Session& session) {
   presenter->presentViewController(browser, true, nullptr);
   const bool isPresented = presents(*presenter, *browser);
   became(isPresented ? "opened" : "notPresented");
-  // Nobody would close a browser that did not get onto the screen.
+  // A browser that was not presented is never closed.
   if (!isPresented) _heartbeatResume();
 }
 

@@ -163,7 +163,7 @@ TEST_F(GeoClueLocationServicesTest, DeliversFixesOnTheMainThreadUntilTheManagerI
   EXPECT_TRUE(has({48.5, 0, -33})) << "coordinates that are not on Earth are dropped";
 
   const auto second = startedManager(*services);
-  EXPECT_TRUE(has({48.5, 0, -33, -33})) << "a later manager hears what is known";
+  EXPECT_TRUE(has({48.5, 0, -33, -33})) << "a later manager is notified of what is known";
   manager.reset();
   geoclue_->report(1, 1);
   EXPECT_TRUE(has({48.5, 0, -33, -33, 1}));

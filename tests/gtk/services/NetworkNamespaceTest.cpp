@@ -79,7 +79,7 @@ TEST_F(NetworkNamespaceTest, FollowsRoutesAndInterfaces) {
   EXPECT_EQ(handleFor(*factory, "198.51.100.2")->flags(), R | D | NetworkReachabilityIsLocalAddress);
   EXPECT_EQ(handleFor(*factory, "203.0.113.9")->flags(), 0u);
   ASSERT_TRUE(ip("addr add 192.0.2.2/24 dev lan0"));
-  EXPECT_EQ(internet->flags(), 0u) << "a documentation network on the link is no way to the Internet";
+  EXPECT_EQ(internet->flags(), 0u) << "a documentation network on the link is not a route to the Internet";
 
   ASSERT_TRUE(ip("route add default via 198.51.100.1"));
   EXPECT_TRUE(becomes(*internet, R, 1));

@@ -47,7 +47,7 @@ TEST_F(UserDefaultsTest, KeepsValuesAndTheirTypes) {
       {"lines", "a\nb\r\n\tc\\d;e=f#[g]"},
       {"umlaut=[de] \xC3\xBC", "\xC3\xBC\xE2\x82\xAC"},
       {"#comment", std::string_view("zero\0inside", 11)},
-      {"%41", "an escape is no escape"},
+      {"%41", "escapes are not decoded"},
       {"digits", "42"},
       {"smallest", std::numeric_limits<std::int64_t>::min()},
       {"largest", std::numeric_limits<std::uint64_t>::max()},

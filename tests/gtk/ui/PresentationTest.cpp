@@ -112,7 +112,8 @@ TEST_F(PresentationTest, FillsTheScreenAndCompletesOnceItIsThere) {
   EXPECT_EQ(root_->presentedViewController(), controller);
   EXPECT_EQ(page->view->superview(), view);
   EXPECT_NE(page->view->window(), nullptr);
-  EXPECT_NE(page->view->window(), application().keyWindow()) << "the interstitial's window is no key window";
+  EXPECT_NE(page->view->window(), application().keyWindow())
+      << "the interstitial's window is not the key window";
   EXPECT_EQ(page->view->frame(), (Rect{0, 0, 1280, 1024}));
   EXPECT_TRUE(page->isAtFullSpeed());
   EXPECT_TRUE(gtk_window_get_modal(windowOf(controller)));

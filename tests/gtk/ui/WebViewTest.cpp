@@ -190,7 +190,7 @@ TEST_F(WebViewTest, FailsOnceForALoadThatIsReplacedOrStopped) {
 
   ASSERT_TRUE(loadForEver("/slower"));
   page->view->stopLoading();
-  EXPECT_EQ(page->outcomes.size(), 2U) << "heard before the call returned";
+  EXPECT_EQ(page->outcomes.size(), 2U) << "notified before the call returned";
   EXPECT_EQ(page->outcome(), "provisional");
   // The view outlives this function's variables.
   g_signal_handlers_disconnect_by_data(webKitOf(page->view), &started);

@@ -248,7 +248,7 @@ class Observation final : public NetworkListener, public std::enable_shared_from
   std::condition_variable idle_;
   std::function<void()> callback_ VMR_GUARDED_BY(mutex_);
   GMainContextPtr context_ VMR_GUARDED_BY(mutex_);
-  /// Tells reports for this schedule from those for an earlier one.
+  /// Distinguishes reports for this schedule from those for an earlier one.
   std::uint64_t schedule_ VMR_GUARDED_BY(mutex_) = 0;
   std::optional<std::uint32_t> lastFlags_ VMR_GUARDED_BY(mutex_);
   std::thread::id caller_ VMR_GUARDED_BY(mutex_);

@@ -26,7 +26,7 @@ constexpr std::size_t kHeaderSize = offsetof(VemoraExternalClass, name);
 /// Why a class cannot be used; null when it can.
 const char* refusal(const VemoraExternalClass* candidate) {
   if (!candidate) return "there is none";
-  if (candidate->magic != VEMORA_EXTERNAL_CLASS_MAGIC) return "it is no external class";
+  if (candidate->magic != VEMORA_EXTERNAL_CLASS_MAGIC) return "it is not an external class";
   if (candidate->abiVersion != VEMORA_EXTERNAL_ABI_VERSION) return "it was built for another version";
   if (candidate->structSize < sizeof(VemoraExternalClass)) return "it is incomplete";
   if (!candidate->name || !*candidate->name) return "it has no name";
@@ -300,7 +300,7 @@ class DynamicClassRegistry final : public ClassRegistry {
     if (!symbol) return nullptr;
     const auto* candidate =
         isReadableData(symbol) ? static_cast<const VemoraExternalClass*>(symbol) : nullptr;
-    const char* reason = candidate ? refusal(candidate) : "the symbol of its name is no external class";
+    const char* reason = candidate ? refusal(candidate) : "the symbol of its name is not an external class";
     if (!reason && name != candidate->name) reason = "its symbol has another name";
     if (!reason) return candidate;
     if (isFirstRefusal(name)) Vemora::logError("External class " + name + " not used: " + reason);

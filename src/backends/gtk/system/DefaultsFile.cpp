@@ -90,7 +90,7 @@ std::string unescapedKey(const char* key) {
   return std::string(data ? data : "", size);
 }
 
-/// Null when the text is no key file.
+/// Null when the text is not a key file.
 GKeyFilePtr parseKeyFile(const std::string& text) {
   GKeyFilePtr file(g_key_file_new());
   const bool isEmpty = text.empty();
