@@ -19,8 +19,8 @@ struct Hazard {
   std::string advice;
 };
 
-/// All hazards in the order of their lines. Every view of a recording shows these, so that they are decided in
-/// one place.
+/// All hazards in the order of their lines. Every view of a recording shows these, so that they are decided
+/// in one place.
 std::vector<Hazard> hazardsOf(const Recording& recording);
 
 }  // namespace vemora

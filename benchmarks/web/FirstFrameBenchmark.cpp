@@ -10,8 +10,8 @@
 #include <string>
 #include <vector>
 
-// From `start` to the first frame of the ad's video, and from `play()` to the first frame of the same video in a
-// bare page. Each side has loaded its page, and has been idle since.
+// From `start` to the first frame of the ad's video, and from `play()` to the first frame of the same video
+// in a bare page. Each side has loaded its page, and has been idle since.
 
 namespace {
 

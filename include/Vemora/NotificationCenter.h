@@ -63,8 +63,8 @@ class VEMORA_EXPORT NotificationCenter {
   enum class Moment : std::uint64_t {};
   /// The present moment.
   Moment now() const;
-  /// Calls only those handlers that were added before `moment`. Use it for the second of two notifications that
-  /// belong together, so that only those are called who could observe the first.
+  /// Calls only those handlers that were added before `moment`. Use it for the second of two notifications
+  /// that belong together, so that only those are called who could observe the first.
   void postNotification(const Notification& notification, Moment moment);
   /// True when `name` has observers. Lets a frequent poster skip creating the notification.
   bool hasObservers(std::string_view name) const;

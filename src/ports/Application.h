@@ -25,8 +25,8 @@ inline constexpr char UIApplicationDidBecomeActiveNotification[] = "UIApplicatio
 ///
 /// Threads: Main thread only.
 ///
-/// Completion: Operations take effect before they return, except for `webViewUserAgent`, which completes once,
-/// on the main thread, inside the call or later.
+/// Completion: Operations take effect before they return, except for `webViewUserAgent`, which completes
+/// once, on the main thread, inside the call or later.
 ///
 /// Errors: `keyWindow` returns null when there is no window. `createSafariViewController` returns null when
 /// there is no in-app browser or when the browser cannot show the address.

@@ -36,7 +36,8 @@ class DispatchBlock {
 ///
 /// Completion: The main queue runs its blocks one at a time on the main thread, in the order of the calls.
 /// The global queue runs blocks concurrently on background threads. A block that waits does not keep another
-/// from starting, but some platforms start no more while some tens of blocks wait. A block is destroyed on the thread that ran it, soon after it has run.
+/// from starting, but some platforms start no more while some tens of blocks wait. A block is destroyed on
+/// the thread that ran it, soon after it has run.
 ///
 /// Errors: None. A block must not throw.
 class Dispatch {

@@ -58,8 +58,8 @@ class DefaultsFile {
   /// file is kept under another name and replaced. Absent when nothing could be written. The caller holds the
   /// lock of `path`.
   std::optional<Values> merge(const Changes& changes) const;
-  /// Leaves the changes beside the file, without any lock: each `read` includes them, and the next `merge` puts
-  /// them into the file before its own. False when they could not be written.
+  /// Leaves the changes beside the file, without any lock: each `read` includes them, and the next `merge`
+  /// puts them into the file before its own. False when they could not be written.
   bool handOver(const Changes& changes) const;
 
   const std::string& path() const { return path_; }

@@ -11,10 +11,10 @@ namespace vemora::gtk {
 
 /// Destroys the EGL surface that GTK leaks when a window is hidden under Wayland.
 ///
-/// GTK 4.8 passes its own display instead of the EGL display to `eglDestroySurface`, so the surface stays. EGL
-/// still counts it as the surface of its native window, and refuses another one for a native window at the
-/// same address, which the allocator likes to reuse for the next window. That window then draws nothing: it
-/// asks for a frame, commits none, and its frame clock stands still. An ad in it would never start. Each
+/// GTK 4.8 passes its own display instead of the EGL display to `eglDestroySurface`, so the surface stays.
+/// EGL still counts it as the surface of its native window, and refuses another one for a native window at
+/// the same address, which the allocator likes to reuse for the next window. That window then draws nothing:
+/// it asks for a frame, commits none, and its frame clock stands still. An ad in it would never start. Each
 /// leaked surface keeps its buffers as well.
 ///
 /// Nothing is done where GTK has destroyed the surface. Main thread.

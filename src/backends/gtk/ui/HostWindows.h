@@ -21,8 +21,8 @@ namespace vemora::gtk {
 /// none of its windows has been active for `kLeaveDelay`; it counts as back at once. Until a window has been
 /// active for the first time (there may be no window manager to make it so) nothing is announced.
 ///
-/// A return is posted only to those who observed the leaving. A player that was loaded in between has nothing to
-/// resume: it would lower a depth that it has not raised, and arm a second heartbeat check.
+/// A return is posted only to those who observed the leaving. A player that was loaded in between has nothing
+/// to resume: it would lower a depth that it has not raised, and arm a second heartbeat check.
 class HostWindows : public std::enable_shared_from_this<HostWindows> {
  public:
   static constexpr double kLeaveDelay = 0.25;
