@@ -171,16 +171,6 @@ TEST_F(AdSessionTest, ReleaseDropsQueuedCallbacksAndKeepsBeacons) {
   EXPECT_FALSE(page_->view());
 }
 
-TEST_F(AdSessionTest, ReleaseDuringTheLoadIsSilent) {
-  player_->load();
-  openPage();
-  page_->view()->finishNavigation();
-  player_ = nullptr;
-  advance(20);
-  EXPECT_EQ(delegate_->take(), Callbacks{});
-  EXPECT_FALSE(page_->view());
-}
-
 TEST_F(AdSessionTest, ReleaseWhileTheRequestIsAskedForIsSilent) {
   std::atomic<bool> isAsked{false}, mayAnswer{false};
   const std::weak_ptr<VemoraInlineAdPlayer> weak = player_;

@@ -173,16 +173,6 @@ TEST_F(PlacementTest, InterstitialStartsOncePresentedOverEverything) {
   application().rootViewController()->dismissViewController(false);
 }
 
-TEST_F(PlacementTest, InterstitialWithoutAWindowNeverStarts) {
-  const auto player = loaded(VemoraInterstitialAdPlayer::initWithAdPlayerDelegate(delegate_));
-  const auto window = application().window();
-  application().setKeyWindow(nullptr);
-  player->start();
-  advance(2);
-  EXPECT_EQ(starts(), 0u);
-  application().setKeyWindow(window);
-}
-
 TEST_F(PlacementTest, AStartAgainDoesNotStackStages) {
   const auto player = loaded(VemoraInterstitialAdPlayer::initWithAdPlayerDelegate(delegate_));
   player->start();
@@ -211,21 +201,6 @@ TEST_F(PlacementTest, AStartDuringThePresentationWaitsForIt) {
   EXPECT_EQ(starts(), 1u);
   player->shutdown();
   settle();
-}
-
-TEST_F(PlacementTest, APresentationThatNeverCompletesDoesNotKeepThePlayer) {
-  application().setHoldsPresentations(true);
-  auto player = loaded(VemoraInterstitialAdPlayer::initWithAdPlayerDelegate(delegate_));
-  player->start();
-  settle();
-  ASSERT_TRUE(application().rootViewController()->presentedViewController());
-  const std::weak_ptr<VemoraInterstitialAdPlayer> weak = player;
-  player = nullptr;
-  view_ = nullptr;
-  EXPECT_TRUE(weak.expired());
-  settle();
-  EXPECT_FALSE(application().rootViewController()->presentedViewController());
-  EXPECT_FALSE(page_->view());
 }
 
 TEST_F(PlacementTest, ASecondLoadTakesDownTheStageOfTheFirst) {
@@ -307,18 +282,6 @@ TEST_F(PlacementTest, AViewerWhoClosesTheStageEndsTheSession) {
                 "The viewer closed the ad and the page did not end it");
     }
   }
-}
-
-TEST_F(PlacementTest, InterstitialIsDismissedWithItsPlayer) {
-  auto player = loaded(VemoraInterstitialAdPlayer::initWithAdPlayerDelegate(delegate_));
-  player->start();
-  frame();
-  ASSERT_TRUE(application().rootViewController()->presentedViewController());
-  view_ = nullptr;
-  dispatch().detachNewThread([player = std::move(player)]() mutable { player = nullptr; });
-  settle();
-  EXPECT_FALSE(application().rootViewController()->presentedViewController());
-  EXPECT_FALSE(page_->view());
 }
 
 TEST_F(PlacementTest, NoStageStaysBehindWhenAStartCrossesTheShutdown) {

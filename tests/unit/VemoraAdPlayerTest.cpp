@@ -87,18 +87,6 @@ TEST_F(VemoraAdPlayerTest, ReportsWhatALoadLacked) {
   EXPECT_EQ(page_->methods(), (Callbacks{"get.config", "get.ads"})) << "nothing to start";
 }
 
-TEST_F(VemoraAdPlayerTest, ReportsThePagesErrors) {
-  player_->load();
-  advance(9.9);
-  EXPECT_EQ(delegate_->take(), Callbacks{});
-  advance(0.2);
-  EXPECT_EQ(delegate_->take(), Callbacks{"didLoadAds - 5002"}) << "a page that never comes";
-  EXPECT_EQ(delegate_->lastError()->failureReason, "Failed to send get.ads");
-  config_ = R"("error":{"code":1})";
-  load();
-  EXPECT_EQ(delegate_->take(), Callbacks{"didLoadAds 2"}) << "the ads make up for the configuration";
-}
-
 TEST_F(VemoraAdPlayerTest, LoadsNothingWithoutADelegate) {
   player_->load();
   openPage();
@@ -400,12 +388,6 @@ TEST_F(VemoraAdPlayerTest, PingsKeepTheSessionAliveAndSilenceEndsIt) {
   EXPECT_FALSE(page_->view());
 }
 
-TEST_F(VemoraAdPlayerTest, WatchesFromTheLoadOn) {
-  loadQuietly();
-  advance(5.1);
-  EXPECT_EQ(delegate_->take(), Callbacks{"adError - 5005"});
-}
-
 TEST_F(VemoraAdPlayerTest, ACheckThatWasForgottenCannotBeCancelled) {
   loadQuietly();
   advance(1);
@@ -486,104 +468,6 @@ TEST_F(VemoraAdPlayerTest, ActsOnTheApplicationWhateverItsState) {
 
 // Release.
 
-TEST_F(VemoraAdPlayerTest, MayBeReleasedInsideEveryCallback) {
-  for (const char* when : {"didLoadAds 2", "adGroupStart 2", "adStart a", "adPlaying a", "adPaused a",
-                           "adTimeUpdate a 1", "adClicked a", "adSkipped a", "adUserClose a", "adComplete a",
-                           "adGroupComplete 2", "adError a 5004", "adError - 5005"}) {
-    SCOPED_TRACE(when);
-    player_ = VemoraInlineAdPlayer::initWithAdPlayerDelegate(delegate_);
-    const std::weak_ptr<VemoraInlineAdPlayer> weak = player_;
-    delegate_->onCallback = [&](const std::string& callback) {
-      if (callback == when) player_ = nullptr;
-    };
-    load();
-    const std::string callback = when;
-    if (callback == "adError - 5005") {
-      advance(6);
-    } else {
-      for (const char* name : {"AdGroupStart", "AdStarted", "AdPlaying", "AdPaused", "AdTimeChange",
-                               "AdClickThru", "AdSkipped", "AdUserClose", "AdVideoComplete"})
-        event(name, "a", "1");
-      event(callback.starts_with("adError") ? "AdError" : "AdGroupEnd", "a");
-    }
-    EXPECT_EQ(delegate_->take().back(), callback) << "nothing follows";
-    EXPECT_TRUE(weak.expired());
-    advance(6);
-    EXPECT_FALSE(page_->view()) << "its page has closed with it";
-  }
-  delegate_->onCallback = [](const std::string&) {};
-}
-
-TEST_F(VemoraAdPlayerTest, MayBeReleasedByTheRequestForIt) {
-  std::weak_ptr<VemoraInlineAdPlayer> weak = player_;
-  delegate_->onCallback = [&](const std::string&) { player_ = nullptr; };
-  load();
-  advance(6);
-  EXPECT_TRUE(weak.expired());
-  EXPECT_FALSE(page_->view());
-  delegate_->onCallback = [](const std::string&) {};
-}
-
-TEST_F(VemoraAdPlayerTest, MayLoseItsDelegateInsideACallback) {
-  delegate_->onCallback = [&](const std::string&) { delegate_ = nullptr; };
-  load();
-  settle();
-  EXPECT_FALSE(delegate_);
-  event("AdGroupEnd");
-  EXPECT_FALSE(inner(*player_).runtime()) << "it shuts down without a delegate";
-}
-
-TEST_F(VemoraAdPlayerTest, MayBeReleasedAtAnyMoment) {
-  const auto freshPlayer = [&] {
-    player_ = VemoraInlineAdPlayer::initWithAdPlayerDelegate(delegate_);
-    return std::weak_ptr<VemoraInlineAdPlayer>(player_);
-  };
-  const auto expectGone = [&](const std::weak_ptr<VemoraInlineAdPlayer>& weak) {
-    player_ = nullptr;
-    advance(21);
-    EXPECT_TRUE(weak.expired());
-    EXPECT_FALSE(application().lastWebView());
-  };
-  {
-    SCOPED_TRACE("while loading");
-    const auto weak = freshPlayer();
-    player_->load();
-    expectGone(weak);
-  }
-  {
-    SCOPED_TRACE("with a browser open, which outlives it");
-    const auto weak = freshPlayer();
-    load();
-    page_->view()->requestWindow("https://example.com/");
-    settle();
-    expectGone(weak);
-    application().browsers().back()->userCloses();
-  }
-  {
-    SCOPED_TRACE("with the check due");
-    const auto weak = freshPlayer();
-    load();
-    delegate_->take();
-    expectGone(weak);
-    EXPECT_EQ(delegate_->take(), Callbacks{});
-  }
-  {
-    SCOPED_TRACE("while an event waits for the main thread");
-    const auto weak = freshPlayer();
-    load();
-    delegate_->take();
-    page_->event("AdStarted", "a");
-    expectGone(weak);
-  }
-  {
-    SCOPED_TRACE("on a background thread, as a command ends");
-    const auto weak = freshPlayer();
-    load();
-    player_->pause();
-    expectGone(weak);
-  }
-}
-
 TEST_F(VemoraAdPlayerTest, MayBeReleasedWhileTheApplicationLeavesAndComesBack) {
   for (int round = 0; round < 10; ++round) {
     auto player = VemoraInlineAdPlayer::initWithAdPlayerDelegate(delegate_);
@@ -644,16 +528,6 @@ TEST_F(VemoraAdPlayerTest, SurvivesEverythingAtOnce) {
   advance(30);
   player_ = nullptr;
   EXPECT_FALSE(application().lastWebView());
-}
-
-TEST_F(VemoraAdPlayerTest, HundredsOfEventsReachTheDelegate) {
-  loadQuietly();
-  for (int i = 0; i < 300; ++i) {
-    page_->event("AdTimeChange", "a", std::to_string(i));
-    page_->ping();
-  }
-  settle();
-  EXPECT_EQ(delegate_->take().size(), 300u);
 }
 
 }  // namespace
