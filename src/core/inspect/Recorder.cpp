@@ -23,7 +23,7 @@ namespace {
 constexpr int kFormatVersion = 1;
 constexpr double kMicrosecondsPerSecond = 1e6;
 /// What earlier sessions sent may turn up in a late beacon or log line.
-constexpr std::size_t kPayloadsKept = 64;
+constexpr std::size_t kPayloadsKept = 16;
 
 /// JSON carries UTF-8 only; a log line may be anything.
 std::string validUtf8(std::string text) {
@@ -102,8 +102,8 @@ void Recorder::add(const char* kind, std::uint64_t session, std::initializer_lis
   Record record{dispatch().now(), kind, session, members};
   {
     MutexLock lock(queue_);
-    if (waiting_.size() == kCapacity) {
-      ++lost_;
+    if (waiting_.size() + underWay_ >= kCapacity) {
+      if (lost_++ == 0) lostAt_ = record.time;
       return;
     }
     waiting_.push_back(std::move(record));
@@ -114,6 +114,8 @@ void Recorder::add(const char* kind, std::uint64_t session, std::initializer_lis
 
 void Recorder::rememberPayload(const JsonValue& payload) {
   MutexLock lock(queue_);
+  // The calls of one load send the same.
+  if (!payloads_.empty() && payloads_.back() == payload) return;
   payloads_.push_back(payload);
   if (payloads_.size() > kPayloadsKept) payloads_.pop_front();
   payloadsChanged_ = true;
@@ -144,12 +146,15 @@ void Recorder::writeWaitingLocked() {
 
 std::optional<Recorder::Batch> Recorder::takeBatch() {
   MutexLock lock(queue_);
-  if (waiting_.empty()) {
+  // What was taken before has been written.
+  underWay_ = waiting_.size();
+  if (waiting_.empty() && lost_ == 0) {
     isJobUnderWay_ = false;
     return std::nullopt;
   }
   Batch batch;
   batch.records.swap(waiting_);
+  batch.lostAt = lostAt_;
   batch.lost = std::exchange(lost_, 0);
   if (std::exchange(payloadsChanged_, false)) batch.payloads.emplace(payloads_.begin(), payloads_.end());
   return batch;
@@ -159,7 +164,7 @@ void Recorder::writeBatch(const Batch& batch) {
   if (redaction_ && batch.payloads) redaction_->learn(*batch.payloads);
   std::string text;
   for (const Record& record : batch.records) appendLine(text, record);
-  if (batch.lost > 0) appendLine(text, {batch.records.back().time, "gap", 0, {{"count", batch.lost}}});
+  if (batch.lost > 0) appendLine(text, {batch.lostAt, "gap", 0, {{"count", batch.lost}}});
   write(text);
 }
 

@@ -31,7 +31,7 @@ struct Member {
 /// to text are part of that job. Any thread.
 class Recorder {
  public:
-  /// How many records may wait; further ones are counted and reported as a gap.
+  /// How many records may wait or be under way to the file; further ones are counted and reported as a gap.
   static constexpr std::size_t kCapacity = 8192;
 
   static Recorder& shared();
@@ -60,7 +60,8 @@ class Recorder {
   };
   struct Batch {
     std::deque<Record> records;
-    std::uint64_t lost = 0;                          ///< After the records.
+    std::uint64_t lost = 0;  ///< After the records.
+    double lostAt = 0;
     std::optional<std::vector<JsonValue>> payloads;  ///< If they have changed.
   };
 
@@ -89,7 +90,9 @@ class Recorder {
   /// Guards the fields below. Nothing is locked under it.
   Mutex queue_;
   std::deque<Record> waiting_ VMR_GUARDED_BY(queue_);
+  std::size_t underWay_ VMR_GUARDED_BY(queue_) = 0;  ///< Taken by the job, perhaps not written yet.
   std::uint64_t lost_ VMR_GUARDED_BY(queue_) = 0;
+  double lostAt_ VMR_GUARDED_BY(queue_) = 0;  ///< When the first of them was.
   bool isJobUnderWay_ VMR_GUARDED_BY(queue_) = false;
   std::deque<JsonValue> payloads_ VMR_GUARDED_BY(queue_);
   bool payloadsChanged_ VMR_GUARDED_BY(queue_) = false;
