@@ -56,10 +56,11 @@ constexpr Option kOptions[] = {
     {"session", Kind::Text, "Only this session: play, controls, waiting or robustness; may be repeated",
      "NAME"},
     {"timeout", Kind::Text, "Longest time for a session (default: 300)", "SECONDS"},
+    {"recordings", Kind::File, "Record each session that breaks a rule in this folder", "DIR"},
     {"json", Kind::Flag, "Report as one line of JSON", nullptr},
 };
 
-constexpr std::string_view kForChecks[] = {"ca", "request", "session", "timeout", "json"};
+constexpr std::string_view kForChecks[] = {"ca", "request", "session", "timeout", "recordings", "json"};
 constexpr std::string_view kForServing[] = {"ca-out", "exit-with-parent", "list-beacons", "document"};
 constexpr std::string_view kForOwnPages[] = {"port", "page", "ads", "config", "media", "root"};
 
@@ -122,6 +123,9 @@ CheckRequest readCheckRequest(const Options& options) {
   if (check.adRequest) readJsonObject("request", *check.adRequest);
   check.authority = options.file("ca");
   if (check.authority) checkCertificates("ca", *check.authority);
+  check.recordings = options.file("recordings");
+  if (check.recordings && std::filesystem::exists(*check.recordings))
+    check.recordings = readableFolder("recordings", *check.recordings);
   check.asJson = options.has("json");
   return check;
 }

@@ -15,6 +15,7 @@ struct CheckRequest {
   std::vector<std::string> sessions;   ///< Empty: all.
   std::optional<std::filesystem::path> adRequest;
   std::optional<std::filesystem::path> authority;
+  std::optional<std::filesystem::path> recordings;
   double timeout = 300;
   bool asJson = false;
 };

@@ -77,6 +77,7 @@ int check(CommandLine commandLine) {
                               .trusted = {},
                               .timeout = request.timeout,
                               .asJson = request.asJson,
+                              .recordings = request.recordings,
                               .trace = {}};
   if (commandLine.verbose) options.trace = [](const std::string& line) { std::cerr << line << "\n"; };
   if (request.authority) options.trusted = certificatesIn(*request.authority);

@@ -4,6 +4,7 @@
 #include "../../common/InputFiles.h"
 #include "AdRequest.h"
 #include "Conversation.h"
+#include "FailureRecordings.h"
 #include "Plans.h"
 #include "Report.h"
 #include "Rules.h"
@@ -11,6 +12,7 @@
 #include <gtk/gtk.h>
 
 #include <algorithm>
+#include <exception>
 #include <iostream>
 #include <memory>
 
@@ -131,7 +133,12 @@ int runCheck(const CheckOptions& options) {
   if (const auto why = check.run()) return cannotCheck(options, *why);
   const std::vector<Transcript> transcripts = check.transcripts();
   const std::vector<Rule> rules = allRules();
-  const std::vector<Finding> findings = judge(rules, transcripts);
+  std::vector<Finding> findings = judge(rules, transcripts);
+  try {
+    if (options.recordings) recordFailures(transcripts, options.address, *options.recordings, findings);
+  } catch (const std::exception& error) {
+    std::cerr << "vemora-serve: --recordings: " << error.what() << "\n";
+  }
   std::cout << (options.asJson ? reportAsJson(findings, options.address, check.seconds())
                                : reportAsText(findings, check.seconds()))
             << std::flush;

@@ -18,6 +18,8 @@ struct CheckOptions {
   PageView::Certificates trusted;
   double timeout = 0;  ///< Seconds for each session.
   bool asJson = false;
+  /// For a recording of each session that broke a rule; none is written without it.
+  std::optional<std::filesystem::path> recordings;
   std::function<void(const std::string& line)> trace;  ///< Called with all traffic; may be empty.
 };
 

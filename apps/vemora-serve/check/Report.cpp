@@ -51,6 +51,7 @@ std::string summary(std::span<const Finding> findings) {
     text.append(finding.isUnjudged ? "NOT JUDGED  " : "FAIL  ").append(finding.rule->name);
     if (!finding.seen.empty()) text.append(": ").append(finding.seen.front());
     if (!finding.isUnjudged) text.append(". To do: ").append(finding.rule->advice);
+    for (const std::string& place : finding.places) text.append("\n      recorded in ").append(place);
     text.append("\n");
   }
   return text;
@@ -87,7 +88,8 @@ std::string reportAsJson(std::span<const Finding> findings, const std::string& u
                                        {"outcome", nameOf(finding.outcome)},
                                        {"judged", !finding.isUnjudged},
                                        {"advice", finding.rule->advice},
-                                       {"seen", JsonValue::array(std::move(seen))}}));
+                                       {"seen", JsonValue::array(std::move(seen))},
+                                       {"places", finding.places}}));
   }
   const JsonValue counts = JsonValue::object({{"ok", count(findings, Outcome::Ok)},
                                               {"fail", count(findings, Outcome::Fail)},

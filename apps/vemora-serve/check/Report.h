@@ -21,7 +21,7 @@ Result resultOf(std::span<const Finding> findings);
 std::string reportAsText(std::span<const Finding> findings, double seconds);
 
 /// The same for programs, as one line: {"url", "holds", "seconds", "counts": {"ok", "fail", "skip"},
-/// "rules": [{"name", "says", "outcome", "judged", "advice", "seen": [...]}, ...]}.
+/// "rules": [{"name", "says", "outcome", "judged", "advice", "seen": [...], "places": [...]}, ...]}.
 std::string reportAsJson(std::span<const Finding> findings, const std::string& url, double seconds);
 
 /// For a page that could not be checked: {"url", "holds": false, "problem"}.

@@ -38,6 +38,9 @@ struct Finding {
   std::vector<std::string> seen;
   /// It was skipped although its session ran, so that nothing is known about it.
   bool isUnjudged = false;
+  /// Where the sessions that broke the rule are recorded: "FILE:LINE", or "FILE" for what never came. Empty
+  /// when nothing is recorded.
+  std::vector<std::string> places{};
 };
 
 /// Every rule, in the order of the report. A new one goes into the list of its subject.
