@@ -2,6 +2,7 @@ import type { MediaFile } from "../ads/ad";
 import { AdFailure, VastCode } from "../ads/vast_error";
 import { mediaFailure } from "./media_failure";
 import { Milestones, type Quartile } from "./milestones";
+import { keep, releaseLater } from "./release";
 import { StallWatch } from "./stall_watch";
 import { StartLimit } from "./start_limit";
 import { TickClock } from "./tick_clock";
@@ -138,8 +139,7 @@ export class AdPlayback {
     clearInterval(this.timer);
     for (const remove of this.unlisten.splice(0)) remove();
     this.video.pause();
-    this.video.removeAttribute("src");
-    this.video.load();
+    releaseLater(this.video);
   }
 
   private listen(event: string, handler: () => void): void {
@@ -165,6 +165,7 @@ export class AdPlayback {
     this.attempt += 1;
     this.startLimit.nextFile();
     this.stall.reset();
+    keep(this.video);
     this.video.src = file.src;
     this.video.load();
     if (this.wantsToPlay) this.play();

@@ -1,4 +1,5 @@
 import type { Ad, MediaFile } from "../ads/ad";
+import { keep, releaseLater } from "./release";
 
 /** The ad that follows, loaded by the spare video element while another one plays. */
 export class NextAd {
@@ -10,12 +11,12 @@ export class NextAd {
   ) {
     const first = files[0];
     if (!first) return;
+    keep(video);
     video.src = first.src;
     video.load();
   }
 
   discard(): void {
-    this.video.removeAttribute("src");
-    this.video.load();
+    releaseLater(this.video);
   }
 }
