@@ -256,6 +256,19 @@ TEST_F(PlacementTest, AStageThatWasClosedDoesNotTakeDownItsSuccessor) {
   EXPECT_FALSE(root->presentedViewController());
 }
 
+TEST_F(PlacementTest, AStageClosedDuringTheShutdownDoesNotTakeDownItsSuccessor) {
+  const auto root = application().rootViewController();
+  const auto player = loaded(VemoraInterstitialAdPlayer::initWithAdPlayerDelegate(delegate_));
+  player->start();
+  frame();
+  player->shutdown();
+  std::dynamic_pointer_cast<FakeViewController>(root->presentedViewController())->userCloses();
+  const auto ofTheHost = application().createViewController({});
+  root->presentViewController(ofTheHost, false, nullptr);
+  settle();
+  EXPECT_EQ(root->presentedViewController(), ofTheHost);
+}
+
 TEST_F(PlacementTest, AViewerWhoClosesTheStageEndsTheSession) {
   for (const bool pageAnswers : {true, false}) {
     const auto player = loaded(VemoraInterstitialAdPlayer::initWithAdPlayerDelegate(delegate_));
