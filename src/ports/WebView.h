@@ -27,10 +27,12 @@ class ScriptMessageHandler {
   virtual void userContentControllerDidReceiveScriptMessage(const ScriptMessage& message) = 0;
 };
 
-/// Holds its handlers strongly.
+/// The page's message handlers, held strongly. They receive messages of the main frame's own scripts only. The
+/// scripts of other frames do not find them, whatever their origin.
 class UserContentController {
  public:
   virtual ~UserContentController() = default;
+  /// Before the page is loaded.
   virtual void addScriptMessageHandler(std::shared_ptr<ScriptMessageHandler> handler,
                                        std::string_view name) = 0;
   virtual void removeScriptMessageHandlerForName(std::string_view name) = 0;
@@ -40,13 +42,26 @@ struct WebViewConfiguration {
   std::shared_ptr<UserContentController> userContentController;
   bool allowsInlineMediaPlayback = false;
   bool mediaTypesRequireUserAction = true;
+  /// What the page or one of its frames requests over http is requested over https instead.
+  bool upgradeToHTTPS = false;
 };
+
+enum class WebViewNavigationPolicy { Cancel, Allow };
 
 class WebViewNavigationDelegate {
  public:
   virtual ~WebViewNavigationDelegate() = default;
   /// The HTTP status of the page that loads. It precedes the end of the navigation.
   virtual void webViewDidReceiveResponse(int status) = 0;
+  /// Asked before the main frame gets another document: for a load, for each redirect of it, and for each
+  /// navigation of the page, except within its document. A platform that learns late which frame navigates asks
+  /// when the answer arrives, and asks about a navigation to plain http before it knows the frame. A cancelled
+  /// navigation fails as a provisional one, and the document stays.
+  virtual WebViewNavigationPolicy webViewDecidePolicyForNavigation(std::string_view) {
+    return WebViewNavigationPolicy::Allow;
+  }
+  /// The main frame has got another document, before any message from it.
+  virtual void webViewDidCommitNavigation() {}
   virtual void webViewDidFinishNavigation() = 0;
   virtual void webViewDidFailProvisionalNavigation(const VMRError& error) = 0;
   virtual void webViewDidFailNavigation(const VMRError& error) = 0;

@@ -64,12 +64,13 @@ std::string dataUrl(const std::string& html) {
   return std::string("data:text/html;charset=utf-8;base64,") + encoded.get();
 }
 
-std::shared_ptr<Page> Page::create() {
+std::shared_ptr<Page> Page::create(bool upgradeToHTTPS) {
   auto page = std::make_shared<Page>();
   WebViewConfiguration configuration;
   configuration.userContentController = application().createUserContentController();
   configuration.allowsInlineMediaPlayback = true;
   configuration.mediaTypesRequireUserAction = false;
+  configuration.upgradeToHTTPS = upgradeToHTTPS;
   // Weakly, as the runtime does it: a controller that holds the page that holds the view would keep all
   // three.
   struct Forward : ScriptMessageHandler {

@@ -56,7 +56,7 @@ class Page : public ScriptMessageHandler,
              public std::enable_shared_from_this<Page> {
  public:
   /// The page posts to "test".
-  static std::shared_ptr<Page> create();
+  static std::shared_ptr<Page> create(bool upgradeToHTTPS = false);
 
   void loadHtml(const std::string& html);
   void load(const std::string& url, std::vector<std::pair<std::string, std::string>> headers = {});

@@ -128,6 +128,40 @@ TEST_F(VMRWebViewRuntimeTest, LogsAndReportsFailedScripts) {
             2u);
 }
 
+TEST_F(VMRWebViewRuntimeTest, KeepsTheControllerInItsDocumentAndOnHttps) {
+  const std::string refused = "VEMORA ERROR: Controller page not allowed to navigate to ";
+  EXPECT_TRUE(view_->configuration().upgradeToHTTPS);
+  EXPECT_TRUE(view_->mayNavigateTo("HTTPS://other.example/page"));
+  EXPECT_FALSE(view_->mayNavigateTo("http://cdn.vemora.example/page?user=secret"));
+  EXPECT_EQ(system().countLines(refused + "http://cdn.vemora.example"), 1u);
+  view_->commitNavigation();
+  for (const char* address :
+       {kPage, "https://other.example/", "data:text/html,x", "about:blank", "no address"}) {
+    EXPECT_FALSE(view_->mayNavigateTo(address)) << address;
+  }
+  view_->finishNavigation();
+  EXPECT_TRUE(view_->post("Vemora", json(R"({"id":"1","method":"event"})")));
+}
+
+TEST_F(VMRWebViewRuntimeTest, LogsRefusedNavigationsWithoutTheirAddressAndOnceAsAnError) {
+  Vemora::debugMode(true);
+  view_->finishNavigation();
+  for (int i = 0; i < 3; ++i) EXPECT_FALSE(view_->mayNavigateTo("https://other.example/?user=secret"));
+  Vemora::debugMode(false);
+  const std::string line = "Controller page not allowed to navigate to https://other.example";
+  EXPECT_EQ(system().countLines("VEMORA ERROR: " + line), 1u);
+  EXPECT_EQ(system().countLines("VEMORA LOG: " + line), 2u);
+}
+
+TEST_F(VMRWebViewRuntimeTest, TakesTheBridgeFromADocumentThatReplacesTheController) {
+  view_->finishNavigation();
+  ASSERT_TRUE(view_->post("Vemora", json(R"({"id":"1","method":"event"})")));
+  view_->commitNavigation();
+  EXPECT_FALSE(view_->post("Vemora", json(R"({"id":"1","method":"event"})")));
+  EXPECT_FALSE(view_->post("VemoraLog", JsonValue("line")));
+  EXPECT_EQ(system().countLines("VEMORA ERROR: Controller page replaced by another document"), 1u);
+}
+
 TEST_F(VMRWebViewRuntimeTest, HandsPageMessagesToTheObserversInTheBackground) {
   view_->post("Vemora", json(R"({"id":"1","method":"event","params":{"event":"AdStarted"}})"));
   view_->post("Vemora", json(R"({"id":12,"method":"event"})"));

@@ -456,7 +456,18 @@ void FakeWebView::setContentInset(const EdgeInsets& insets) {
   contentInset_ = insets;
 }
 
+bool FakeWebView::mayNavigateTo(std::string_view url) {
+  const auto delegate = navigationDelegate_.lock();
+  return !delegate || delegate->webViewDecidePolicyForNavigation(url) == WebViewNavigationPolicy::Allow;
+}
+
+void FakeWebView::commitNavigation() {
+  hasDocument_ = true;
+  if (const auto delegate = navigationDelegate_.lock()) delegate->webViewDidCommitNavigation();
+}
+
 void FakeWebView::finishNavigation(int status) {
+  if (!hasDocument_) commitNavigation();
   const auto delegate = navigationDelegate_.lock();
   if (!delegate) return;
   delegate->webViewDidReceiveResponse(status);

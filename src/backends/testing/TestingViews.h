@@ -175,8 +175,9 @@ class FakeUserContentController final : public UserContentController {
 
 /// A web view whose page the test plays:
 ///
-///     created --loadRequest--> loading --finishNavigation--> loaded
+///     created --loadRequest--> loading --commitNavigation--> --finishNavigation--> loaded
 ///                                      --failNavigation / failProvisionalNavigation--> failed
+///     loaded --commitNavigation--> the page has been replaced by another document
 ///     any of these --terminateProcess--> without a process: every script fails from then on
 ///
 /// Scripts are recorded and answered on the main queue, without an error or with the one that `onEvaluate`
@@ -196,6 +197,10 @@ class FakeWebView final : public FakeView, public WebView {
   void setContentInsetAdjustmentNever() override;
   void setContentInset(const EdgeInsets& insets) override;
 
+  /// Whether a redirect or a navigation of the page is allowed.
+  bool mayNavigateTo(std::string_view url);
+  void commitNavigation();
+  /// Commits the navigation first if the test did not.
   void finishNavigation(int status = 200);
   void failProvisionalNavigation(const VMRError& error);
   void failNavigation(const VMRError& error);
@@ -225,6 +230,7 @@ class FakeWebView final : public FakeView, public WebView {
   std::vector<URLRequest> requests_;
   std::vector<std::string> scripts_;
   std::vector<std::string> journal_;
+  bool hasDocument_ = false;
   bool hasProcess_ = true;
   bool scrollEnabled_ = true;
   bool neverAdjustsInsets_ = false;

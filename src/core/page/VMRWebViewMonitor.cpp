@@ -7,6 +7,8 @@
 
 #include <Vemora/Vemora.h>
 
+#include <utility>
+
 namespace vemora {
 
 namespace {
@@ -30,6 +32,25 @@ void VMRWebViewMonitor::record(const char* event, const JsonValue& url, const Js
 void VMRWebViewMonitor::webViewDidReceiveResponse(int status) {
   if (status >= kFirstErrorStatus)
     reportFailure({"HTTP", status, "HTTP status " + std::to_string(status), {}, {}, nullptr});
+}
+
+WebViewNavigationPolicy VMRWebViewMonitor::webViewDecidePolicyForNavigation(std::string_view url) {
+  const auto target = Platform::shared().system().urlWithString(url);
+  if (!hasDocument_ && target && target->scheme == "https") {
+    return WebViewNavigationPolicy::Allow;
+  }
+  // The address itself can hold what the page knows of the user.
+  const std::string text = "Controller page not allowed to navigate to " +
+                           (target ? target->scheme + "://" + target->host : "an invalid address");
+  // A page can try without end, and errors are logged always.
+  std::exchange(hasRefused_, true) ? Vemora::log(text) : Vemora::logError(text);
+  return WebViewNavigationPolicy::Cancel;
+}
+
+void VMRWebViewMonitor::webViewDidCommitNavigation() {
+  if (!std::exchange(hasDocument_, true)) return;
+  Vemora::logError("Controller page replaced by another document");
+  if (const auto owner = runtime()) owner->removeMessageHandlers();
 }
 
 void VMRWebViewMonitor::webViewDidFinishNavigation() {

@@ -128,6 +128,7 @@ WebViewConfiguration VMRWebViewRuntime::configuration() {
   made.userContentController = Platform::shared().application().createUserContentController();
   made.allowsInlineMediaPlayback = true;
   made.mediaTypesRequireUserAction = false;
+  made.upgradeToHTTPS = true;
   const auto handler = WeakMessageHandler::initWith(self());
   made.userContentController->addScriptMessageHandler(handler, kRpcHandler);
   made.userContentController->addScriptMessageHandler(handler, kLogHandler);
@@ -251,6 +252,14 @@ void VMRWebViewRuntime::tearDown() {
   webView->removeFromSuperview();
   removeObservers();
   webView_.set(nullptr);
+}
+
+void VMRWebViewRuntime::removeMessageHandlers() {
+  const auto webView = getWebView();
+  if (!webView) return;
+  for (const char* name : {kRpcHandler, kLogHandler}) {
+    webView->configuration().userContentController->removeScriptMessageHandlerForName(name);
+  }
 }
 
 void VMRWebViewRuntime::removeObservers() {

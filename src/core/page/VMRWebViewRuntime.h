@@ -63,6 +63,8 @@ class VMRWebViewRuntime final : public VMRRuntime,
   void updateVisibility();
   void updateForVisibilityChange();
   void removeObservers();
+  /// For a page that is not the controller any more.
+  void removeMessageHandlers();
   void observeValueForKeyPath(std::string_view keyPath) override;
   void viewDidLayout() override;
   void userContentControllerDidReceiveScriptMessage(const ScriptMessage& message) override;

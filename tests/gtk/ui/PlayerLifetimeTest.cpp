@@ -1,8 +1,8 @@
 #include "../../common/ProcessResources.h"
 #include "backends/gtk/base/GObjectPtr.h"
 #include "core/player/VemoraAdPlayerBase_p.h"
+#include "gtk/ControllerServer.h"
 #include "gtk/GtkTest.h"
-#include "gtk/LoopbackServer.h"
 
 #include <Vemora/VemoraInlineAdPlayer.h>
 #include <Vemora/VemoraInterstitialAdPlayer.h>
@@ -12,8 +12,6 @@
 
 namespace vemora::test {
 namespace {
-
-constexpr char kPagePath[] = "/mobile/sdk/v4/native/VMRWebViewRuntime.html";
 
 /// Answers everything at once, pings from a second after its ads on, and opens a page when it is paused.
 constexpr char kPage[] = R"(<script>
@@ -67,16 +65,7 @@ guint windows() {
 
 class PlayerLifetimeTest : public ::testing::Test {
  protected:
-  PlayerLifetimeTest() {
-    server_.serve(kPagePath, kPage);
-    server_.serve("/more", "<title>More</title>");
-    std::string address = server_.url("");
-    address.erase(0, address.find("//") + 2);
-    while (address.ends_with('/')) address.pop_back();
-    gtk::setInfoDictionaryEntry("VemoraControllerHost", address);
-    gtk::allowTLSCertificateForHost(server_.certificate(), "127.0.0.1");
-  }
-  ~PlayerLifetimeTest() override { gtk::setInfoDictionaryEntry("VemoraControllerHost", std::nullopt); }
+  PlayerLifetimeTest() { server_.serve("/more", "<title>More</title>"); }
 
   std::shared_ptr<VemoraAdPlayerBase> inlinePlayer() {
     auto player = VemoraInlineAdPlayer::initInView(window_.adView());
@@ -90,7 +79,7 @@ class PlayerLifetimeTest : public ::testing::Test {
     return waitUntil([&] { return host_->started >= count; });
   }
 
-  LoopbackServer server_{LoopbackServer::Security::SelfSigned};
+  ControllerServer server_{kPage};
   HostWindow window_;
   std::shared_ptr<Host> host_ = std::make_shared<Host>();
 };

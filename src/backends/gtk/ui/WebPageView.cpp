@@ -51,7 +51,8 @@ GObjectPtr<WebKitWebView> newWebKitWebView(const WebViewConfiguration& configura
       nullptr));
   return GObjectPtr<WebKitWebView>::sink(WEBKIT_WEB_VIEW(g_object_new(
       WEBKIT_TYPE_WEB_VIEW, "network-session", session.get(), "settings", settings.get(), "website-policies",
-      policies.get(), "user-content-manager", contentController.manager(), nullptr)));
+      policies.get(), "user-content-manager", contentController.manager(), "default-content-security-policy",
+      configuration.upgradeToHTTPS ? "upgrade-insecure-requests" : nullptr, nullptr)));
 }
 
 GObjectPtr<WebKitURIRequest> toolkitRequest(const URLRequest& request) {
@@ -83,6 +84,11 @@ int httpStatus(WebKitWebView* webView) {
   WebKitWebResource* const page = webkit_web_view_get_main_resource(webView);
   WebKitURIResponse* const response = page ? webkit_web_resource_get_response(page) : nullptr;
   return response ? static_cast<int>(webkit_uri_response_get_status_code(response)) : 0;
+}
+
+bool hasScheme(const char* address, const char* scheme) {
+  const char* found = g_uri_peek_scheme(address ? address : "");
+  return found && g_ascii_strcasecmp(found, scheme) == 0;
 }
 
 constexpr std::string_view kBlankPage = "about:blank";
@@ -213,16 +219,37 @@ void WebPageView::refuseBrowserFeatures() {
       });
   on<gboolean(WebKitPolicyDecision*, WebKitPolicyDecisionType)>(
       "decide-policy",
-      [](WebPageView&, WebKitPolicyDecision* decision, WebKitPolicyDecisionType type) -> gboolean {
-        if (type != WEBKIT_POLICY_DECISION_TYPE_RESPONSE) return FALSE;
-        // WebKit would download a response that it cannot show.
-        if (webkit_response_policy_decision_is_mime_type_supported(
-                WEBKIT_RESPONSE_POLICY_DECISION(decision))) {
-          return FALSE;
-        }
-        webkit_policy_decision_ignore(decision);
-        return TRUE;
+      [](WebPageView& self, WebKitPolicyDecision* decision, WebKitPolicyDecisionType type) -> gboolean {
+        return self.decidePolicy(decision, type);
       });
+}
+
+bool WebPageView::decidePolicy(WebKitPolicyDecision* decision, WebKitPolicyDecisionType type) {
+  bool allowed = true;
+  if (type == WEBKIT_POLICY_DECISION_TYPE_RESPONSE) {
+    auto* response = WEBKIT_RESPONSE_POLICY_DECISION(decision);
+    const char* address = webkit_uri_request_get_uri(webkit_response_policy_decision_get_request(response));
+    // WebKit would download a response that it cannot show.
+    allowed =
+        webkit_response_policy_decision_is_mime_type_supported(response) &&
+        (!webkit_response_policy_decision_is_main_frame_main_resource(response) || mayNavigateTo(address));
+  } else if (type == WEBKIT_POLICY_DECISION_TYPE_NAVIGATION_ACTION) {
+    // WebKit does not tell which frame it is, except that nothing else is redirected before the page is there.
+    auto* action =
+        webkit_navigation_policy_decision_get_navigation_action(WEBKIT_NAVIGATION_POLICY_DECISION(decision));
+    const char* address = webkit_uri_request_get_uri(webkit_navigation_action_get_request(action));
+    const bool isRedirectOfLoad = !requestedAddress_.empty() && webkit_navigation_action_is_redirect(action);
+    const bool leavesHttps = cameOverHttps_ && hasScheme(address, "http");
+    allowed = !(isRedirectOfLoad || leavesHttps) || mayNavigateTo(address);
+  }
+  if (!allowed) webkit_policy_decision_ignore(decision);
+  return !allowed;
+}
+
+bool WebPageView::mayNavigateTo(const char* address) {
+  const auto delegate = navigationDelegate_.lock();
+  return !delegate ||
+         delegate->webViewDecidePolicyForNavigation(address ? address : "") == WebViewNavigationPolicy::Allow;
 }
 
 Rect WebPageView::frame() const {
@@ -275,6 +302,8 @@ void WebPageView::loadChanged(WebKitLoadEvent event) {
       loadFailed_ = true;
       return failProvisionally("The address cannot be shown");
     }
+    cameOverHttps_ = hasScheme(committed.data(), "https");
+    tellNavigation([](WebViewNavigationDelegate& delegate) { delegate.webViewDidCommitNavigation(); });
   }
   // WebKit also reports a failed load as finished.
   if (event != WEBKIT_LOAD_FINISHED || std::exchange(loadFailed_, false)) return;

@@ -53,6 +53,8 @@ class WebPageView final : public WidgetView, public WebView {
   WebKitWebView* webKit() const { return webView_.get(); }
   void watchPage();
   void refuseBrowserFeatures();
+  bool decidePolicy(WebKitPolicyDecision* decision, WebKitPolicyDecisionType type);
+  bool mayNavigateTo(const char* address);
   void didMove() override;
 
   void loadChanged(WebKitLoadEvent event);
@@ -77,6 +79,7 @@ class WebPageView final : public WidgetView, public WebView {
   std::vector<SignalConnection> connections_;
   /// Set until the requested page commits or fails.
   std::string requestedAddress_;
+  bool cameOverHttps_ = false;
   bool loadFailed_ = false;
   bool insideCall_ = false;
   bool processGone_ = false;  ///< Until the next load starts a new process.

@@ -1,0 +1,205 @@
+#include "core/page/VMRWebViewRuntime.h"
+#include "gtk/ControllerServer.h"
+#include "gtk/GtkTest.h"
+
+#include <webkit/webkit.h>
+
+#include <mutex>
+
+/// What frames, plain http and navigations of a page come to.
+namespace vemora::test {
+namespace {
+
+class PageBoundaryTest : public ::testing::Test {
+ protected:
+  HostWindow host_;
+};
+
+TEST_F(PageBoundaryTest, HandlersLookLikeThoseOfTheWebView) {
+  const auto page = Page::create();
+  application().keyWindow()->addSubview(page->view);
+  page->loadHtmlAndWait("<p>page");
+  EXPECT_EQ(page->ask(R"((() => {
+    const { messageHandlers } = window.webkit;
+    const { test } = messageHandlers;
+    const { postMessage } = test;
+    postMessage("unbound");
+    return ["test" in messageHandlers, test === messageHandlers.test, String(test), typeof messageHandlers.other];
+  })())")
+                .serialized(),
+            R"([true,true,"[object UserMessageHandler]","undefined"])");
+  EXPECT_EQ(page->messages.at(0).body, JsonValue("unbound"));
+}
+
+TEST_F(PageBoundaryTest, ThePageAndItsFramesLoadNothingOverPlainHttp) {
+  LoopbackServer plain;
+  ControllerServer secure("");
+  const std::string sources[] = {plain.url(""), "http" + secure.url("").substr(5)};
+  const auto mediaFrom = [&](const std::string& name) {
+    std::string html;
+    for (const auto& source : sources) {
+      html += "<img src='" + source + "/image-" + name + "'><video preload=auto src='" + source + "/video-" +
+              name + "'></video>";
+    }
+    return html + "<p style='background: url(" + plain.url("/style-" + name) + ")'>text";
+  };
+  const auto redirect = [&](SoupServerMessage* message) {
+    soup_server_message_set_redirect(message, SOUP_STATUS_FOUND, plain.url("/redirected").c_str());
+  };
+  secure.serve("/redirect", redirect);
+  secure.serve("/frame", mediaFrom("frame"));
+  secure.serve("/page", mediaFrom("page") +
+                            "<img src=/redirect><video src=/redirect></video><iframe src='http" +
+                            secure.url("/frame").substr(5) + "'></iframe>");
+  // It never finishes: the plain server waits for the rest of what it takes for a request.
+  const auto page = Page::create(true);
+  application().keyWindow()->addSubview(page->view);
+  page->load(secure.url("/page"));
+  EXPECT_TRUE(waitUntil([&] {
+    return secure.requests("/image-page") == 1 && secure.requests("/video-page") >= 1 &&
+           secure.requests("/image-frame") == 1 && secure.requests("/video-frame") >= 1 &&
+           secure.requests("/redirect") == 2;
+  })) << "what has an address with http is requested over https";
+  runFrames();
+  for (const char* path : {"/image-page", "/video-page", "/style-page", "/image-frame", "/video-frame",
+                           "/style-frame", "/redirected"}) {
+    EXPECT_EQ(plain.requests(path), 0) << path;
+  }
+}
+
+/// Posts the name of its document, and that it is still there.
+constexpr char kController[] = R"(<script>
+const name = Math.random();
+setInterval(() => webkit.messageHandlers.Vemora.postMessage({ id: "1", method: "alive", params: { name } }), 20);
+window.VemoraProxy = { bridge: { onMessage() {} } };
+</script><a id=away href=/other target=_top>away</a>)";
+
+class LastMessage final : public VMRRuntimeMessageHandler {
+ public:
+  bool onMessage(const std::shared_ptr<VMRRpc>& message) override {
+    const std::lock_guard lock(mutex_);
+    ++count_;
+    document_ = message ? message->params()["name"] : JsonValue();
+    return true;
+  }
+  int count() const {
+    const std::lock_guard lock(mutex_);
+    return count_;
+  }
+  JsonValue document() const {
+    const std::lock_guard lock(mutex_);
+    return document_;
+  }
+
+ private:
+  mutable std::mutex mutex_;
+  int count_ = 0;
+  JsonValue document_;
+};
+
+class ControllerNavigationTest : public ::testing::Test {
+ protected:
+  ControllerNavigationTest() {
+    plain_.serve("/other", kController);
+    server_.serve("/other", kController);
+    server_.serve("/to-http", redirectTo(plain_.url("/other")));
+  }
+
+  static LoopbackServer::Handler redirectTo(const std::string& url) {
+    return [url](SoupServerMessage* message) {
+      soup_server_message_set_redirect(message, SOUP_STATUS_FOUND, url.c_str());
+    };
+  }
+  void load() {
+    runtime_ = VMRWebViewRuntime::init();
+    runtime_->registerObserver(last_);
+    application().keyWindow()->addSubview(runtime_->getWebView());
+    ASSERT_TRUE(waitUntil([&] { return runtime_->loaded()->isDone(); }));
+  }
+  bool isAlive() {
+    const int before = last_->count();
+    return waitUntil([&] { return last_->count() > before + 2; }, 5);
+  }
+  void run(const std::string& script) { runtime_->getWebView()->evaluateJavaScript(script, {}); }
+  static bool logged(const std::string& text) {
+    const auto lines = takeWarnings();
+    return lines.size() == 1 && lines[0].find(text) != std::string::npos;
+  }
+
+  LoopbackServer plain_;
+  ControllerServer server_{kController};
+  HostWindow host_;
+  std::shared_ptr<LastMessage> last_ = std::make_shared<LastMessage>();
+  std::shared_ptr<VMRWebViewRuntime> runtime_;
+};
+
+TEST_F(ControllerNavigationTest, TheLoadFollowsRedirectsOverHttpsOnly) {
+  server_.serve(ControllerServer::kPagePath, redirectTo(server_.url("/other")));
+  load();
+  EXPECT_FALSE(runtime_->loaded()->error());
+  EXPECT_TRUE(isAlive());
+
+  for (const char* path : {"/to-http", "/other"}) {
+    const auto address = path == std::string("/other") ? plain_.url(path) : server_.url(path);
+    server_.serve(ControllerServer::kPagePath, redirectTo(address));
+    load();
+    EXPECT_TRUE(runtime_->loaded()->error());
+    EXPECT_TRUE(logged("Controller page not allowed to navigate to http://127.0.0.1"));
+    EXPECT_FALSE(isAlive());
+  }
+  EXPECT_EQ(plain_.requests("/other"), 0);
+}
+
+TEST_F(ControllerNavigationTest, ThePageKeepsItsDocument) {
+  load();
+  ASSERT_TRUE(isAlive());
+  const JsonValue document = last_->document();
+  run("location.href = '" + plain_.url("/other") + "'");
+  EXPECT_TRUE(
+      waitUntil([&] { return logged("Controller page not allowed to navigate to http://127.0.0.1"); }));
+  int ended = 0;
+  g_signal_connect(runtime_->getWebView()->layer(), "load-changed",
+                   G_CALLBACK(+[](void*, WebKitLoadEvent event, int* count) {
+                     if (event == WEBKIT_LOAD_FINISHED) ++*count;
+                   }),
+                   &ended);
+  const char* const attempts[] = {
+      "location.href = '/to-http'",
+      "location.href = '/other'",
+      "location.reload()",
+      "document.getElementById('away').click()",
+      "location.href = 'data:text/html,x'",
+      "location.href = URL.createObjectURL(new Blob(['x'], { type: 'text/html' }))",
+      "const f = document.createElement('form'); f.method = 'post'; f.action = '/other'; "
+      "document.body.append(f); "
+      "f.submit()",
+      "const i = document.createElement('iframe'); i.srcdoc = '<script>top.location = \"/other\"</' + "
+      "'script>'; "
+      "document.body.append(i)",
+  };
+  for (const char* attempt : attempts) {
+    const int before = ended;
+    run(attempt);
+    EXPECT_TRUE(waitUntil([&] { return ended > before; }, 10)) << attempt;
+    EXPECT_TRUE(isAlive()) << attempt;
+    EXPECT_EQ(last_->document(), document) << attempt;
+  }
+  EXPECT_EQ(plain_.requests("/other"), 0);
+  EXPECT_TRUE(takeWarnings().empty()) << "the first refusal alone is an error";
+  run("location.hash = 'part'; history.pushState(1, '', '/pushed')");
+  EXPECT_TRUE(isAlive());
+  // The view outlives this function's variables.
+  g_signal_handlers_disconnect_by_data(runtime_->getWebView()->layer(), &ended);
+}
+
+TEST_F(ControllerNavigationTest, AnotherDocumentHasNoBridge) {
+  load();
+  ASSERT_TRUE(isAlive());
+  run("location.href = 'about:blank'");
+  ASSERT_TRUE(waitUntil([&] { return logged("Controller page replaced by another document"); }));
+  run("window.webkit.messageHandlers.Vemora.postMessage({ id: '1', method: 'alive' })");
+  EXPECT_FALSE(isAlive());
+}
+
+}  // namespace
+}  // namespace vemora::test
