@@ -67,6 +67,21 @@ std::vector<Scenario> eventScenarios() {
        },
        {{"adStart -", "didLoadAds 2"}}},
       {group,
+       "ending-before-the-ads",
+       "The page ends the session in place of an answer with ads.",
+       [](Session& s) {
+         s.load();
+         s.page().answer("get.ads", {.copies = 0});
+         s.page().finish();
+         s.advance(1);
+         s.page().event("AdError", "");
+         s.advance(12);
+       },
+       {{"didLoadAds - 5003", "adError - 5004"},
+        {kGivenUp},
+        {},
+        "The ending follows the report of the load."}},
+      {group,
        "events-after-the-end",
        "The page goes on after \"AdGroupEnd\".",
        [](Session& s) {
@@ -119,6 +134,30 @@ std::vector<Scenario> eventScenarios() {
          s.advance(12);
        },
        {kPlaying, {}, {}, "No callback follows the release of the player."}},
+      {group,
+       "shutdown-before-queued-events",
+       "The host shuts down inside a callback, with more events behind it.",
+       [](Session& s) {
+         s.play();
+         s.onCallback("adPaused", [&s] { s.shutdown(); });
+         for (const char* event : {"AdPaused", "AdPlaying", "AdClickThru", "AdGroupEnd"})
+           s.page().event(event);
+         s.advance(12);
+       },
+       {playingThen({"adPaused a"}), {}, {}, "No callback follows `shutdown`."}},
+      {group,
+       "load-before-queued-events",
+       "The host loads again inside a callback, with more events of the first page behind it.",
+       [](Session& s) {
+         s.play();
+         s.onCallback("adPaused", [&s] { s.load(); });
+         for (const char* event : {"AdPaused", "AdPlaying", "AdClickThru", "AdGroupEnd"})
+           s.page().event(event);
+         s.run();
+         s.page().finish();
+         s.advance(12);
+       },
+       {playingThen({"adPaused a", "didLoadAds 2"})}},
       {group,
        "click-storm",
        "The page reports 200 clicks at once.",

@@ -72,6 +72,18 @@ std::vector<Scenario> windowScenarios() {
        },
        {kPlaying}},
       {group,
+       "release-before-queued-window",
+       "The host releases the player inside a callback, with a request for a window behind it.",
+       [](Session& s) {
+         s.play();
+         s.onCallback("adClicked", [&s] { s.releasePlayer(); });
+         s.page().event("AdClickThru");
+         s.page().window("open", "https://shop.example/");
+         s.advance(12);
+         require(s, s.application().browsers().empty(), "no browser opens");
+       },
+       {{"didLoadAds 2", "adGroupStart 2", "adStart a", "adClicked a"}, {}, {}, "No browser opens."}},
+      {group,
        "window.open",
        "The page calls `window.open`.",
        [](Session& s) {
