@@ -133,6 +133,19 @@ std::vector<Scenario> replyScenarios() {
        commandWith({.copies = 2}),
        {kPlaying, {}, {}, "The session goes on."}},
       {group,
+       "start-without-ads",
+       "The host starts a player whose load brought no ads.",
+       [](Session& s) {
+         s.load();
+         s.page().answer("get.ads", {R"("result":{"data":{"adgroup":{"ads":[]}}})"});
+         s.page().finish();
+         s.run();
+         s.start();
+         s.advance(3);
+         if (s.page().calls().back() != "get.ads") s.breakPromise("nothing is asked of the page");
+       },
+       {{"didLoadAds 0 5003"}, {"get.ads: No ads available"}, {}, "Nothing is asked of the page."}},
+      {group,
        "unasked-reply",
        "A reply comes to a call that was never made.",
        [](Session& s) {

@@ -107,7 +107,7 @@ class Session {
   std::set<std::size_t> answeredBeacons_;
   std::size_t endings_ = 0;
   std::size_t loadReports_ = 0;
-  bool requestIsUnderWay_ = false;
+  bool mayBeInCallback_ = false;
   std::size_t viewsBefore_ = 0;
   bool isFinished_ = false;
 };
