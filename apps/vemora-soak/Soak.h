@@ -14,6 +14,7 @@ struct SoakOptions {
   int warmUp = 10;
   SoakPlacement placement = SoakPlacement::All;
   bool usesFeatures = false;
+  bool isBare = false;      ///< WebKit's web view alone, without the SDK.
   bool reportOnly = false;  ///< Growth is reported but no failure.
   double maxSeconds = 0;    ///< Stops before the next cycle once they have passed; 0: never.
   /// Fails when the longest hold of the main thread is longer; 0: any is fine.

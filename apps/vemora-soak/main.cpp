@@ -27,6 +27,7 @@ std::optional<SoakPlacement> placementNamed(std::string_view name) {
 std::optional<SoakOptions> readCommandLine(int& argc, char**& argv) {
   SoakOptions options;
   gboolean usesFeatures = FALSE;
+  gboolean isBare = FALSE;
   gboolean reportOnly = FALSE;
   char* placement = nullptr;
   const GOptionEntry entries[] = {
@@ -35,6 +36,8 @@ std::optional<SoakOptions> readCommandLine(int& argc, char**& argv) {
        "NAME"},
       {"features", 0, 0, G_OPTION_ARG_NONE, &usesFeatures,
        "The page uses dialogs, frames, windows, downloads, permission requests and media", nullptr},
+      {"bare", 0, 0, G_OPTION_ARG_NONE, &isBare,
+       "The same page in a web view without the SDK: what WebKit itself leaves behind", nullptr},
       {"warm-up", 0, 0, G_OPTION_ARG_INT, &options.warmUp, "Cycles before those that count (default: 10)",
        "N"},
       {"report-only", 0, 0, G_OPTION_ARG_NONE, &reportOnly, "Report growth without failing for it", nullptr},
@@ -63,6 +66,7 @@ std::optional<SoakOptions> readCommandLine(int& argc, char**& argv) {
   } else {
     options.placement = *chosen;
     options.usesFeatures = usesFeatures != FALSE;
+    options.isBare = isBare != FALSE;
     options.reportOnly = reportOnly != FALSE;
     return options;
   }
