@@ -27,8 +27,8 @@ class ScriptMessageHandler {
   virtual void userContentControllerDidReceiveScriptMessage(const ScriptMessage& message) = 0;
 };
 
-/// The page's message handlers, held strongly. They receive messages of the main frame's own scripts only. The
-/// scripts of other frames do not find them, whatever their origin.
+/// The page's message handlers, held strongly. They receive messages of the main frame's own scripts only.
+/// The scripts of other frames do not find them, whatever their origin.
 class UserContentController {
  public:
   virtual ~UserContentController() = default;
@@ -54,9 +54,9 @@ class WebViewNavigationDelegate {
   /// The HTTP status of the page that loads. It precedes the end of the navigation.
   virtual void webViewDidReceiveResponse(int status) = 0;
   /// Asked before the main frame gets another document: for a load, for each redirect of it, and for each
-  /// navigation of the page, except within its document. A platform that learns late which frame navigates asks
-  /// when the answer arrives, and asks about a navigation to plain http before it knows the frame. A cancelled
-  /// navigation fails as a provisional one, and the document stays.
+  /// navigation of the page, except within its document. A platform that learns late which frame navigates
+  /// asks when the answer arrives, and asks about a navigation to plain http before it knows the frame. A
+  /// cancelled navigation fails as a provisional one, and the document stays.
   virtual WebViewNavigationPolicy webViewDecidePolicyForNavigation(std::string_view) {
     return WebViewNavigationPolicy::Allow;
   }

@@ -110,7 +110,8 @@ TEST(HazardsTest, FindsWhatWentWrongOnTheWay) {
       {R"("kind":"message","direction":"fromPage","body":{"id":"1","error":{"message":"no"}})", "page-error"},
       {R"("kind":"ending","error":{"code":5004,"description":"Ad playback failed","failureReason":"no media"})",
        "playback-failed"},
-      {R"("kind":"ending","error":{"code":5004,"failureReason":"The server does not allow this: CORS"})", "cors"}};
+      {R"("kind":"ending","error":{"code":5004,"failureReason":"The server does not allow this: CORS"})",
+       "cors"}};
   for (const auto& [record, name] : table) EXPECT_EQ(hazardsIn({{0, record}}), Names{name}) << record;
   EXPECT_EQ(hazardsIn({{0, kAds}, {1, event("AdPaused", "z")}, {1, event("AdGroupEnd", "")}}),
             Names{"unknown-ad"});

@@ -24,8 +24,8 @@ class VMRWebViewMonitor final : public VMRFuture, public WebViewNavigationDelega
 
   /// An HTTP error is logged. It does not fail the load: that is left to the page that came with it.
   void webViewDidReceiveResponse(int status) override;
-  /// The load may follow redirects, over https only. The document that it ends at is the controller for good: its
-  /// main frame goes nowhere else, not even to the same address again.
+  /// The load may follow redirects, over https only. The document that it ends at is the controller for good:
+  /// its main frame goes nowhere else, not even to the same address again.
   WebViewNavigationPolicy webViewDecidePolicyForNavigation(std::string_view url) override;
   /// A document that replaces the controller's gets no bridge.
   void webViewDidCommitNavigation() override;

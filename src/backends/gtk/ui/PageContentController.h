@@ -14,10 +14,10 @@ namespace vemora::gtk {
 
 /// The named handlers of a page's `window.webkit.messageHandlers`.
 ///
-/// WebKit gives these objects to every frame, and does not tell which frame a message came from. So a script of
-/// ours, which runs before those of the page, adds a secret to each message of the main frame and takes the
-/// objects away from the others. A message without the secret is dropped: a frame can reach the handlers through a
-/// frame of its own that has no document yet, where no script of ours has run.
+/// WebKit gives these objects to every frame, and does not tell which frame a message came from. So a script
+/// of ours, which runs before those of the page, adds a secret to each message of the main frame and takes
+/// the objects away from the others. A message without the secret is dropped: a frame can reach the handlers
+/// through a frame of its own that has no document yet, where no script of ours has run.
 class PageContentController final : public UserContentController,
                                     public std::enable_shared_from_this<PageContentController> {
  public:

@@ -234,7 +234,8 @@ bool WebPageView::decidePolicy(WebKitPolicyDecision* decision, WebKitPolicyDecis
         webkit_response_policy_decision_is_mime_type_supported(response) &&
         (!webkit_response_policy_decision_is_main_frame_main_resource(response) || mayNavigateTo(address));
   } else if (type == WEBKIT_POLICY_DECISION_TYPE_NAVIGATION_ACTION) {
-    // WebKit does not tell which frame it is, except that nothing else is redirected before the page is there.
+    // WebKit does not tell which frame it is, except that nothing else is redirected before the page is
+    // there.
     auto* action =
         webkit_navigation_policy_decision_get_navigation_action(WEBKIT_NAVIGATION_POLICY_DECISION(decision));
     const char* address = webkit_uri_request_get_uri(webkit_navigation_action_get_request(action));
