@@ -12,8 +12,9 @@ namespace {
 constexpr char kBridgeScript[] = R"js((secret => {
   const namespace = window.webkit;
   if (!namespace) return;
+  const prototype = Object.getPrototypeOf(namespace);
   const native = namespace.messageHandlers;
-  delete Object.getPrototypeOf(namespace).messageHandlers;
+  delete prototype.messageHandlers;
   if (window !== window.top) return;
   const known = new Map();
   const bridged = handler => {
@@ -28,7 +29,8 @@ constexpr char kBridgeScript[] = R"js((secret => {
       return Object.hasOwn(handlers, name) ? bridged(handlers[name]) : handlers[name];
     },
   });
-  Object.defineProperty(namespace, "messageHandlers", { value: messageHandlers, enumerable: true });
+  // Not on the object itself: it is collected while no script refers to it, and made anew without the property.
+  Object.defineProperty(prototype, "messageHandlers", { get: () => messageHandlers, enumerable: true });
 }))js";
 
 std::string newSecret() {
