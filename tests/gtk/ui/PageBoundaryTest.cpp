@@ -10,10 +10,94 @@
 namespace vemora::test {
 namespace {
 
+/// Tries to post from a frame in every way in which a script can get at a window, and then counts its attempts to
+/// the page.
+constexpr char kHostileFrame[] = R"(<script>
+let attempts = 0;
+const root = () => document.documentElement;
+const tryPost = (how, target) => {
+  ++attempts;
+  try { target.webkit.messageHandlers.test.postMessage("frame: " + how); } catch {}
+};
+const inside = "<script>try { webkit.messageHandlers.test.postMessage('frame: inside'); } catch {}<\/script>";
+const frame = (how, properties) => {
+  const element = document.createElement("iframe");
+  element.onload = () => tryPost(how + " loaded", element.contentWindow);
+  Object.assign(element, properties);
+  root().append(element);
+  tryPost(how, element.contentWindow);
+  return element;
+};
+tryPost("direct", window);
+frame("empty", {});
+frame("about:blank", { src: "about:blank" });
+frame("srcdoc", { srcdoc: inside });
+frame("script address", { src: "javascript:'<p>'" });
+frame("blob", { src: URL.createObjectURL(new Blob([inside], { type: "text/html" })) });
+frame("data", { src: "data:text/html," + inside });
+frame("same origin", { src: "/plain" });
+frame("image", { src: "/image.svg" });
+frame("sandboxed", { sandbox: "allow-scripts", srcdoc: inside });
+const moved = frame("moved", {});
+root().append(moved);
+tryPost("after the move", moved.contentWindow);
+// A sandboxed frame may not touch the documents of its own frames.
+try {
+  const written = frame("written", {});
+  written.contentDocument.open();
+  written.contentDocument.write(inside);
+  tryPost("while written", written.contentWindow);
+  written.contentDocument.close();
+} catch {}
+setTimeout(() => {
+  tryPost("later", window);
+  parent.postMessage({ attempts, seen: String(window.webkit && window.webkit.messageHandlers) }, "*");
+  document.open();
+  document.write("<p>" + inside);
+  document.close();
+  tryPost("reopened", window);
+}, 500);
+</script>)";
+
+constexpr char kSvg[] = R"(<svg xmlns="http://www.w3.org/2000/svg"><script>
+try { webkit.messageHandlers.test.postMessage("frame: svg"); } catch {}
+</script></svg>)";
+
 class PageBoundaryTest : public ::testing::Test {
  protected:
+  static std::shared_ptr<Page> loadedPage(const std::string& url) {
+    auto page = Page::create();
+    application().keyWindow()->addSubview(page->view);
+    page->load(url);
+    EXPECT_EQ(page->outcome(), "finished");
+    return page;
+  }
+
   HostWindow host_;
 };
+
+TEST_F(PageBoundaryTest, FramesDoNotReachTheHandlersUnlessThePagePassesMessagesOn) {
+  LoopbackServer own;
+  LoopbackServer foreign;
+  foreign.serve("/frame", kHostileFrame);
+  foreign.serve("/plain", "<p>plain");
+  foreign.serve("/image.svg", kSvg, "image/svg+xml");
+  own.serve("/page",
+            "<script>onmessage = event => webkit.messageHandlers.test.postMessage(event.data)</script>"
+            "<iframe src='" +
+                foreign.url("/frame") +
+                "'></iframe>"
+                "<iframe sandbox=allow-scripts src='" +
+                foreign.url("/frame") + "'></iframe>");
+  const auto page = loadedPage(own.url("/page"));
+  ASSERT_TRUE(waitUntil([&] { return page->messages.size() >= 2; }, 20)) << page->messages.size();
+  runFor(0.5);
+  for (const auto& message : page->messages) {
+    EXPECT_GT(message.body["attempts"].integerValue(), 15) << message.body.serialized().value_or("");
+    EXPECT_EQ(message.body["seen"], JsonValue("undefined"));
+  }
+  EXPECT_EQ(page->messages.size(), 2U);
+}
 
 TEST_F(PageBoundaryTest, HandlersLookLikeThoseOfTheWebView) {
   const auto page = Page::create();
