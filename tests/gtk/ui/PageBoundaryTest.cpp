@@ -4,14 +4,15 @@
 
 #include <webkit/webkit.h>
 
+#include <algorithm>
 #include <mutex>
 
 /// What frames, plain http and navigations of a page come to.
 namespace vemora::test {
 namespace {
 
-/// Tries to post from a frame in every way in which a script can get at a window, and then counts its attempts to
-/// the page.
+/// Tries to post from a frame in every way in which a script can get at a window, and then counts its
+/// attempts to the page.
 constexpr char kHostileFrame[] = R"(<script>
 let attempts = 0;
 const root = () => document.documentElement;
@@ -103,16 +104,27 @@ TEST_F(PageBoundaryTest, HandlersLookLikeThoseOfTheWebView) {
   const auto page = Page::create();
   application().keyWindow()->addSubview(page->view);
   page->loadHtmlAndWait("<p>page");
-  EXPECT_EQ(page->ask(R"((() => {
+  EXPECT_FALSE(page->evaluate(R"(
     const { messageHandlers } = window.webkit;
     const { test } = messageHandlers;
     const { postMessage } = test;
     postMessage("unbound");
-    return ["test" in messageHandlers, test === messageHandlers.test, String(test), typeof messageHandlers.other];
-  })())")
-                .serialized(),
-            R"([true,true,"[object UserMessageHandler]","undefined"])");
-  EXPECT_EQ(page->messages.at(0).body, JsonValue("unbound"));
+    postMessage(["test" in messageHandlers, test === messageHandlers.test, String(test), typeof messageHandlers.other]);
+    undefined)"));
+  ASSERT_TRUE(waitUntil([&] { return page->messages.size() == 2; }));
+  EXPECT_EQ(page->messages[0].body, JsonValue("unbound"));
+  EXPECT_EQ(page->messages[1].body.serialized(), R"([true,true,"[object UserMessageHandler]","undefined"])");
+}
+
+TEST_F(PageBoundaryTest, HandlersOutliveTheGarbageOfAPage) {
+  const auto page = Page::create();
+  application().keyWindow()->addSubview(page->view);
+  page->loadHtmlAndWait("<p>page");
+  // A collection comes after some hundred megabytes, in a later turn of the page's event loop.
+  for (int round = 0; round < 20; ++round) {
+    ASSERT_EQ(page->ask("Array.from({ length: 300000 }, (_, i) => ({ i })).length"), JsonValue(300000))
+        << round;
+  }
 }
 
 TEST_F(PageBoundaryTest, ThePageAndItsFramesLoadNothingOverPlainHttp) {
@@ -205,9 +217,16 @@ class ControllerNavigationTest : public ::testing::Test {
     return waitUntil([&] { return last_->count() > before + 2; }, 5);
   }
   void run(const std::string& script) { runtime_->getWebView()->evaluateJavaScript(script, {}); }
+  /// A page that is alive posts every 20 ms.
+  bool isSilent() {
+    const int before = last_->count();
+    runFor(0.4);
+    return last_->count() == before;
+  }
   static bool logged(const std::string& text) {
     const auto lines = takeWarnings();
-    return lines.size() == 1 && lines[0].find(text) != std::string::npos;
+    return std::any_of(lines.begin(), lines.end(),
+                       [&](const std::string& line) { return line.find(text) != std::string::npos; });
   }
 
   LoopbackServer plain_;
@@ -229,7 +248,7 @@ TEST_F(ControllerNavigationTest, TheLoadFollowsRedirectsOverHttpsOnly) {
     load();
     EXPECT_TRUE(runtime_->loaded()->error());
     EXPECT_TRUE(logged("Controller page not allowed to navigate to http://127.0.0.1"));
-    EXPECT_FALSE(isAlive());
+    EXPECT_TRUE(isSilent());
   }
   EXPECT_EQ(plain_.requests("/other"), 0);
 }
@@ -282,7 +301,7 @@ TEST_F(ControllerNavigationTest, AnotherDocumentHasNoBridge) {
   run("location.href = 'about:blank'");
   ASSERT_TRUE(waitUntil([&] { return logged("Controller page replaced by another document"); }));
   run("window.webkit.messageHandlers.Vemora.postMessage({ id: '1', method: 'alive' })");
-  EXPECT_FALSE(isAlive());
+  EXPECT_TRUE(isSilent());
 }
 
 }  // namespace
