@@ -27,8 +27,8 @@ class ScriptMessageHandler {
   virtual void userContentControllerDidReceiveScriptMessage(const ScriptMessage& message) = 0;
 };
 
-/// The page's message handlers, held strongly. They receive messages of the main frame's own scripts only.
-/// The scripts of other frames do not find them, whatever their origin.
+/// The page's message handlers, held strongly. They receive messages of the main frame's own scripts only:
+/// those of other frames do not find them, or get nothing through, whatever their origin.
 class UserContentController {
  public:
   virtual ~UserContentController() = default;

@@ -320,12 +320,9 @@ TEST_F(VemoraAdBreakTest, TheCallbackMayReleaseTheBreakAndRunTheNext) {
 }
 
 TEST_F(VemoraAdBreakTest, ReleasedOnAnotherThreadItIsSilentAndEndsOnTheMainThread) {
-  struct Captured {
-    std::optional<bool>& wasOnMainThread;
-    ~Captured() { wasOnMainThread = dispatch().isMainThread(); }
-  };
   std::optional<bool> wasOnMainThread;
-  break_->run([this, captured = std::make_shared<Captured>(wasOnMainThread)](const auto& result) {
+  const auto noteThread = [&wasOnMainThread](void*) { wasOnMainThread = dispatch().isMainThread(); };
+  break_->run([this, captured = std::shared_ptr<void>(this, noteThread)](const auto& result) {
     results_.push_back(toString(result.outcome));
   });
   answerLoad();

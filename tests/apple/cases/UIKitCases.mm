@@ -287,6 +287,13 @@ struct PageRecorder : WebViewNavigationDelegate,
                       ScriptMessageHandler,
                       KeyValueObserver,
                       LayoutObserver {
+  void webViewDidReceiveResponse(int status) override {
+    events.push_back("status " + std::to_string(status));
+  }
+  WebViewNavigationPolicy webViewDecidePolicyForNavigation(std::string_view url) override {
+    return url.find("refused") == std::string_view::npos ? WebViewNavigationPolicy::Allow
+                                                         : WebViewNavigationPolicy::Cancel;
+  }
   void webViewDidFinishNavigation() override { events.push_back("finished"); }
   void webViewDidFailProvisionalNavigation(const VMRError& error) override {
     events.push_back("failed provisionally " + std::to_string(error.code));
@@ -361,6 +368,64 @@ TEST_F(WebViewCase, LoadsAndReportsFailures) {
   view_->setNavigationDelegate({});
   load("https://localhost/");
   EXPECT_EQ(recorder_->take(), Events());
+}
+
+TEST_F(WebViewCase, AsksWhereTheMainFrameMayGo) {
+  fake::setPage("https://localhost/refused", "");
+  fake::setPage("https://localhost/", "");
+  load("https://localhost/refused");
+  load("https://localhost/");
+  EXPECT_EQ(recorder_->take(), (Events{"failed provisionally 102", "finished"}));
+  const auto decide = [this](NSString* address, WKFrameInfo* frame) {
+    WKNavigationAction* action = [[WKNavigationAction alloc] init];
+    [action setValue:[NSURLRequest requestWithURL:(NSURL* _Nonnull)[NSURL URLWithString:address]]
+              forKey:@"request"];
+    if (frame) [action setValue:frame forKey:@"targetFrame"];
+    __block WKNavigationActionPolicy decision = (WKNavigationActionPolicy)-1;
+    [native().navigationDelegate webView:native()
+         decidePolicyForNavigationAction:action
+                         decisionHandler:^(WKNavigationActionPolicy policy) {
+                           decision = policy;
+                         }];
+    return decision;
+  };
+  EXPECT_EQ(decide(@"https://localhost/refused", fake::frame(true)), WKNavigationActionPolicyCancel);
+  EXPECT_EQ(decide(@"https://localhost/#refused", fake::frame(true)), WKNavigationActionPolicyAllow);
+  EXPECT_EQ(decide(@"https://localhost/refused", fake::frame(false)), WKNavigationActionPolicyAllow);
+  EXPECT_EQ(decide(@"https://localhost/refused", nil), WKNavigationActionPolicyAllow) << "a new window";
+}
+
+TEST_F(WebViewCase, ReportsTheStatusOfThePage) {
+  const auto answer = [this](bool isForMainFrame, bool canShow) {
+    WKNavigationResponse* response = [[WKNavigationResponse alloc] init];
+    [response setValue:@(isForMainFrame) forKey:@"forMainFrame"];
+    [response setValue:@(canShow) forKey:@"canShowMIMEType"];
+    [response setValue:[[NSHTTPURLResponse alloc]
+                            initWithURL:(NSURL* _Nonnull)[NSURL URLWithString:@"https://localhost/"]
+                             statusCode:404
+                            HTTPVersion:@"1.1"
+                           headerFields:@{}]
+                forKey:@"response"];
+    __block WKNavigationResponsePolicy decision = (WKNavigationResponsePolicy)-1;
+    [native().navigationDelegate webView:native()
+        decidePolicyForNavigationResponse:response
+                          decisionHandler:^(WKNavigationResponsePolicy policy) {
+                            decision = policy;
+                          }];
+    return decision;
+  };
+  EXPECT_EQ(answer(false, true), WKNavigationResponsePolicyAllow);
+  EXPECT_EQ(recorder_->take(), Events());
+  EXPECT_EQ(answer(true, false), WKNavigationResponsePolicyCancel) << "it would be downloaded";
+  EXPECT_EQ(recorder_->take(), Events{"status 404"});
+}
+
+TEST_F(WebViewCase, DropsMessagesOfOtherFrames) {
+  WKUserContentController* controller = native().configuration.userContentController;
+  [controller deliver:@"Vemora" body:@"hostile" frame:fake::frame(false)];
+  EXPECT_EQ(recorder_->take(), Events());
+  [controller deliver:@"Vemora" body:@"own" frame:fake::frame(true)];
+  EXPECT_EQ(recorder_->take(), Events{"Vemora \"own\""});
 }
 
 TEST_F(WebViewCase, ExchangesMessagesWithThePage) {

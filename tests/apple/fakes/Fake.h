@@ -105,8 +105,13 @@ int liveReachabilityTargets();
 }  // namespace fake
 
 #ifdef __OBJC__
+#import <WebKit/WebKit.h>
+@interface WKUserContentController (Fake)
+- (void)deliver:(NSString*)name body:(id)body frame:(WKFrameInfo*)frame;
+@end
 @class UIWindow, UIView;
 namespace fake {
+WKFrameInfo* frame(bool isMainFrame);
 /// The name and reason of the exception that the block raises; empty without one.
 std::string exceptionOf(void (^block)(void));
 /// 320 by 480 points, with a root view controller. Its safe area leaves out 20 points at the top and 10 at

@@ -25,25 +25,25 @@ void fake::setEvaluationError(std::optional<int> code) {
   evaluationError = code;
 }
 
+// What WebKit alone makes is filled by key-value coding.
+@implementation WKFrameInfo
+@synthesize mainFrame = _mainFrame;
+@end
 @implementation WKScriptMessage
-@synthesize body = _body, name = _name;
+@synthesize body = _body, name = _name, frameInfo = _frameInfo;
 @end
-@interface WKScriptMessage (Fake)
-- (instancetype)initWithName:(NSString*)name body:(id)body;
+@implementation WKNavigationAction
+@synthesize request = _request, targetFrame = _targetFrame;
 @end
-@implementation WKScriptMessage (Fake)
-- (instancetype)initWithName:(NSString*)name body:(id)body {
-  if ((self = [super init])) {
-    _name = [name copy];
-    _body = body;
-  }
-  return self;
-}
+@implementation WKNavigationResponse
+@synthesize forMainFrame = _forMainFrame, response = _response, canShowMIMEType = _canShowMIMEType;
 @end
 
-@implementation WKNavigationAction
-@synthesize request = _request;
-@end
+WKFrameInfo* fake::frame(bool isMainFrame) {
+  WKFrameInfo* frame = [[WKFrameInfo alloc] init];
+  [frame setValue:@(isMainFrame) forKey:@"mainFrame"];
+  return frame;
+}
 
 @implementation WKUserContentController {
   NSMutableDictionary* _handlers;
@@ -60,7 +60,13 @@ void fake::setEvaluationError(std::optional<int> code) {
   [_handlers removeObjectForKey:name];
 }
 - (void)deliver:(NSString*)name body:(id)body {
-  WKScriptMessage* message = [[WKScriptMessage alloc] initWithName:name body:body];
+  [self deliver:name body:body frame:fake::frame(true)];
+}
+- (void)deliver:(NSString*)name body:(id)body frame:(WKFrameInfo*)frame {
+  WKScriptMessage* message = [[WKScriptMessage alloc] init];
+  [message setValue:name forKey:@"name"];
+  [message setValue:body forKey:@"body"];
+  [message setValue:frame forKey:@"frameInfo"];
   [_handlers[name] userContentController:self didReceiveScriptMessage:message];
 }
 @end
@@ -83,7 +89,19 @@ void fake::setEvaluationError(std::optional<int> code) {
   UIScrollView* _scrollView;
   std::unique_ptr<fake::Script> _script;
 }
-@synthesize navigationDelegate = _navigationDelegate, UIDelegate = _UIDelegate;
+@synthesize navigationDelegate = _navigationDelegate, UIDelegate = _UIDelegate, URL = _URL;
+- (BOOL)mayLoad:(NSURLRequest*)request {
+  WKNavigationAction* action = [[WKNavigationAction alloc] init];
+  [action setValue:request forKey:@"request"];
+  [action setValue:fake::frame(true) forKey:@"targetFrame"];
+  __block BOOL allowed = YES;
+  [self.navigationDelegate webView:self
+      decidePolicyForNavigationAction:action
+                      decisionHandler:^(WKNavigationActionPolicy policy) {
+                        allowed = policy == WKNavigationActionPolicyAllow;
+                      }];
+  return allowed;
+}
 - (instancetype)initWithFrame:(CGRect)frame configuration:(WKWebViewConfiguration*)configuration {
   if ((self = [super initWithFrame:frame])) {
     _configuration = configuration;
@@ -110,12 +128,16 @@ void fake::setEvaluationError(std::optional<int> code) {
 - (WKNavigation*)loadRequest:(NSURLRequest*)request {
   fake::mainThreadOnly("a page is loaded");
   dispatch_async(dispatch_get_main_queue(), ^{
+    const BOOL allowed = [self mayLoad:request];
     const auto page = pages.find([[[request URL] absoluteString] UTF8String]);
-    if (page == pages.end()) {
-      NSError* error = [NSError errorWithDomain:NSURLErrorDomain code:-1003 userInfo:nil];
+    if (!allowed || page == pages.end()) {
+      NSError* error = allowed ? [NSError errorWithDomain:NSURLErrorDomain code:-1003 userInfo:nil]
+                               : [NSError errorWithDomain:@"WebKitErrorDomain" code:102 userInfo:nil];
       [self.navigationDelegate webView:self didFailProvisionalNavigation:nil withError:error];
       return;
     }
+    self->_URL = [request URL];
+    [self.navigationDelegate webView:self didCommitNavigation:nil];
     std::string ignored;
     self->_script->evaluate(page->second, ignored);
     [self.navigationDelegate webView:self didFinishNavigation:nil];

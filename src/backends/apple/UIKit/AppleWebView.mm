@@ -17,6 +17,15 @@ struct Observation {
   std::string keyPath;
 };
 
+NSString* withoutFragment(NSURL* url) {
+  return [[[url absoluteString] componentsSeparatedByString:@"#"] firstObject];
+}
+
+/// WebKit also asks about a link to a part of the page that is there.
+bool staysInDocument(NSURL* current, NSURL* target) {
+  return [target fragment] && current && [withoutFragment(current) isEqualToString:withoutFragment(target)];
+}
+
 }  // namespace
 
 /// Neither "window" nor "hidden" of a view is promised to be observable; overriding their changes is.
@@ -61,6 +70,31 @@ struct Observation {
  @public
   std::weak_ptr<vemora::WebViewNavigationDelegate> _navigation;
   std::weak_ptr<vemora::WebViewUIDelegate> _ui;
+}
+- (void)webView:(WKWebView*)webView
+    decidePolicyForNavigationAction:(WKNavigationAction*)action
+                    decisionHandler:(void (^)(WKNavigationActionPolicy))decisionHandler {
+  NSURL* target = [[action request] URL];
+  // Without a target frame a window is asked for: the UI delegate answers that.
+  const bool isAsked = [[action targetFrame] isMainFrame] && !staysInDocument([webView URL], target);
+  const auto delegate = isAsked ? _navigation.lock() : nullptr;
+  const bool allowed =
+      !delegate || delegate->webViewDecidePolicyForNavigation(toString([target absoluteString])) ==
+                       vemora::WebViewNavigationPolicy::Allow;
+  decisionHandler(allowed ? WKNavigationActionPolicyAllow : WKNavigationActionPolicyCancel);
+}
+- (void)webView:(WKWebView*)webView
+    decidePolicyForNavigationResponse:(WKNavigationResponse*)navigationResponse
+                      decisionHandler:(void (^)(WKNavigationResponsePolicy))decisionHandler {
+  NSURLResponse* response = [navigationResponse response];
+  const auto delegate = [navigationResponse isForMainFrame] ? _navigation.lock() : nullptr;
+  if (delegate && [response isKindOfClass:[NSHTTPURLResponse class]])
+    delegate->webViewDidReceiveResponse(static_cast<int>([(NSHTTPURLResponse*)response statusCode]));
+  decisionHandler([navigationResponse canShowMIMEType] ? WKNavigationResponsePolicyAllow
+                                                       : WKNavigationResponsePolicyCancel);
+}
+- (void)webView:(WKWebView*)webView didCommitNavigation:(WKNavigation*)navigation {
+  if (const auto delegate = _navigation.lock()) delegate->webViewDidCommitNavigation();
 }
 - (void)webView:(WKWebView*)webView didFinishNavigation:(WKNavigation*)navigation {
   if (const auto delegate = _navigation.lock()) delegate->webViewDidFinishNavigation();
@@ -112,6 +146,7 @@ struct Observation {
 }
 - (void)userContentController:(WKUserContentController*)controller
       didReceiveScriptMessage:(WKScriptMessage*)message {
+  if (![[message frameInfo] isMainFrame]) return;
   _handler->userContentControllerDidReceiveScriptMessage(
       {toString([message name]), vemora::apple::toJson([message body])});
 }
@@ -121,6 +156,7 @@ namespace vemora::apple {
 
 namespace {
 
+/// `upgradeToHTTPS` needs nothing here: App Transport Security refuses plain http unless the app exempts it.
 VMRWebView* newWebView(const Rect& frame, const WebViewConfiguration& configuration) {
   WKWebViewConfiguration* made = [[WKWebViewConfiguration alloc] init];
   const auto content =

@@ -1,7 +1,7 @@
 #pragma once
 #import <UIKit/UIKit.h>
 NS_ASSUME_NONNULL_BEGIN
-@class WKWebView, WKUserContentController, WKFrameInfo, WKWindowFeatures;
+@class WKWebView, WKUserContentController, WKWindowFeatures;
 FOUNDATION_EXPORT NSString* const WKErrorDomain;
 typedef NS_ENUM(NSInteger, WKErrorCode) {
   WKErrorUnknown = 1,
@@ -12,12 +12,30 @@ typedef NS_ENUM(NSInteger, WKErrorCode) {
 };
 @interface WKNavigation : NSObject
 @end
+@interface WKFrameInfo : NSObject
+@property(nonatomic, readonly, getter=isMainFrame) BOOL mainFrame;
+@end
 @interface WKNavigationAction : NSObject
 @property(nonatomic, readonly, copy) NSURLRequest* request;
+@property(nullable, nonatomic, readonly, copy) WKFrameInfo* targetFrame;
 @end
+@interface WKNavigationResponse : NSObject
+@property(nonatomic, readonly, getter=isForMainFrame) BOOL forMainFrame;
+@property(nonatomic, readonly, copy) NSURLResponse* response;
+@property(nonatomic, readonly) BOOL canShowMIMEType;
+@end
+typedef NS_ENUM(NSInteger, WKNavigationActionPolicy) {
+  WKNavigationActionPolicyCancel,
+  WKNavigationActionPolicyAllow
+};
+typedef NS_ENUM(NSInteger, WKNavigationResponsePolicy) {
+  WKNavigationResponsePolicyCancel,
+  WKNavigationResponsePolicyAllow
+};
 @interface WKScriptMessage : NSObject
 @property(nonatomic, readonly, copy) id body;
 @property(nonatomic, readonly, copy) NSString* name;
+@property(nonatomic, readonly, copy) WKFrameInfo* frameInfo;
 @end
 @protocol WKScriptMessageHandler <NSObject>
 - (void)userContentController:(WKUserContentController*)controller
@@ -40,6 +58,13 @@ typedef NS_OPTIONS(NSUInteger, WKAudiovisualMediaTypes) {
 @end
 @protocol WKNavigationDelegate <NSObject>
 @optional
+- (void)webView:(WKWebView*)webView
+    decidePolicyForNavigationAction:(WKNavigationAction*)navigationAction
+                    decisionHandler:(void (^)(WKNavigationActionPolicy))decisionHandler;
+- (void)webView:(WKWebView*)webView
+    decidePolicyForNavigationResponse:(WKNavigationResponse*)navigationResponse
+                      decisionHandler:(void (^)(WKNavigationResponsePolicy))decisionHandler;
+- (void)webView:(WKWebView*)webView didCommitNavigation:(null_unspecified WKNavigation*)navigation;
 - (void)webView:(WKWebView*)webView didFinishNavigation:(null_unspecified WKNavigation*)navigation;
 - (void)webView:(WKWebView*)webView
     didFailProvisionalNavigation:(null_unspecified WKNavigation*)navigation
@@ -66,6 +91,7 @@ typedef NS_OPTIONS(NSUInteger, WKAudiovisualMediaTypes) {
 @property(nullable, nonatomic, weak) id<WKNavigationDelegate> navigationDelegate;
 @property(nullable, nonatomic, weak) id<WKUIDelegate> UIDelegate;
 @property(nonatomic, readonly, strong) UIScrollView* scrollView;
+@property(nullable, nonatomic, readonly, copy) NSURL* URL;
 - (nullable WKNavigation*)loadRequest:(NSURLRequest*)request;
 - (void)stopLoading;
 - (void)evaluateJavaScript:(NSString*)script
