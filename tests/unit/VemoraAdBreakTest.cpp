@@ -40,7 +40,10 @@ class VemoraAdBreakTest : public PlayerTest {
   }
   /// The results so far, such as "Failed 5002".
   Results take() { return std::exchange(results_, {}); }
-  bool isPageClosed() { return !page_->view() || page_->view()->requests().back().url == "about:blank"; }
+  bool isPageClosed() {
+    const auto view = page_ ? page_->view() : nullptr;
+    return !view || view->requests().back().url == "about:blank";
+  }
 
   VemoraAdBreak::OnEnded recorder() {
     return [this](const VemoraAdBreak::Result& result) {
