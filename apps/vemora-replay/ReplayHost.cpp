@@ -62,7 +62,7 @@ class ReplayHost::Delegate final : public VemoraAdPlayerDelegate {
   std::shared_ptr<VemoraAdRequest> request;
 
   std::shared_ptr<VemoraAdRequest> requestForPlayer(const Player&) override {
-    const auto answer = request;
+    auto answer = request;
     host_.waitForRequest(player_);
     return answer;
   }
