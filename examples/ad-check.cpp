@@ -23,7 +23,7 @@ JsonValue describe(const std::shared_ptr<VemoraAdGroup>& group, const std::optio
   std::vector<JsonValue> ads;
   if (group)
     for (const auto& ad : *group) ads.push_back(describe(*ad));
-  return JsonValue::object({{"ads", std::move(ads)},
+  return JsonValue::object({{"ads", ads},
                             {"totalDuration", group ? group->totalDuration() : 0},
                             {"error", error ? JsonValue(toString(*error)) : JsonValue()}});
 }
