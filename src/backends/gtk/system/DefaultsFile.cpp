@@ -235,6 +235,7 @@ std::vector<std::string> DefaultsFile::handedOver() const {
   }
   std::sort(found.begin(), found.end());
   std::vector<std::string> paths;
+  paths.reserve(found.size());
   for (auto& [time, path] : found) paths.push_back(std::move(path));
   return paths;
 }
