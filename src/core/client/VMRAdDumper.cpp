@@ -238,13 +238,13 @@ JsonValue VMRAdDumper::vastDictionary(const VemoraAdRequest& request) {
   const auto device = known ? known->deviceManager() : nullptr;
   const auto app = known ? known->appInfo() : nullptr;
   if (device) device->updateInfo();
-  const JsonValue payload = JsonValue::object({{"apikey", request.apiKey()},
-                                               {"params", paramsObject(request, known)},
-                                               {"custom", request.customDict()},
-                                               {"playback", request.playbackDict()},
-                                               {"device", deviceObject(device)},
-                                               {"app", appObject(app)},
-                                               {"imp", JsonValue::object({})}});
+  JsonValue payload = JsonValue::object({{"apikey", request.apiKey()},
+                                         {"params", paramsObject(request, known)},
+                                         {"custom", request.customDict()},
+                                         {"playback", request.playbackDict()},
+                                         {"device", deviceObject(device)},
+                                         {"app", appObject(app)},
+                                         {"imp", JsonValue::object({})}});
   const auto channel = runtime();
   inspect::factsGathered(channel ? channel->number() : 0, payload);
   return payload;
