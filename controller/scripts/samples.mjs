@@ -1,4 +1,4 @@
-// Answers VAST and VMAP documents with the built page and tells what becomes of each:
+// Answers VAST and VMAP documents with the built page and prints the result for each:
 // npm run samples -- [--offline] FOLDER_OR_FILE ...
 // Documents come from the folder, and so do files that they refer to by "{{origin}}" or by a relative address. Everything
 // else comes from the network, unless --offline refuses it. Exits with 1 if a document is lost, fails or is silent.
@@ -99,7 +99,7 @@ function hasVideo(text) {
 }
 
 /**
- * What becomes of a document, and why: "plays", "no ad", "lost" (no ad although it has a video), "fails" (an announced ad
+ * The result for a document, and the reason: "plays", "no ad", "lost" (no ad although it has a video), "fails" (an announced ad
  * shows no frame), "refused" (the request is answered with an error) or "silent" (it is not answered).
  */
 async function judge(context, { folder, name }, isOffline) {

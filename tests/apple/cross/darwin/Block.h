@@ -1,11 +1,2 @@
 #pragma once
-#ifdef __cplusplus
-extern "C" {
-#endif
-void* _Block_copy(const void*);
-void _Block_release(const void*);
-#ifdef __cplusplus
-}
-#endif
-#define Block_copy(x) ((__typeof__(x))_Block_copy((const void*)(x)))
-#define Block_release(x) _Block_release((const void*)(x))
+#include "../../declarations/objc/blocks_runtime.h"
